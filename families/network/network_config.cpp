@@ -1,0 +1,193 @@
+#include "families/network/network_config.h"
+
+#include "configer/pairs.h"
+#include "configer/reply.h"
+#include "dispatch/keys.h"
+#include "dispatch/request_text.h"
+#include "netutil/address.h"
+#include "netutil/network_restart.h"
+
+namespace
+{
+
+enum Given : uint32_t {
+    GIVEN_DHCP = 0x1,
+    GIVEN_IP = 0x2,
+    GIVEN_NETMASK = 0x4,
+    GIVEN_GATEWAY = 0x8,
+    GIVEN_DNS1 = 0x10,
+    GIVEN_DNS2 = 0x20,
+    GIVEN_PPPOE = 0x40,
+    GIVEN_PPPOE_USER = 0x80,
+    GIVEN_PPPOE_PASS = 0x100,
+    GIVEN_DDNS = 0x200,
+    GIVEN_DDNS_PROVIDER = 0x400,
+    GIVEN_DDNS_HOST = 0x800,
+    GIVEN_DDNS_USER = 0x1000,
+    GIVEN_DDNS_PASS = 0x2000,
+    GIVEN_UPNP = 0x4000,
+    GIVEN_HTTP_PORT = 0x8000,
+    GIVEN_HTTP_EXTERNAL_PORT = 0x10000,
+    GIVEN_RTSP_PORT = 0x20000,
+};
+/** What takes effect only when the network restarts. */
+constexpr uint32_t RESTARTS_NETWORK = GIVEN_DHCP | GIVEN_IP | GIVEN_NETMASK | GIVEN_GATEWAY | GIVEN_DNS1 |
+                                      GIVEN_DNS2 | GIVEN_UPNP | GIVEN_HTTP_PORT | GIVEN_HTTP_EXTERNAL_PORT |
+                                      GIVEN_RTSP_PORT;
+/** What takes effect only when the camera restarts. */
+constexpr uint32_t RESTARTS_CAMERA = GIVEN_PPPOE | GIVEN_PPPOE_USER | GIVEN_PPPOE_PASS;
+
+using Param = NetworkConfigParam;
+
+bool TakeProvider(std::string_view value, Param &param)
+{
+    DDNS_SetProvider(param.tDDNS, value);
+    return true;
+}
+
+template <auto Member>
+bool TakeDDNSText(std::string_view value, Param &param)
+{
+    Text_Copy(param.tDDNS.*Member, value);
+    return true;
+}
+
+constexpr KeyRow KEYS[] = {
+    KeyWord<&Param::iDHCP>("dhcp=", GIVEN_DHCP, "on", "off"),
+    KeyText<&Param::acIPAddr>("ip=", GIVEN_IP, NetUtility_IsAddressText),
+    KeyText<&Param::acNetmask>("netmask=", GIVEN_NETMASK, NetUtility_IsAddressText),
+    KeyText<&Param::acGateway>("gateway=", GIVEN_GATEWAY, NetUtility_IsAddressText),
+    KeyText<&Param::acDNS1>("dns1=", GIVEN_DNS1, NetUtility_IsAddressText),
+    KeyText<&Param::acDNS2>("dns2=", GIVEN_DNS2, NetUtility_IsAddressText),
+    KeyWord<&Param::iPPPoE>("pppoe=", GIVEN_PPPOE, "on", "off"),
+    KeyText<&Param::acPPPoEUser>("pppoeuser=", GIVEN_PPPOE_USER),
+    KeyText<&Param::acPPPoEPass>("pppoepass=", GIVEN_PPPOE_PASS),
+    KeyWord<&Param::iDDNSEnable>("ddns=", GIVEN_DDNS, "on", "off"),
+    KeySpecial<TakeProvider>("ddnsprovider=", GIVEN_DDNS_PROVIDER, sizeof DDNSAccount::acProvider - 1),
+    KeySpecial<TakeDDNSText<&DDNSAccount::acHost>>("ddnshost=", GIVEN_DDNS_HOST, sizeof DDNSAccount::acHost - 1),
+    KeySpecial<TakeDDNSText<&DDNSAccount::acUser>>("ddnsuser=", GIVEN_DDNS_USER, sizeof DDNSAccount::acUser - 1),
+    KeySpecial<TakeDDNSText<&DDNSAccount::acPass>>("ddnspass=", GIVEN_DDNS_PASS, sizeof DDNSAccount::acPass - 1),
+    KeyWord<&Param::iUPnP>("upnp=", GIVEN_UPNP, "on", "off"),
+    KeyInt<&Param::iHTTPPort>("httpport=", GIVEN_HTTP_PORT, 1, 65535),
+    KeyInt<&Param::iHTTPExternalPort>("httpexternalport=", GIVEN_HTTP_EXTERNAL_PORT, 1, 65535),
+    KeyInt<&Param::iRTSPPort>("rtspport=", GIVEN_RTSP_PORT, 1, 65535),
+};
+
+/** KEPT: pairs that follow an absent DHCP pair begin with "&" all the same; the store passes over it. */
+void AddPairs(TextBuilder &pairs, const Param &param)
+{
+    const auto given = [&param](uint32_t uiBit) { return (param.uiSetMask & uiBit) != 0; };
+    if (given(GIVEN_DHCP))
+        pairs.Addf("network_resetip=%d", param.iDHCP);
+    if (given(GIVEN_IP))
+        pairs.Addf("&network_ipaddress=%s", param.acIPAddr);
+    if (given(GIVEN_NETMASK))
+        pairs.Addf("&network_subnet=%s", param.acNetmask);
+    if (given(GIVEN_GATEWAY))
+        pairs.Addf("&network_router=%s", param.acGateway);
+    if (given(GIVEN_DNS1))
+        pairs.Addf("&network_dns1=%s", param.acDNS1);
+    if (given(GIVEN_DNS2))
+        pairs.Addf("&network_dns2=%s", param.acDNS2);
+    if (given(GIVEN_PPPOE))
+        pairs.Addf("&network_type=%s", param.iPPPoE == 1 ? "pppoe" : "lan");
+    if (given(GIVEN_PPPOE_USER))
+        pairs.Addf("&network_pppoe_user=%s", param.acPPPoEUser);
+    if (given(GIVEN_PPPOE_PASS))
+        pairs.Addf("&network_pppoe_pass=%s", param.acPPPoEPass);
+    if (given(GIVEN_DDNS))
+        pairs.Addf("&ddns_enable=%d", param.iDDNSEnable);
+    DDNS_AddPairs(pairs, param.tDDNS,
+                  {.provider = given(GIVEN_DDNS_PROVIDER),
+                   .host = given(GIVEN_DDNS_HOST),
+                   .user = given(GIVEN_DDNS_USER),
+                   .pass = given(GIVEN_DDNS_PASS)});
+    if (given(GIVEN_UPNP))
+        pairs.Addf("&upnpportforwarding_enable=%d", param.iUPnP);
+    if (given(GIVEN_HTTP_PORT))
+        pairs.Addf("&network_http_port=%d", param.iHTTPPort);
+    if (given(GIVEN_HTTP_EXTERNAL_PORT))
+        pairs.Addf("&network_http_alternateport=%d", param.iHTTPExternalPort);
+    if (given(GIVEN_RTSP_PORT))
+        pairs.Addf("&network_rtsp_port=%d", param.iRTSPPort);
+    if (given(RESTARTS_CAMERA))
+        pairs.Add("&system_reset=10");
+}
+
+} // namespace
+
+int Parser_NetworkConfig_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::NetworkConfig, __func__, text) != 0)
+        return -1;
+    if (Request_TakeKeys(text, KEYS, Session_Param<Param>(slot)) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_NetworkConfig(SessionSlot &slot)
+{
+    const auto &param = Session_Param<Param>(slot);
+    TextBuffer<2048> pairs;
+    AddPairs(pairs, param);
+    if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
+        return -1;
+    if ((param.uiSetMask & RESTARTS_NETWORK) != 0)
+        NetUtility_RequestNetworkRestart();
+    return 0;
+}
+
+int MappingGetRoutine_NetworkConfig(SessionSlot &slot)
+{
+    auto &result = Session_Result<NetworkConfigResult>(slot);
+    char acType[16] = {};
+    ConfigerReply<2048> reply(__func__);
+    reply.Get({"network_resetip&", "network_ipaddress&", "network_subnet&", "network_router&", "network_dns1&",
+               "network_dns2&", "network_http_port&", "network_http_alternateport&", "network_rtsp_port&",
+               "network_type&", "network_pppoe_user&", "network_pppoe_pass&", "ddns_enable&", "ddns_provider&",
+               "upnpportforwarding_enable&"});
+    reply.Bool("network_resetip=", result.iDHCP);
+    reply.Text("network_ipaddress=", result.acIPAddr);
+    reply.Text("network_subnet=", result.acNetmask);
+    reply.Text("network_router=", result.acGateway);
+    reply.Text("network_dns1=", result.acDNS1);
+    reply.TextIfGiven("network_dns2=", result.acDNS2);
+    reply.Int("network_http_port=", result.iHTTPPort);
+    reply.Int("network_http_alternateport=", result.iHTTPExternalPort);
+    reply.Int("network_rtsp_port=", result.iRTSPPort);
+    reply.Text("network_type=", acType);
+    reply.Text("network_pppoe_user=", result.acPPPoEUser);
+    reply.Text("network_pppoe_pass=", result.acPPPoEPass);
+    reply.Bool("ddns_enable=", result.iDDNSEnable);
+    reply.Text("ddns_provider=", result.tDDNS.acProvider);
+    reply.Bool("upnpportforwarding_enable=", result.iUPnP);
+    DDNS_ReadAccount(reply, result.tDDNS);
+    if (reply.Failed())
+        return Session_Fail(slot, StatusKind::InternalError);
+    result.iPPPoE = std::string_view(acType).starts_with("pppoe") ? 1 : 0;
+    return Session_Succeed(slot);
+}
+
+void Compose_NetworkConfig(TextBuilder &body, SessionSlot &slot)
+{
+    const auto &result = Session_Result<NetworkConfigResult>(slot);
+    body.LineOnOff("dhcp=", result.iDHCP == 1);
+    body.Line("ip=", result.acIPAddr);
+    body.Line("netmask=", result.acNetmask);
+    body.Line("gateway=", result.acGateway);
+    body.Line("dns1=", result.acDNS1);
+    body.Line("dns2=", result.acDNS2);
+    body.Line("httpport=", result.iHTTPPort);
+    body.Line("httpexternalport=", result.iHTTPExternalPort);
+    body.Line("rtspport=", result.iRTSPPort);
+    body.LineOnOff("upnp=", result.iUPnP == 1);
+    body.LineOnOff("pppoe=", result.iPPPoE == 1);
+    body.Line("pppoeuser=", result.acPPPoEUser);
+    body.Line("pppoepass=", result.acPPPoEPass);
+    body.LineOnOff("ddns=", result.iDDNSEnable == 1);
+    body.Line("ddnsprovider=", DDNS_RequestName(result.tDDNS));
+    body.Line("ddnshost=", result.tDDNS.acHost);
+    body.Line("ddnsuser=", result.tDDNS.acUser);
+    body.Line("ddnspass=", result.tDDNS.acPass);
+}

@@ -1,0 +1,74 @@
+#include "families/ptz/preset.h"
+
+#include "configer/reply.h"
+#include "dispatch/request_text.h"
+#include "families/ptz/channel.h"
+#include "platform/log.h"
+
+namespace
+{
+
+/** KEPT: the words of "act=" are matched by their beginning alone; clients send "delete" and "gone" as well. */
+constexpr struct {
+    std::string_view prefix;
+    std::string_view command;
+} ACTIONS[] = {{"add", "cam=preset&name"}, {"del", "cam=clearpreset&name"}, {"go", "recall"}};
+
+} // namespace
+
+int Parser_Preset_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::Preset, __func__, text) != 0)
+        return -1;
+    auto &param = Session_Param<PresetParam>(slot);
+    char acAct[8];
+    if (GetStringValueFromText(text, "name=", param.acName) != 0 ||
+        GetStringValueFromText(text, "act=", acAct) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    for (const auto &action : ACTIONS) {
+        if (std::string_view(acAct).starts_with(action.prefix)) {
+            Text_Copy(param.acCommand, action.command);
+            return Session_Accept(slot);
+        }
+    }
+    return Session_Refuse(slot, StatusKind::BadRequest);
+}
+
+int MappingSetRoutine_Preset(SessionSlot &slot)
+{
+    const auto &param = Session_Param<PresetParam>(slot);
+    TextBuffer<128> command;
+    command.Addf("%s=%s", param.acCommand, param.acName);
+    return Session_SendCommand(slot, command.View());
+}
+
+int MappingGetRoutine_PresetList(SessionSlot &slot)
+{
+    auto &result = Session_Result<PresetListResult>(slot);
+    TextBuffer<1024> keys;
+    for (int32_t i = 0; i < MAX_PRESETS; ++i)
+        keys.Addf("camctrl_c0_preset_i%d_name&", i);
+    ConfigerReply<2048> reply(__func__);
+    reply.Get({keys.View()});
+    if (reply.Failed())
+        return Session_Fail(slot, StatusKind::InternalError);
+    for (int32_t i = 0; i < MAX_PRESETS; ++i) {
+        const Key key("camctrl_c0_preset_i%d_name=", i);
+        if (Get_Configer_STRING_Value(reply.View(), key, result.aacName[i]) != 0)
+            Trace("Get %s failed\n", key.Text());
+    }
+    return Session_Succeed(slot);
+}
+
+void Compose_PresetList(TextBuilder &body, SessionSlot &slot)
+{
+    body.Add("presets=");
+    const size_t emptyLength = body.Length();
+    for (const char *pcName : Session_Result<PresetListResult>(slot).aacName)
+        if (*pcName != '\0')
+            body.Addf("%s,", pcName);
+    if (body.Length() > emptyLength)
+        body.DropLast(1);
+    body.Add("\r\n");
+}

@@ -1,0 +1,96 @@
+#include "families/system/reboot.h"
+
+#include "configer/pairs.h"
+#include "dispatch/keys.h"
+#include "dispatch/request_text.h"
+#include "text/finder.h"
+
+namespace
+{
+
+enum Given : uint32_t { GIVEN_ENABLE = 0x1, GIVEN_WEEKDAY = 0x2, GIVEN_TIME = 0x4 };
+
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/** Reads "1,3,5": the days, single digits, with one "," between them. */
+bool TakeWeekday(std::string_view value, ScheduleRebootParam &param)
+{
+    param.iWeekday = 0;
+    for (size_t i = 0; i < value.size(); ++i) {
+        const char c = value[i];
+        if (i % 2 == 1 ? c != ',' : c < '0' || c > '6')
+            return false;
+        if (i % 2 == 0)
+            param.iWeekday |= 64 >> (c - '0');
+    }
+    return true;
+}
+
+/** Reads "hh:mm" with both digits each, 00:00 to 23:59. */
+bool TakeTime(std::string_view value, ScheduleRebootParam &param)
+{
+    if (value.size() != 5 || value[2] != ':' || !IsDigit(value[0]) || !IsDigit(value[1]) || !IsDigit(value[3]) ||
+        !IsDigit(value[4]))
+        return false;
+    int32_t aiTime[2];
+    if (Text_ScanInts(value, ':', aiTime) != 0 || aiTime[0] > 23 || aiTime[1] > 59)
+        return false;
+    Text_Copy(param.acTime, value);
+    return true;
+}
+
+constexpr KeyRow KEYS[] = {
+    KeyWord<&ScheduleRebootParam::iEnable>("enable=", GIVEN_ENABLE, "on", "off"),
+    KeySpecial<TakeWeekday>("weekday=", GIVEN_WEEKDAY, MAX_KEY_WORD),
+    KeySpecial<TakeTime>("time=", GIVEN_TIME, MAX_KEY_WORD),
+};
+
+} // namespace
+
+int Parser_SystemReboot_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::SystemReboot, __func__, text) != 0)
+        return -1;
+    char acWord[4];
+    if (GetStringValueFromText(text, "reboot=", acWord) != 0 || std::string_view(acWord) != "go")
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    Session_Param<SystemRebootParam>(slot).uiSetMask = 1;
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_SystemReboot(SessionSlot &slot)
+{
+    TextBuffer<32> pairs;
+    if (Session_Param<SystemRebootParam>(slot).uiSetMask != 0)
+        pairs.Add("system_reset=10");
+    return Session_WritePairs(slot, pairs, StatusKind::InternalError);
+}
+
+int Parser_ScheduleReboot_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::ScheduleReboot, __func__, text) != 0)
+        return -1;
+    auto &param = Session_Param<ScheduleRebootParam>(slot);
+    if (Request_TakeKeys(text, KEYS, param) != 0 || param.uiSetMask == 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_ScheduleReboot(SessionSlot &slot)
+{
+    const auto &param = Session_Param<ScheduleRebootParam>(slot);
+    TextBuffer<1024> pairs;
+    pairs.Add("event_i3_priority=255&event_i3_trigger=schedulereboot&");
+    if ((param.uiSetMask & GIVEN_ENABLE) != 0)
+        pairs.Addf("event_i3_enable=%d&", param.iEnable);
+    if ((param.uiSetMask & GIVEN_WEEKDAY) != 0)
+        pairs.Addf("event_i3_weekday=%d&", param.iWeekday);
+    if ((param.uiSetMask & GIVEN_TIME) != 0)
+        pairs.Addf("event_i3_begintime=%s&event_i3_endtime=%s&", param.acTime, param.acTime);
+    return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
+}

@@ -1,0 +1,68 @@
+#include "platform/log.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+int g_iDebugLevel = 0;
+bool g_traceIsRead = true;
+} // namespace
+
+void Log_Open()
+{
+    openlog("[KELPA]", 0, LOG_USER);
+    if (const char *pcLevel = getenv(LOG_DEBUG_VARIABLE); pcLevel != nullptr && *pcLevel != '\0')
+        Debug_Init(atoi(pcLevel));
+}
+
+void Log_Crit(const char *pcFormat, ...)
+{
+    const int iSavedErrno = errno;
+    va_list args;
+    va_start(args, pcFormat);
+    if (g_iDebugLevel >= LOG_CRIT) {
+        va_list copy;
+        va_copy(copy, args);
+        vfprintf(stderr, pcFormat, copy);
+        va_end(copy);
+    }
+    vsyslog(LOG_CRIT, pcFormat, args);
+    va_end(args);
+    errno = iSavedErrno;
+}
+
+void Debug_Init(int iLevel)
+{
+    g_iDebugLevel = iLevel;
+    Trace("Debug Init:level = %d\r\n", iLevel);
+}
+
+void Debug_ChangeLevel(int iLevel)
+{
+    g_iDebugLevel = iLevel;
+    Trace("Change debug level to %d\r\n", iLevel);
+}
+
+void Trace_Open()
+{
+    struct stat output;
+    const dev_t nullDevice = makedev(1, 3); // null(4)
+    g_traceIsRead = fstat(STDOUT_FILENO, &output) != 0 || !S_ISCHR(output.st_mode) || output.st_rdev != nullDevice;
+}
+
+void Trace(const char *pcFormat, ...)
+{
+    if (!g_traceIsRead)
+        return;
+    va_list args;
+    va_start(args, pcFormat);
+    vprintf(pcFormat, args);
+    va_end(args);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+/** The environment variable that switches the debug facility on: its value is the level (see Debug_Init). */
+inline constexpr char LOG_DEBUG_VARIABLE[] = "KELPA_DEBUG";
+
+/** Opens the system log with the daemon's identity, and the debug facility when KELPA_DEBUG asks for it. */
+void Log_Open();
+
+/** Writes one message to the system log at LOG_CRIT, the daemon's only priority. `errno` is kept. */
+void Log_Crit(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));
+
+/**
+ * Sets the debug level and prints it. From level 2 (LOG_CRIT) on, every log message also goes to standard error,
+ * which is how a developer without a system log reads them.
+ */
+void Debug_Init(int iLevel);
+void Debug_ChangeLevel(int iLevel);
+
+/**
+ * Looks where standard output goes, once it is settled: to the null device, as in daemon mode, nobody can read a
+ * trace, and none is formatted from then on.
+ */
+void Trace_Open();
+/** Prints one trace line to standard output. Output is buffered; the main loop flushes it when it is idle. */
+void Trace(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));

@@ -1,0 +1,8 @@
+#pragma once
+
+/** Fills the process's account context and reads the accounts. Returns 0, or -1 without an account configuration.
+ */
+[[nodiscard]] int KelpaFdServer_InitAccountManager();
+
+/** Reads the password file again; when it cannot be read, the accounts stay as they are. */
+void KelpaFdServer_ReloadPassword();
