@@ -1,0 +1,111 @@
+#include "camera/camera.h"
+
+#include "camera/accounts.h"
+#include "camera/factory_defaults.h"
+#include "camera/neighbours.h"
+#include "camera/power_cycle.h"
+#include "camera/root_folder.h"
+#include "camera/supervisor.h"
+#include "camera/web_server.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <vector>
+
+namespace camera
+{
+
+namespace asio = boost::asio;
+
+namespace
+{
+
+/** Makes the factory accounts when the camera has none, and tells the password, once. */
+AccountFiles openAccounts(const RootFolder &root)
+{
+    AccountFiles accounts(root.path("/etc"));
+    if (!accounts.exist()) {
+        const std::string password = randomPassword();
+        accounts.create(password);
+        std::cout << "kelpa-camera: new camera; log in as " << ADMIN_ACCOUNT << " with the password " << password
+                  << std::endl;
+    }
+    return accounts;
+}
+
+std::string urlOf(const Options &options, unsigned short port)
+{
+    const bool ipv6 = options.address.find(':') != std::string::npos;
+    return "http://" + (ipv6 ? "[" + options.address + "]" : options.address) + ":" + std::to_string(port);
+}
+
+/** Starts all neighbours; they end in the reverse order. */
+class Neighbourhood
+{
+  public:
+    explicit Neighbourhood(Surroundings &around)
+    {
+        for (const MakeNeighbour make : NEIGHBOURS)
+            neighbours_.push_back(make(around));
+    }
+    ~Neighbourhood()
+    {
+        while (!neighbours_.empty())
+            neighbours_.pop_back();
+    }
+
+  private:
+    std::vector<std::unique_ptr<Neighbour>> neighbours_;
+};
+
+} // namespace
+
+void runCamera(const Options &options)
+{
+    signal(SIGPIPE, SIG_IGN);
+    // Everything that ends with the camera is taken down in the reverse of this order. The io_context comes late:
+    // what still waits on it may use all that stands before it.
+    RootFolder root(options.root);
+    FileDescriptor listening = listenAtAddress(options.address, options.port);
+    const unsigned short port = portOf(listening.get());
+    const std::string url = urlOf(options, port);
+    const AccountFiles accounts = openAccounts(root);
+    Store store(root.path(STORE_FILE));
+    powerOn(store);
+    const CameraClock clock(store);
+
+    asio::io_context io;
+    Surroundings around{.io = io,
+                        .root = root,
+                        .store = store,
+                        .clock = clock,
+                        .router = {},
+                        .state = {},
+                        .events = {},
+                        .daemonReady = {}};
+    const Neighbourhood neighbours(around);
+    Supervisor supervisor(around, {.program = options.daemon, .verbose = options.verbose});
+    WebServer server(around, std::move(listening),
+                     options.authentication ? std::make_unique<Authenticator>(io, accounts) : nullptr);
+    const PowerCycle power(around, supervisor, server, [&] { return listenAtAddress(options.address, port); });
+
+    asio::signal_set stopSignals(io, SIGINT, SIGTERM, SIGHUP);
+    const std::function<void()> waitForStop = [&] {
+        stopSignals.async_wait([&](const boost::system::error_code &error, int) {
+            if (error)
+                return;
+            supervisor.stop([&] { io.stop(); });
+            waitForStop(); // a second signal does not wait for a daemon that is busy
+        });
+    };
+    waitForStop();
+
+    supervisor.start(
+        [&] { std::cout << "kelpa-camera: listening on " << url << ", root " << root.folder() << std::endl; });
+    io.run();
+}
+
+} // namespace camera

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "camera/bounded_folder.h"
+#include "camera/clip_recorder.h"
+#include "camera/event_log.h"
+#include "camera/file_worker.h"
+#include "camera/neighbour.h"
+
+#include <boost/asio/steady_timer.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace camera
+{
+
+/** Where the clips go: a folder of the camera ("/mnt/cf"), and how much of it they may take. */
+struct RecordingPlace {
+    std::string folder;
+    FolderLimit limit;
+};
+
+/** Records what the camera sees as Motion-JPEG AVI files. */
+class Recorder : private ClipSink
+{
+  public:
+    Recorder(Surroundings &around, FileWorker &worker, EventLog &log);
+    ~Recorder() override;
+
+    void follow(const RecordingPlan &plan, const RecordingPlace &place);
+    [[nodiscard]] nlohmann::json state() const;
+
+  private:
+    class Clip;
+
+    void beginClip(RecordingPlan::Mode cause) override;
+    void addPicture(const JpegPicture &picture) override;
+    void endClip(std::chrono::milliseconds duration) override;
+    void takePictures();
+
+    Surroundings &around_;
+    FileWorker &worker_;
+    EventLog &log_;
+    boost::asio::steady_timer timer_;
+    bool running_ = false; ///< the timer
+    bool awaitsPicture_ = false;
+    ClipRecorder clips_;
+    RecordingPlan plan_;
+    RecordingPlace place_;
+    std::shared_ptr<Clip> clip_;
+    int finished_ = 0;
+    int failed_ = 0;
+    int lostPictures_ = 0;
+    std::string last_;
+};
+
+} // namespace camera

@@ -1,0 +1,256 @@
+#include "camera/supervisor.h"
+
+#include "camera/files.h"
+#include "camera/root_folder.h"
+#include "platform/log.h"
+#include "platform/path.h"
+
+#include <algorithm>
+#include <boost/asio/buffer.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace camera
+{
+
+namespace asio = boost::asio;
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds READINESS_LOOK(10);
+constexpr milliseconds FIRST_BACK_OFF(100);
+constexpr milliseconds MAX_BACK_OFF(10000);
+/** A daemon that has run for this long is healthy: the next start comes soon again. */
+constexpr milliseconds HEALTHY_TIME(10000);
+/** A request may keep the daemon busy for a few seconds; after that it is killed. */
+constexpr milliseconds STOP_TIME(5000);
+
+/** The environment of this process with some variables of the daemon's. */
+class Environment
+{
+  public:
+    Environment(const std::string &root, bool verbose)
+    {
+        for (char **at = environ; *at != nullptr; ++at)
+            if (!std::string_view(*at).starts_with(std::string(PATH_ROOT_VARIABLE) + "="))
+                texts_.emplace_back(*at);
+        texts_.push_back(std::string(PATH_ROOT_VARIABLE) + "=" + root);
+        if (verbose && getenv(LOG_DEBUG_VARIABLE) == nullptr)
+            texts_.push_back(std::string(LOG_DEBUG_VARIABLE) + "=2");
+        for (std::string &text : texts_)
+            pointers_.push_back(text.data());
+        pointers_.push_back(nullptr);
+    }
+
+    [[nodiscard]] char *const *get() const { return pointers_.data(); }
+
+  private:
+    std::vector<std::string> texts_;
+    std::vector<char *> pointers_;
+};
+
+/** The child's side, between fork and exec: system calls only, because other threads may hold locks. */
+[[noreturn]] void becomeDaemon(const char *program, char *const *arguments, char *const *environment, int input,
+                               int output)
+{
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    signal(SIGPIPE, SIG_DFL);
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    close_range(STDERR_FILENO + 1, ~0U, 0);
+    execve(program, arguments, environment);
+    _exit(127);
+}
+
+std::string describe(int status)
+{
+    if (WIFSIGNALED(status))
+        return std::string("ended by signal ") + std::to_string(WTERMSIG(status));
+    if (WEXITSTATUS(status) == 127)
+        return "cannot be run";
+    return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+} // namespace
+
+Supervisor::Supervisor(Surroundings &around, Options options)
+    : around_(around), options_(std::move(options)), socketPath_(around.root.path(HAND_OVER_SOCKET)),
+      pidFile_(around.root.path(DAEMON_PID_FILE)), childSignal_(around.io, SIGCHLD), timer_(around.io)
+{
+    around.state.add("daemon", [this] {
+        return nlohmann::json{{"pid", child_ > 0 ? nlohmann::json(child_) : nlohmann::json()},
+                              {"ready", ready_},
+                              {"starts", starts_}};
+    });
+    waitForChild();
+}
+
+Supervisor::~Supervisor()
+{
+    if (child_ <= 0)
+        return;
+    signalGroup(SIGKILL);
+    waitpid(child_, nullptr, 0);
+}
+
+void Supervisor::start(std::function<void()> settled)
+{
+    settled_ = std::move(settled);
+    spawn();
+}
+
+void Supervisor::settle()
+{
+    if (const auto settled = std::exchange(settled_, nullptr))
+        settled();
+}
+
+void Supervisor::stopped()
+{
+    std::exchange(stopped_, nullptr)();
+}
+
+void Supervisor::spawn()
+{
+    unlink(pidFile_.c_str());
+    int pipeEnds[2];
+    const FileDescriptor input(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    if (!input.valid() || pipe2(pipeEnds, O_CLOEXEC) != 0)
+        throw std::system_error(errno, std::generic_category(), "cannot start the daemon");
+    FileDescriptor readEnd(pipeEnds[0]);
+    const FileDescriptor writeEnd(pipeEnds[1]);
+
+    const Environment environment(around_.root.folder(), options_.verbose);
+    std::string arguments[] = {options_.program, socketPath_, pidFile_};
+    char *const argumentPointers[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), nullptr};
+
+    child_ = fork();
+    if (child_ == 0)
+        becomeDaemon(options_.program.c_str(), argumentPointers, environment.get(), input.get(), writeEnd.get());
+    if (child_ < 0)
+        throw std::system_error(errno, std::generic_category(), "cannot start the daemon");
+    setpgid(child_, child_); // the child does it too: whoever comes first
+    ++starts_;
+    startedAt_ = std::chrono::steady_clock::now();
+    output_.emplace(around_.io, readEnd.release());
+    readOutput();
+    watchForReadiness();
+}
+
+void Supervisor::readOutput()
+{
+    output_->async_read_some(asio::buffer(outputBuffer_),
+                             [this](const boost::system::error_code &error, size_t got) {
+                                 if (error)
+                                     return;
+                                 if (options_.verbose)
+                                     std::cout.write(outputBuffer_, static_cast<std::streamsize>(got)).flush();
+                                 readOutput();
+                             });
+}
+
+void Supervisor::watchForReadiness()
+{
+    timer_.expires_after(READINESS_LOOK);
+    timer_.async_wait([this](const boost::system::error_code &error) {
+        if (error || child_ <= 0)
+            return;
+        // The daemon writes its pid file when it is able to take requests.
+        try {
+            ready_ = readFile(pidFile_) == std::to_string(child_) + "\n";
+        } catch (const std::system_error &) {
+            ready_ = false;
+        }
+        if (!ready_)
+            return watchForReadiness();
+        around_.daemonReady.emit();
+        settle();
+    });
+}
+
+void Supervisor::waitForChild()
+{
+    childSignal_.async_wait([this](const boost::system::error_code &error, int) {
+        if (error)
+            return;
+        int status = 0;
+        if (child_ > 0 && waitpid(child_, &status, WNOHANG) == child_)
+            childEnded(status);
+        waitForChild();
+    });
+}
+
+void Supervisor::childEnded(int status)
+{
+    signalGroup(SIGKILL); // what it has started goes with it
+    child_ = -1;
+    ready_ = false;
+    output_.reset();
+    unlink(pidFile_.c_str());
+    if (stopped_) {
+        timer_.cancel();
+        return stopped();
+    }
+    const bool healthy = std::chrono::steady_clock::now() - startedAt_ > HEALTHY_TIME;
+    backOff_ = healthy || backOff_ == milliseconds(0) ? FIRST_BACK_OFF : std::min(backOff_ * 2, MAX_BACK_OFF);
+    std::cerr << "kelpa-camera: the daemon " << options_.program << " " << describe(status)
+              << "; it is started again in " << backOff_.count() << " ms\n";
+    settle();
+    startLater();
+}
+
+void Supervisor::startLater()
+{
+    timer_.expires_after(backOff_);
+    timer_.async_wait([this](const boost::system::error_code &error) {
+        if (error)
+            return;
+        try {
+            spawn();
+        } catch (const std::system_error &failure) { // no process or descriptor is to be had at the moment
+            std::cerr << "kelpa-camera: " << failure.what() << "\n";
+            startLater();
+        }
+    });
+}
+
+void Supervisor::stop(std::function<void()> whenStopped)
+{
+    const bool again = stopped_ != nullptr;
+    stopped_ = std::move(whenStopped);
+    if (again)
+        return signalGroup(SIGKILL);
+    timer_.cancel();
+    if (child_ <= 0)
+        return stopped();
+    signalGroup(SIGTERM);
+    timer_.expires_after(STOP_TIME);
+    timer_.async_wait([this](const boost::system::error_code &error) {
+        if (!error)
+            signalGroup(SIGKILL);
+    });
+}
+
+void Supervisor::signalGroup(int signal) const
+{
+    if (child_ > 0)
+        kill(-child_, signal);
+}
+
+} // namespace camera

@@ -1,0 +1,96 @@
+#include "camera/talk/mulaw.h"
+#include "camera/talk/speaker.h"
+#include "camera/talk/wav.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <getopt.h>
+#include <random>
+#include <string>
+
+namespace
+{
+
+constexpr int EXIT_USAGE = 2;
+constexpr char USAGE[] =
+    "Usage: kelpa-talk [--host ADDRESS:PORT] [--user NAME:PASSWORD] FILE.wav\n"
+    "Says a sound through a camera's speaker: WAV, uncompressed, mono, 8000 Hz, 8 or 16 bits.\n"
+    "  --host  where the camera is (127.0.0.1:8080)\n"
+    "  --user  an account of the camera, where it asks for one\n";
+
+struct Options {
+    talk::Speaker speaker;
+    std::string file;
+};
+
+Options ParseOptions(int argc, char **argv)
+{
+    const option known[] = {{"host", required_argument, nullptr, 'o'},
+                            {"user", required_argument, nullptr, 'u'},
+                            {"help", no_argument, nullptr, 'h'},
+                            {}};
+    Options options;
+    std::string host = "127.0.0.1:8080";
+    for (int given = 0; (given = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
+        if (given == 'o') {
+            host = optarg;
+        } else if (given == 'u') {
+            options.speaker.credentials = optarg;
+        } else {
+            fputs(USAGE, given == 'h' ? stdout : stderr);
+            std::exit(given == 'h' ? EXIT_SUCCESS : EXIT_USAGE);
+        }
+    }
+    if (argc - optind != 1) {
+        fputs(USAGE, stderr);
+        std::exit(EXIT_USAGE);
+    }
+    options.file = argv[optind];
+    try {
+        options.speaker.address = talk::ParseAddress(host);
+    } catch (const std::exception &error) {
+        fprintf(stderr, "kelpa-talk: --host %s: %s\n", host.c_str(), error.what());
+        std::exit(EXIT_USAGE);
+    }
+    return options;
+}
+
+/** A name that no other client will have: the camera gives the speaker to the name that was registered last. */
+std::string ClientName()
+{
+    char name[16];
+    snprintf(name, sizeof name, "talk-%08x", std::random_device()());
+    return name;
+}
+
+/** Runs `step`; false, with its error shown under `subject`, when it throws. */
+template <typename Step>
+bool Succeeds(const std::string &subject, Step step)
+{
+    try {
+        step();
+        return true;
+    } catch (const std::exception &error) {
+        fprintf(stderr, "kelpa-talk: %s: %s\n", subject.c_str(), error.what());
+        return false;
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const Options options = ParseOptions(argc, argv);
+    std::string audio;
+    if (!Succeeds(options.file, [&] { audio = talk::MuLawEncode(talk::ReadWavFile(options.file)); }))
+        return EXIT_FAILURE;
+    const std::string camera = talk::ToText(options.speaker.address);
+    printf("%s: %.1f s\n", options.file.c_str(), static_cast<double>(audio.size()) / talk::SAMPLE_RATE);
+    const std::string name = ClientName();
+    const bool said = Succeeds(camera, [&] {
+        talk::RegisterClient(options.speaker, name);
+        talk::Talk(options.speaker, name, audio);
+    });
+    return said ? EXIT_SUCCESS : EXIT_FAILURE;
+}
