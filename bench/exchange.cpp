@@ -1,0 +1,172 @@
+#include "bench/exchange.h"
+
+#include "platform/fdcgi.h"
+#include "platform/unix_socket.h"
+
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+using std::chrono::steady_clock;
+
+namespace
+{
+
+constexpr std::string_view STREAM_HEADER =
+    "HTTP/1.1 200 OK\r\nCache-Control: no-cache, no-store, must-revalidate\r\nPragma: no-cache\r\n"
+    "Content-Type: text/plain\r\n\r\n";
+/** Longer than anything that is measured here takes; whoever waits longer waits in vain. */
+constexpr std::chrono::milliseconds PATIENCE(5000);
+
+int Check(int result, const char *what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+void Compare(std::string_view expected, std::string_view got)
+{
+    if (expected != got)
+        throw std::runtime_error("expected:\n" + std::string(expected) + "\ngot:\n" + std::string(got));
+}
+
+void WaitFor(std::span<pollfd> polled)
+{
+    if (Check(poll(polled.data(), polled.size(), static_cast<int>(PATIENCE.count())), "poll") == 0)
+        throw std::runtime_error("nothing came in " + std::to_string(PATIENCE.count()) + " ms");
+}
+
+/** Hands one request over, as the web server does: it keeps nothing of the client's connection. */
+Client HandOver(int handOver, const FDCGI_Request &request)
+{
+    int ends[2];
+    Check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
+    Client client{.socket = Descriptor(ends[0]), .begin = {}, .received = {}};
+    const Descriptor passed(ends[1]);
+    client.begin = steady_clock::now();
+    Check(FDCGI_send(handOver, request, passed.Get(), 0), "hand-over");
+    return client;
+}
+
+/** Takes what has come for a client; false at the end of the reply. */
+bool Receive(Client &client)
+{
+    std::array<char, 16384> buffer;
+    const ssize_t got = recv(client.socket.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (got < 0 && errno == EAGAIN)
+        return true;
+    Check(static_cast<int>(got), "reply");
+    client.received.append(buffer.data(), static_cast<size_t>(got));
+    return got > 0;
+}
+
+/** The same, waiting for it. */
+bool ReceiveNext(Client &client)
+{
+    pollfd polled = {client.socket.Get(), POLLIN, 0};
+    WaitFor({&polled, 1});
+    return Receive(client);
+}
+
+} // namespace
+
+Descriptor::~Descriptor()
+{
+    if (m_fd >= 0)
+        close(m_fd);
+}
+
+Exchange::Exchange(const std::filesystem::path &root)
+    : m_store(Check(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
+{
+    Check(UnixSocket_Bind(m_store.Get(), (root / "tmp/configer").c_str()), "store");
+    Check(listen(m_store.Get(), 16), "store");
+}
+
+void Exchange::ServeStart()
+{
+    for (const StartCall &call : START_CALLS) {
+        pollfd polled = {m_store.Get(), POLLIN, 0};
+        WaitFor({&polled, 1});
+        ServeStore(call.request, call.reply);
+    }
+}
+
+void Exchange::ServeStore(std::string_view request, std::string_view reply)
+{
+    const Descriptor caller(Check(accept4(m_store.Get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
+    std::array<char, 4096> buffer;
+    const int got = Check(static_cast<int>(read(caller.Get(), buffer.data(), buffer.size())), "store: read");
+    Compare(request, {buffer.data(), static_cast<size_t>(got)});
+    Check(static_cast<int>(write(caller.Get(), reply.data(), reply.size())), "store: write");
+}
+
+std::vector<std::chrono::nanoseconds> Exchange::Run(const Kind &kind, int handOver, int count, int inFlight)
+{
+    const FDCGI_Request request{.method = kind.method, .url = kind.url, .query = kind.query, .body = {}};
+    std::vector<std::chrono::nanoseconds> latencies;
+    std::vector<Client> clients;
+    std::vector<pollfd> polled;
+    int sent = 0;
+    while (latencies.size() < static_cast<size_t>(count)) {
+        for (; sent < count && clients.size() < static_cast<size_t>(inFlight); ++sent)
+            clients.push_back(HandOver(handOver, request));
+        polled.assign(1, {m_store.Get(), POLLIN, 0});
+        for (const Client &client : clients)
+            polled.push_back({client.socket.Get(), POLLIN, 0});
+        WaitFor(polled);
+        if (polled[0].revents != 0)
+            ServeStore(kind.storeRequest, kind.storeReply);
+        for (size_t i = clients.size(); i-- > 0;) {
+            if (polled[i + 1].revents == 0 || Receive(clients[i]))
+                continue;
+            latencies.push_back(steady_clock::now() - clients[i].begin);
+            Compare(kind.reply, clients[i].received);
+            clients.erase(clients.begin() + static_cast<ptrdiff_t>(i));
+        }
+    }
+    return latencies;
+}
+
+std::vector<Client> Exchange::OpenStreams(int handOver, int count)
+{
+    std::vector<Client> streams;
+    for (int i = 0; i < count; ++i) {
+        streams.push_back(
+            HandOver(handOver, {.method = "GET", .url = "/config/notify_stream.cgi", .query = {}, .body = {}}));
+        Client &stream = streams.back();
+        while (stream.received.size() < STREAM_HEADER.size() && ReceiveNext(stream)) {
+        }
+        Compare(STREAM_HEADER, stream.received);
+    }
+    return streams;
+}
+
+void Exchange::CloseStreams(std::vector<Client> &streams)
+{
+    for (Client &stream : streams) {
+        Check(shutdown(stream.socket.Get(), SHUT_WR), "shutdown");
+        while (ReceiveNext(stream)) {
+        }
+    }
+    streams.clear();
+}
+
+Descriptor ConnectTo(const std::filesystem::path &path)
+{
+    const auto end = steady_clock::now() + PATIENCE;
+    for (;;) {
+        const int socket = FDCGI_client_socket(path.c_str());
+        if (socket >= 0)
+            return Descriptor(socket);
+        if (steady_clock::now() > end)
+            Check(socket, path.c_str());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}

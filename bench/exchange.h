@@ -1,0 +1,67 @@
+#pragma once
+
+#include "bench/kinds.h"
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+/** A descriptor that is closed with its owner. */
+class Descriptor
+{
+  public:
+    explicit Descriptor(int fd = -1) : m_fd(fd) {}
+    Descriptor(Descriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        std::swap(m_fd, other.m_fd);
+        return *this;
+    }
+    ~Descriptor();
+    [[nodiscard]] int Get() const { return m_fd; }
+
+  private:
+    int m_fd;
+};
+
+/** One request on its way, seen from the client. */
+struct Client {
+    Descriptor socket;
+    std::chrono::steady_clock::time_point begin;
+    std::string received;
+};
+
+/**
+ * The daemon's surroundings in one thread: the web server that hands requests over, their clients, and the
+ * configuration store. Every text that comes back is compared byte for byte; a difference throws, with both texts.
+ */
+class Exchange
+{
+  public:
+    /** Puts the store at its place under `root`. */
+    explicit Exchange(const std::filesystem::path &root);
+
+    /** Answers what the daemon asks the store at its start. */
+    void ServeStart();
+
+    /**
+     * Makes `count` requests, `inFlight` at a time, through the hand-over socket `handOver`. Returns the time from
+     * each hand-over to the end of its reply.
+     */
+    std::vector<std::chrono::nanoseconds> Run(const Kind &kind, int handOver, int count, int inFlight);
+
+    /** Opens notify streams and reads the header of each. */
+    static std::vector<Client> OpenStreams(int handOver, int count);
+    /** Ends the streams from the client's side and waits until the daemon has ended each of them too. */
+    static void CloseStreams(std::vector<Client> &streams);
+
+  private:
+    void ServeStore(std::string_view request, std::string_view reply);
+
+    Descriptor m_store;
+};
+
+/** Waits until a program has bound its hand-over socket; returns a socket connected to it. */
+Descriptor ConnectTo(const std::filesystem::path &path);

@@ -1,0 +1,114 @@
+/*
+ * The floor under the daemon's cost: a server that makes the system calls of one kind of request, in the daemon's
+ * order and with its sizes, and nothing else. It parses nothing and sends a fixed reply; whatever the daemon needs
+ * on top of it is the daemon's own work.
+ *
+ *     kelpa_bench_floor KIND HANDOVER_SOCKET EVENT_SOCKET STORE_SOCKET
+ */
+
+#include "bench/kinds.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <sys/ioctl.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/times.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace
+{
+
+char g_acDatagram[16385];
+char g_acStoreReply[1024];
+
+sockaddr_un Address(const char *path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    return address;
+}
+
+int Bind(const char *path)
+{
+    const sockaddr_un address = Address(path);
+    const int endpoint = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    return bind(endpoint, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 ? endpoint : -1;
+}
+
+/** Receives one datagram; returns the descriptor that came with it, or -1. */
+int Receive(int endpoint)
+{
+    iovec piece = {g_acDatagram, sizeof g_acDatagram - 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * 16)];
+    msghdr message = {};
+    message.msg_iov = &piece;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    if (recvmsg(endpoint, &message, MSG_CMSG_CLOEXEC) < 0 || CMSG_FIRSTHDR(&message) == nullptr)
+        return -1;
+    int passed = -1;
+    memcpy(&passed, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof passed);
+    return passed;
+}
+
+bool CallStore(const sockaddr_un &address, std::string_view request)
+{
+    const int store = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool answered = connect(store, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+                          write(store, request.data(), request.size()) > 0 &&
+                          read(store, g_acStoreReply, sizeof g_acStoreReply - 1) > 0;
+    close(store);
+    return answered;
+}
+
+bool Serve(const Kind &kind, int client, const sockaddr_un &store)
+{
+    int on = 1;
+    ioctl(client, FIONBIO, &on);
+    for (int i = 0; i < kind.clockReads; ++i) {
+        tms unused;
+        times(&unused);
+    }
+    const bool ready = kind.storeRequest.empty() || CallStore(store, kind.storeRequest);
+    const bool sent = ready && send(client, kind.reply.data(), kind.reply.size(), MSG_NOSIGNAL) > 0;
+    close(client);
+    return sent;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const auto *kind = std::ranges::find_if(
+        KINDS, [&](const Kind &k) { return argc == 5 && k.name == std::string_view(argv[1]); });
+    if (kind == KINDS.end()) {
+        fputs("Usage: kelpa_bench_floor KIND HANDOVER_SOCKET EVENT_SOCKET STORE_SOCKET\n", stderr);
+        return 1;
+    }
+    const int handOver = Bind(argv[2]);
+    const int event = Bind(argv[3]);
+    const sockaddr_un store = Address(argv[4]);
+    if (handOver < 0 || event < 0) {
+        perror("kelpa_bench_floor: bind");
+        return 1;
+    }
+    for (;;) {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(handOver, &readable);
+        FD_SET(event, &readable);
+        timeval wait = {0, 1000};
+        if (select(std::max(handOver, event) + 1, &readable, nullptr, nullptr, &wait) <= 0)
+            continue;
+        const int client = Receive(handOver);
+        if (client < 0 || !Serve(*kind, client, store)) {
+            perror("kelpa_bench_floor: a request failed");
+            return 1;
+        }
+    }
+}

@@ -1,0 +1,277 @@
+/*
+ * Measures what a request costs the daemon beside what its system calls alone cost: the same load goes to the
+ * daemon and to the floor program, in turns of one run, so that whatever else the machine does meets both alike.
+ *
+ *     kelpa_bench_load KELPA FLOOR ROOT
+ *
+ * ROOT is an empty folder in which both run. Prints a Markdown table; ends with an error when a reply is not the
+ * expected one, byte for byte.
+ */
+
+#include "bench/exchange.h"
+#include "bench/program.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <sched.h>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+using std::chrono::nanoseconds;
+
+namespace
+{
+
+constexpr int ROUNDS = 60;
+/** On a slow machine there are fewer rounds. */
+constexpr std::chrono::seconds ROUNDS_LIMIT(8);
+constexpr int REQUESTS_PER_ROUND = 200;
+constexpr int WARM_UP_REQUESTS = 200;
+/** Requests at a time while processor time is measured: the program never waits for the load. */
+constexpr int IN_FLIGHT = 4;
+constexpr int TRACED_REQUESTS = 100;
+constexpr int NOTIFY_STREAMS = 30;
+constexpr int MEMORY_STARTS = 8;
+
+/**
+ * Keeps this process on the first processor that it may use, and returns the last one, for the measured programs;
+ * -1, for anywhere, when there is only one.
+ */
+int ChooseProcessors()
+{
+    cpu_set_t allowed;
+    CPU_ZERO(&allowed);
+    if (sched_getaffinity(0, sizeof allowed, &allowed) != 0 || CPU_COUNT(&allowed) < 2)
+        return -1;
+    int first = -1;
+    int last = -1;
+    for (int i = 0; i < CPU_SETSIZE; ++i)
+        if (CPU_ISSET(static_cast<size_t>(i), &allowed)) {
+            first = first < 0 ? i : first;
+            last = i;
+        }
+    cpu_set_t own;
+    CPU_ZERO(&own);
+    CPU_SET(static_cast<size_t>(first), &own);
+    sched_setaffinity(0, sizeof own, &own);
+    return last;
+}
+
+/** The part of a camera's file system that the daemon meets. */
+void LayOut(const fs::path &root)
+{
+    for (const char *folder : {"tmp", "etc", "var/run/eventmgr"})
+        fs::create_directories(root / folder);
+    std::ofstream(root / "etc/accountmgr.conf") << "groups=admin,operator,view\n";
+    std::ofstream(root / "etc/group") << "admin:x:500:\noperator:x:501:\nview:x:502:\n";
+    std::ofstream(root / "etc/passwd") << "admin:x:1000:500::/:/bin/false\n";
+    setenv("KELPA_ROOT", root.c_str(), 1);
+}
+
+struct Measured {
+    const Program &program;
+    Descriptor handOver;
+    std::vector<double> cpuPerRequest; ///< microseconds, one for each round
+    std::vector<nanoseconds> latencies;
+};
+
+template <typename T>
+T Quantile(std::vector<T> values, double part)
+{
+    const auto at = values.begin() + static_cast<ptrdiff_t>(part * static_cast<double>(values.size() - 1));
+    std::ranges::nth_element(values, at);
+    return *at;
+}
+
+double Microseconds(nanoseconds time)
+{
+    return std::chrono::duration<double, std::micro>(time).count();
+}
+
+void RunRound(Exchange &exchange, const Kind &kind, Measured &measured)
+{
+    measured.program.Resume();
+    const nanoseconds begin = measured.program.CpuTime();
+    exchange.Run(kind, measured.handOver.Get(), REQUESTS_PER_ROUND, IN_FLIGHT);
+    measured.cpuPerRequest.push_back(Microseconds(measured.program.CpuTime() - begin) / REQUESTS_PER_ROUND);
+    const auto latencies = exchange.Run(kind, measured.handOver.Get(), REQUESTS_PER_ROUND, 1);
+    measured.latencies.insert(measured.latencies.end(), latencies.begin(), latencies.end());
+    measured.program.Pause();
+}
+
+void RunRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &floor)
+{
+    Measured *pair[] = {&kelpa, &floor};
+    for (Measured *measured : pair)
+        exchange.Run(kind, measured->handOver.Get(), WARM_UP_REQUESTS, IN_FLIGHT);
+    for (const Measured *measured : pair)
+        measured->program.Pause();
+    const auto end = std::chrono::steady_clock::now() + ROUNDS_LIMIT;
+    for (int i = 0; i < ROUNDS && std::chrono::steady_clock::now() < end; ++i) {
+        for (Measured *measured : pair)
+            RunRound(exchange, kind, *measured);
+        std::swap(pair[0], pair[1]);
+    }
+    for (const Measured *measured : pair)
+        measured->program.Resume();
+}
+
+/** System calls per request, by what they are for. */
+struct Calls {
+    double own = 0;
+    double store = 0; ///< from the opening to the closing of the connection to the store
+    double clock = 0;
+};
+
+/** Sorts the lines that strace has written. Waiting in vain for a request is not part of any request. */
+Calls CountCalls(const fs::path &log, double requests)
+{
+    Calls calls;
+    std::string storeSocket;
+    std::ifstream file(log);
+    for (std::string line; std::getline(file, line);) {
+        const size_t bracket = line.find('(');
+        if (bracket == std::string::npos || line.ends_with("(Timeout)") || line.starts_with("---"))
+            continue;
+        const std::string name = line.substr(0, bracket);
+        const std::string descriptor = line.substr(bracket + 1, line.find_first_of(",)", bracket) - bracket - 1);
+        if (name == "socket")
+            storeSocket = line.substr(line.rfind(' ') + 1);
+        const bool clock = name == "times" || name.starts_with("clock_gettime");
+        const bool store = name == "socket" || descriptor == storeSocket;
+        (clock ? calls.clock : store ? calls.store : calls.own) += 1 / requests;
+        if (name == "close" && store)
+            storeSocket.clear();
+    }
+    return calls;
+}
+
+/** Follows one program with strace through a few requests, made one by one. */
+std::string TraceCalls(Exchange &exchange, const Kind &kind, const Measured &measured, const fs::path &log)
+{
+    Program tracer({"strace", "-q", "-o", log, "-p", std::to_string(measured.program.Pid())});
+    while (measured.program.Status("TracerPid") == 0)
+        if (std::this_thread::sleep_for(std::chrono::milliseconds(1)); !tracer.Running())
+            return "not measured";
+    exchange.Run(kind, measured.handOver.Get(), TRACED_REQUESTS, 1);
+    tracer.Stop(SIGINT);
+    const Calls calls = CountCalls(log, TRACED_REQUESTS);
+    std::array<char, 64> text;
+    snprintf(text.data(), text.size(), "%.2f + %.2f + %.2f", calls.own, calls.store, calls.clock);
+    return text.data();
+}
+
+std::vector<double> Ratios(const Measured &kelpa, const Measured &floor)
+{
+    std::vector<double> ratios;
+    for (size_t i = 0; i < kelpa.cpuPerRequest.size(); ++i)
+        ratios.push_back(kelpa.cpuPerRequest[i] / floor.cpuPerRequest[i]);
+    return ratios;
+}
+
+void PrintTimes(const std::string &what, const Measured &kelpa, const Measured &floor)
+{
+    const std::vector<double> ratios = Ratios(kelpa, floor);
+    printf("| %s: processor time per request | %.1f µs | %.1f µs | ratio %.2f (%.2f to %.2f) | at most 1.3 |\n",
+           what.c_str(), Quantile(kelpa.cpuPerRequest, 0.5), Quantile(floor.cpuPerRequest, 0.5),
+           Quantile(ratios, 0.5), Quantile(ratios, 0.25), Quantile(ratios, 0.75));
+    printf("| %s: latency p50 / p99 |", what.c_str());
+    for (const Measured *measured : {&kelpa, &floor})
+        printf(" %.0f / %.0f µs |", Microseconds(Quantile(measured->latencies, 0.5)),
+               Microseconds(Quantile(measured->latencies, 0.99)));
+    printf(" | |\n");
+}
+
+/** Measures one kind of request beside a floor program of its own. */
+void MeasureKind(Exchange &exchange, const Kind &kind, const std::string &what, Measured &kelpa, Measured &floor,
+                 const fs::path &log)
+{
+    RunRounds(exchange, kind, kelpa, floor);
+    PrintTimes(what, kelpa, floor);
+    const std::string kelpaCalls = TraceCalls(exchange, kind, kelpa, log);
+    const std::string floorCalls = TraceCalls(exchange, kind, floor, log);
+    printf("| %s: system calls, own + store + clock | %s | %s | | at most 5 + %d + clock |\n", what.c_str(),
+           kelpaCalls.c_str(), floorCalls.c_str(), kind.storeRequest.empty() ? 0 : 5);
+}
+
+Program StartKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu, const char *output)
+{
+    fs::create_directory(folder);
+    Program kelpa({path, folder / "kelpa", folder / "pid"}, cpu, output);
+    exchange.ServeStart();
+    return kelpa;
+}
+
+/**
+ * Measures the daemon's memory. The kernel maps pages of shared libraries in groups that depend on where it has
+ * placed the library, so the peak differs from start to start, and the worst of several starts counts.
+ */
+void MeasureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::path &root)
+{
+    long peak = 0;
+    long own = 0;
+    for (int start = 0; start < MEMORY_STARTS; ++start) {
+        const fs::path folder = root / ("memory-" + std::to_string(start));
+        const Program kelpa = StartKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
+        const Descriptor handOver = ConnectTo(folder / "kelpa");
+        for (const Kind &kind : KINDS)
+            exchange.Run(kind, handOver.Get(), WARM_UP_REQUESTS, IN_FLIGHT);
+        // Before they are measured, streams have been open in every slot: what a session has touched stays
+        // resident.
+        std::vector<Client> streams = Exchange::OpenStreams(handOver.Get(), NOTIFY_STREAMS);
+        Exchange::CloseStreams(streams);
+        streams = Exchange::OpenStreams(handOver.Get(), NOTIFY_STREAMS);
+        peak = std::max(peak, kelpa.Status("VmHWM"));
+        own = std::max(own, kelpa.Status("RssAnon"));
+    }
+    printf("| peak resident memory, %d notify streams | %ld kB, its own %ld kB | | | under 2500 kB |\n",
+           NOTIFY_STREAMS, peak, own);
+}
+
+void Run(const std::string &kelpaPath, const std::string &floorPath, const fs::path &root)
+{
+    const int cpu = ChooseProcessors();
+    LayOut(root);
+    Exchange exchange(root);
+    puts("| What | kelpa | floor | | goal |\n|---|---|---|---|---|");
+    for (const bool traced : {false, true}) {
+        const fs::path folder = root / (traced ? "traced" : "silent");
+        const Program kelpa =
+            StartKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").c_str() : "/dev/null");
+        for (const Kind &kind : std::span(KINDS).first(traced ? 1 : KINDS.size())) {
+            const fs::path floorSocket = folder / kind.name;
+            const Program floor(
+                {floorPath, kind.name, floorSocket, floorSocket.string() + "-event", root / "tmp/configer"}, cpu);
+            Measured kelpaMeasured{kelpa, ConnectTo(folder / "kelpa"), {}, {}};
+            Measured floorMeasured{floor, ConnectTo(floorSocket), {}, {}};
+            MeasureKind(exchange, kind, std::string(kind.name) + (traced ? ", trace to a file" : ""), kelpaMeasured,
+                        floorMeasured, folder / "strace");
+        }
+    }
+    MeasureMemory(exchange, kelpaPath, root);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 4) {
+        fputs("Usage: kelpa_bench_load KELPA FLOOR ROOT\n", stderr);
+        return EXIT_FAILURE;
+    }
+    try {
+        Run(argv[1], argv[2], argv[3]);
+    } catch (const std::exception &error) {
+        fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}

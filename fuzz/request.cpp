@@ -1,0 +1,51 @@
+// A request's road from dispatch to its reply, the store's answers being what they are. Input: the URL on a line of
+// its own, then the query string; a URL that begins with "!" has the text in its body.
+
+#include "dispatch/dispatch.h"
+#include "fuzz/environment.h"
+#include "reply/composer.h"
+#include "text/builder.h"
+
+#include <memory>
+
+namespace
+{
+
+/** Changes that run a program, or wait for another daemon, for each input. They are parsed only. */
+constexpr SetIndex PARSED_ONLY[] = {SetIndex::ModifyUser, SetIndex::DeleteUser, SetIndex::DIDOConfig,
+                                    SetIndex::AudioUpstream};
+
+bool RunsRoutine(const SessionSlot &slot)
+{
+    for (const SetIndex index : PARSED_ONLY)
+        if (Session_Is(slot, index))
+            return false;
+    return true;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static FuzzEnvironment &environment = FuzzEnvironment::Get();
+    environment.store.Answer("ok=1\n");
+    std::string_view input(reinterpret_cast<const char *>(data), size);
+    std::string_view url = TakeLine(input);
+    const bool post = url.starts_with('!');
+    url.remove_prefix(post ? 1 : 0);
+
+    const auto slot = std::make_unique<SessionSlot>();
+    slot->tRequest.iClientSocket = SOCKET_NONE;
+    slot->tRequest.eMethod = post ? RequestMethod::Post : RequestMethod::Get;
+    Text_Copy(slot->tRequest.acUrl, url);
+    Text_Copy(post ? slot->tRequest.acPostBody : slot->tRequest.acQeryString, input);
+    const int parsed = Dispatch_Parse(*slot);
+    Require((parsed == 0) == (slot->eStatusKind == StatusKind::Ok));
+    if (parsed == 0 && RunsRoutine(*slot))
+        (void)(slot->eMappingMethod == MappingMethod::Get ? Dispatch_RunGet(*slot) : Dispatch_RunSet(*slot));
+    Composer_Routine_KELPAAPI(*slot);
+    Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
+    Require(std::string_view(slot->acBuffer).size() == static_cast<size_t>(slot->iBufferLength));
+    Require(Terminated(slot->tRequest.acQeryString) && Terminated(slot->tRequest.acPostBody));
+    return 0;
+}

@@ -1,0 +1,31 @@
+// What the configuration store answers, through the GET routine of a family into its reply. Input: the GET index on
+// a line of its own, then the answer to every request.
+
+#include "dispatch/dispatch.h"
+#include "fuzz/environment.h"
+#include "reply/composer.h"
+#include "text/builder.h"
+#include "text/finder.h"
+
+#include <memory>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static FuzzEnvironment &environment = FuzzEnvironment::Get();
+    std::string_view input(reinterpret_cast<const char *>(data), size);
+    const int32_t index = Text_ToInt(TakeLine(input));
+    environment.store.Answer(input);
+
+    const auto slot = std::make_unique<SessionSlot>();
+    slot->tRequest.iClientSocket = SOCKET_NONE;
+    slot->tRequest.eMethod = RequestMethod::Get;
+    Text_Copy(slot->tRequest.acQeryString, "profileid=1&");
+    slot->eStatusKind = StatusKind::Ok;
+    slot->eMappingMethod = MappingMethod::Get;
+    slot->iMappingIndex = index;
+    const int result = Dispatch_RunGet(*slot);
+    Require(result == 0 || slot->eMappingResult != StatusKind::Ok || slot->eStatusKind != StatusKind::Ok);
+    Composer_Routine_KELPAAPI(*slot);
+    Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
+    return 0;
+}

@@ -1,0 +1,239 @@
+#include "camera/account_request.h"
+#include "camera/accounts.h"
+#include "camera/authentication.h"
+#include "camera/files.h"
+#include "temporary_folder.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace
+{
+
+using namespace camera;
+
+class AccountsTest : public testing::Test
+{
+  protected:
+    void SetUp() override { accounts.create("first"); }
+
+    bool logsIn(std::string_view name, std::string_view password) const
+    {
+        const std::optional<Account> account = accounts.find(name);
+        return account && passwordMatches(password, account->hash);
+    }
+    std::string allFiles() const
+    {
+        return readFile(folder.path("passwd")) + readFile(folder.path("group")) + readFile(folder.path("shadow"));
+    }
+
+    TemporaryFolder folder;
+    AccountFiles accounts{folder.path()};
+};
+
+TEST_F(AccountsTest, AddedEditedAndDeletedUserIsInTheFiles)
+{
+    accounts.add("bob", "one", "view");
+    EXPECT_TRUE(logsIn("bob", "one"));
+    EXPECT_EQ(accounts.find("bob")->group, "view");
+    EXPECT_EQ(readFile(folder.path("passwd")), "admin:x:1000:100::/:/bin/false\nbob:x:1001:102::/:/bin/false\n");
+    EXPECT_EQ(readFile(folder.path("group")), "admin:x:100:admin\noperator:x:101:\nview:x:102:bob\n");
+
+    accounts.edit("bob", "two", "operator");
+    EXPECT_TRUE(logsIn("bob", "two"));
+    EXPECT_FALSE(logsIn("bob", "one"));
+    EXPECT_EQ(accounts.find("bob")->group, "operator");
+    EXPECT_EQ(readFile(folder.path("group")), "admin:x:100:admin\noperator:x:101:bob\nview:x:102:\n");
+
+    accounts.remove("bob");
+    EXPECT_FALSE(accounts.find("bob"));
+    EXPECT_EQ(allFiles().find("bob"), std::string::npos);
+    EXPECT_TRUE(logsIn("admin", "first"));
+}
+
+TEST_F(AccountsTest, PasswordsAreSaltedAndForTheOwnerOnly)
+{
+    accounts.add("bob", "same", "view");
+    accounts.add("eve", "same", "view");
+    EXPECT_NE(accounts.find("bob")->hash, accounts.find("eve")->hash);
+    EXPECT_EQ(allFiles().find("same"), std::string::npos);
+    struct stat status = {};
+    ASSERT_EQ(stat(folder.path("shadow").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(AccountsTest, NumberOfADeletedUserIsFreeAgain)
+{
+    accounts.add("bob", "p", "view");
+    accounts.add("eve", "p", "view");
+    accounts.remove("bob");
+    accounts.add("joe", "p", "view");
+    EXPECT_NE(readFile(folder.path("passwd")).find("joe:x:1001:"), std::string::npos);
+}
+
+TEST_F(AccountsTest, LinesOfOthersStayAsTheyAre)
+{
+    const std::string foreign = "broken line\nroot:x:0:0:System:/root:/bin/sh\n";
+    replaceFile(folder.path("passwd"), foreign + readFile(folder.path("passwd")), 0644);
+    accounts.add("bob", "p", "view");
+    EXPECT_TRUE(readFile(folder.path("passwd")).starts_with(foreign));
+    EXPECT_THROW(accounts.add("root", "p", "admin"), AccountError);
+    EXPECT_THROW(accounts.edit("root", "p", "admin"), AccountError);
+    EXPECT_THROW(accounts.remove("root"), AccountError);
+}
+
+TEST_F(AccountsTest, RefusedChangeLeavesTheFilesAlone)
+{
+    accounts.add("bob", "p", "view");
+    const std::string before = allFiles();
+    const std::string longest(64, 'n');
+    struct Case {
+        const char *what;
+        std::string request;
+    };
+    const Case cases[] = {
+        {"user that exists", "method=add&username=bob&userpass=p&privilege=view"},
+        {"user that does not", "method=edit&username=eve&userpass=p&privilege=view"},
+        {"deleting nobody", "method=delete&username=eve"},
+        {"deleting admin", "method=delete&username=admin"},
+        {"admin in another group", "method=edit&username=admin&userpass=p&privilege=view"},
+        {"unknown group", "method=add&username=eve&userpass=p&privilege=root"},
+        {"empty group", "method=add&username=eve&userpass=p&privilege="},
+        {"empty name", "method=add&username=&userpass=p&privilege=view"},
+        {"name that ends a field", "method=add&username=a:b&userpass=p&privilege=view"},
+        {"name that ends a line", "method=add&username=a\nb&userpass=p&privilege=view"},
+        {"name that ends a member", "method=add&username=a,b&userpass=p&privilege=view"},
+        {"name of 65", "method=add&username=" + longest + "n&userpass=p&privilege=view"},
+        {"empty password", "method=edit&username=bob&userpass=&privilege=view"},
+        {"password of 64", "method=edit&username=bob&userpass=" + longest + "&privilege=view"},
+        {"password with a line feed", "method=edit&username=bob&userpass=a\nb&privilege=view"},
+        {"no group", "method=add&username=eve&userpass=p"},
+        {"group before the password", "method=add&username=eve&privilege=view&userpass=p"},
+        {"another method", "method=list&username=eve"},
+        {"nothing", ""},
+    };
+    for (const Case &test : cases) {
+        SCOPED_TRACE(test.what);
+        EXPECT_THROW(
+            {
+                const AccountRequest request = parseAccountRequest(test.request);
+                if (request.method == AccountRequest::Method::Add)
+                    accounts.add(request.name, request.password, request.group);
+                else if (request.method == AccountRequest::Method::Edit)
+                    accounts.edit(request.name, request.password, request.group);
+                else
+                    accounts.remove(request.name);
+            },
+            AccountError);
+        EXPECT_EQ(allFiles(), before);
+    }
+}
+
+TEST(AccountRequestTest, PasswordHoldsEverythingUpToTheLastGroup)
+{
+    const AccountRequest request =
+        parseAccountRequest("method=add&username=bob&userpass=a&userpass=b&privilege=admin&c=%41&privilege=view");
+    EXPECT_EQ(request.name, "bob");
+    EXPECT_EQ(request.password, "a&userpass=b&privilege=admin&c=%41");
+    EXPECT_EQ(request.group, "view");
+}
+
+/** Runs the built account program in the folder above "etc"; returns its exit status. */
+int runProgram(const std::string &root, const std::string &query)
+{
+    setenv("KELPA_ROOT", root.c_str(), 1);
+    setenv("QUERY_STRING", query.c_str(), 1);
+    const int status = std::system("'" KELPA_ACCOUNT_PROGRAM "' 2>/dev/null");
+    unsetenv("KELPA_ROOT");
+    unsetenv("QUERY_STRING");
+    return WEXITSTATUS(status);
+}
+
+TEST(AccountProgram, ExitStatusTellsWhatBecameOfTheRequest)
+{
+    const TemporaryFolder root;
+    std::filesystem::create_directory(root.path("etc"));
+    const AccountFiles accounts(root.path("etc"));
+    accounts.create("first");
+    EXPECT_EQ(runProgram(root.path(), "method=add&username=bob&userpass=a&b=c&privilege=operator"), 0);
+    ASSERT_TRUE(accounts.find("bob"));
+    EXPECT_TRUE(passwordMatches("a&b=c", accounts.find("bob")->hash));
+    EXPECT_EQ(runProgram(root.path(), "method=delete&username=admin"), 1);
+    EXPECT_EQ(runProgram(root.path(), ""), 1);
+    EXPECT_EQ(runProgram("/nonexistent", "method=delete&username=bob"), 1);
+    EXPECT_EQ(runProgram(root.path(), "method=delete&username=bob"), 0);
+    EXPECT_FALSE(accounts.find("bob"));
+}
+
+TEST(AuthenticationRules, NeedsOfRequests)
+{
+    struct Case {
+        const char *what;
+        const char *method;
+        const char *path;
+        std::string query;
+        Need need;
+    };
+    const Case cases[] = {
+        {"read", "GET", "/common/info.cgi", "", Need::AnyAccount},
+        {"index page", "GET", "/", "", Need::AnyAccount},
+        {"change by query", "GET", "/config/camera_info.cgi", "name=Hall", Need::Operator},
+        {"change by body", "POST", "/config/camera_info.cgi", "", Need::Operator},
+        {"selector is a read", "GET", "/config/video.cgi", "profileid=1", Need::AnyAccount},
+        {"selector by POST is a change", "POST", "/config/video.cgi", "profileid=1", Need::Operator},
+        {"longer selector is a change", "GET", "/config/video.cgi", "profileid=10", Need::Operator},
+        {"no selector here", "GET", "/config/network.cgi", "ip=10.0.0.1", Need::Operator},
+        {"picture", "GET", "/video/mjpg.cgi", "profileid=2", Need::AnyAccount},
+        {"reading an administrator's page", "GET", "/cgi/admin/recorder.cgi", "", Need::Admin},
+        {"users", "GET", "/config/user_mod.cgi", "name=a", Need::Admin},
+        {"deleting users", "POST", "/config/user_del.cgi", "", Need::Admin},
+        {"reboot", "GET", "/config/system_reboot.cgi", "reboot=go", Need::Admin},
+        {"scheduled reboot", "GET", "/config/scheduled_reboot.cgi", "enable=on", Need::Admin},
+        {"side channel", "GET", "/camera/state", "", Need::Admin},
+        {"method that the daemon refuses", "DELETE", "/common/info.cgi", "", Need::Operator},
+    };
+    for (const Case &test : cases) {
+        HttpHead head;
+        head.method = test.method;
+        head.path = test.path;
+        head.query = test.query;
+        EXPECT_EQ(neededFor(head), test.need) << test.what;
+    }
+    EXPECT_TRUE(groupSuffices("view", Need::AnyAccount));
+    EXPECT_FALSE(groupSuffices("view", Need::Operator));
+    EXPECT_TRUE(groupSuffices("operator", Need::Operator));
+    EXPECT_FALSE(groupSuffices("operator", Need::Admin));
+    EXPECT_TRUE(groupSuffices("admin", Need::Admin));
+}
+
+TEST(AuthenticationRules, BasicCredentials)
+{
+    struct Case {
+        const char *field;
+        const char *name; ///< null: refused
+        const char *password;
+    };
+    const Case cases[] = {
+        {"Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ==", "Aladdin", "open sesame"}, // the example of RFC 7617
+        {"basic  YTpiOmM=", "a", "b:c"},
+        {"Basic YTo=", "a", ""},
+        {"Basic YWI=", nullptr, nullptr},     // no colon
+        {"Basic YTpi!", nullptr, nullptr},    // no base64
+        {"Basic YTpiY", nullptr, nullptr},    // cut
+        {"Basic AGE6Yg==", nullptr, nullptr}, // a NUL byte
+        {"Basic ", nullptr, nullptr},
+        {"Bearer YTpi", nullptr, nullptr},
+        {"", nullptr, nullptr},
+    };
+    for (const Case &test : cases) {
+        SCOPED_TRACE(test.field);
+        const std::optional<Credentials> credentials = parseBasicCredentials(test.field);
+        ASSERT_EQ(credentials.has_value(), test.name != nullptr);
+        if (credentials) {
+            EXPECT_EQ(credentials->name, test.name);
+            EXPECT_EQ(credentials->password, test.password);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+#include "camera_process.h"
+
+#include <gtest/gtest.h>
+#include <string_view>
+
+/*
+ * Log-ins at the built virtual camera.
+ */
+
+namespace
+{
+
+std::string base64(std::string_view text)
+{
+    constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string encoded;
+    for (size_t i = 0; i < text.size(); i += 3) {
+        unsigned bits = 0;
+        for (size_t j = 0; j < 3; ++j)
+            bits = bits << 8 | (i + j < text.size() ? static_cast<unsigned char>(text[i + j]) : 0);
+        for (size_t j = 0; j < 4; ++j)
+            encoded += i + j > text.size() ? '=' : ALPHABET[bits >> (18 - 6 * j) & 63];
+    }
+    return encoded;
+}
+
+std::string as(const std::string &name, const std::string &password)
+{
+    return "Authorization: Basic " + base64(name + ":" + password) + "\r\n";
+}
+
+std::string userTarget(const std::string &name, const std::string &password, const std::string &group)
+{
+    return "/config/user_mod.cgi?name=" + name + "&password=" + base64(password) + "&group=" + group;
+}
+
+TEST(CameraLogin, GroupsMayDoWhatTheyMayDo)
+{
+    CameraProcess camera({"--auth", "on"});
+    const std::string admin = as("admin", camera.adminPassword());
+    ASSERT_EQ(statusOf(camera.get(userTarget("olga", "pass-o", "operator"), admin)), 200);
+    ASSERT_EQ(statusOf(camera.get(userTarget("vera", "pass-v", "view"), admin)), 200);
+
+    const std::string nobody = camera.get("/common/info.cgi");
+    EXPECT_EQ(statusOf(nobody), 401);
+    EXPECT_NE(nobody.find("WWW-Authenticate: Basic realm="), std::string::npos);
+
+    const std::string operatorUser = as("olga", "pass-o");
+    const std::string viewer = as("vera", "pass-v");
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi", viewer)), 200);
+    EXPECT_EQ(statusOf(camera.get("/config/camera_info.cgi?name=Hall", viewer)), 403);
+    EXPECT_EQ(statusOf(camera.get("/config/camera_info.cgi?name=Hall", operatorUser)), 200);
+    EXPECT_EQ(statusOf(camera.get(userTarget("mala", "pass-m", "admin"), operatorUser)), 403);
+    EXPECT_EQ(statusOf(camera.get("/cgi/admin/recorder.cgi", operatorUser)), 403);
+    EXPECT_EQ(statusOf(camera.get("/camera/state", operatorUser)), 403);
+    EXPECT_EQ(statusOf(camera.get("/camera/state", admin)), 200);
+}
+
+TEST(CameraLogin, ChangedAccountsSurviveARestart)
+{
+    CameraProcess camera({"--auth", "on"});
+    std::string admin = as("admin", camera.adminPassword());
+    EXPECT_EQ(statusOf(camera.get(userTarget("bob", "one", "view"), admin)), 200);
+    EXPECT_EQ(statusOf(camera.get(userTarget("eve", "two", "view"), admin)), 200);
+    EXPECT_EQ(statusOf(camera.get(userTarget("admin", "a&b=c:d", "admin"), admin)), 200);
+    admin = as("admin", "a&b=c:d");
+    EXPECT_EQ(statusOf(camera.get("/config/user_del.cgi?name=eve", admin)), 200);
+    EXPECT_EQ(statusOf(camera.get("/config/user_del.cgi?name=admin", admin)), 400);
+
+    EXPECT_EQ(camera.stop(SIGTERM), 0);
+    camera.start();
+    EXPECT_EQ(camera.output().find("password"), std::string::npos);
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi", as("bob", "one"))), 200);
+    EXPECT_EQ(statusOf(camera.get("/camera/state", admin)), 200);
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi", as("eve", "two"))), 401);
+}
+
+TEST(CameraLogin, TwentyFirstUserIsRefused)
+{
+    const CameraProcess camera({"--auth", "on"});
+    const std::string admin = as("admin", camera.adminPassword());
+    for (int user = 2; user <= 20; ++user)
+        ASSERT_EQ(statusOf(camera.get(userTarget("user" + std::to_string(user), "pass", "view"), admin)), 200)
+            << user;
+    EXPECT_EQ(statusOf(camera.get(userTarget("user21", "pass", "view"), admin)), 503);
+    EXPECT_EQ(statusOf(camera.get(userTarget("user20", "other", "operator"), admin)), 200);
+}
+
+TEST(CameraLogin, WrongPasswordCostsItsSenderTimeAndNobodyElse)
+{
+    using Clock = std::chrono::steady_clock;
+    const CameraProcess camera({"--auth", "on"});
+    const std::string admin = as("admin", camera.adminPassword());
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
+
+    const Clock::time_point begin = Clock::now();
+    const camera::FileDescriptor guesser =
+        camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("admin", "guess") + "\r\n");
+    const camera::FileDescriptor other =
+        camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("nobody", "guess") + "\r\n");
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_EQ(statusOf(readUntil(guesser.get())), 401);
+    EXPECT_GE(Clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_EQ(statusOf(readUntil(other.get())), 401);
+    EXPECT_GE(Clock::now() - begin, std::chrono::seconds(2));
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "camera/file_descriptor.h"
+#include "temporary_folder.h"
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/**
+ * The built virtual camera with its daemon, on a free port, in a root folder of its own that outlives a restart.
+ * What does not happen within ten seconds fails with an exception.
+ */
+class CameraProcess
+{
+  public:
+    /** Starts it and waits until it listens; `arguments` follow --root and --listen. */
+    explicit CameraProcess(std::vector<std::string> arguments = {});
+    ~CameraProcess();
+    CameraProcess(const CameraProcess &) = delete;
+    CameraProcess &operator=(const CameraProcess &) = delete;
+
+    void start();
+    /** Sends a signal and waits for the end; returns the exit status, or minus the signal that ended it. */
+    int stop(int signal);
+
+    [[nodiscard]] const std::string &root() const { return folder_.path(); }
+    [[nodiscard]] pid_t pid() const { return pid_; }
+    [[nodiscard]] unsigned short port() const { return port_; }
+    /** Everything that it has printed so far, errors included. */
+    [[nodiscard]] const std::string &output() const { return output_; }
+    /** Waits until it has printed the text; returns everything so far. */
+    const std::string &waitForOutput(const std::string &sign)
+    {
+        readOutputUntil(sign);
+        return output_;
+    }
+    /** The password that a new camera prints. */
+    [[nodiscard]] std::string adminPassword() const;
+
+    /** Opens a connection and sends the text on it. */
+    [[nodiscard]] camera::FileDescriptor send(const std::string &text) const;
+    /** Sends a request and returns all of the reply. */
+    [[nodiscard]] std::string exchange(const std::string &request) const;
+    /** The same for a request without a body; `fields` are lines of the head. */
+    [[nodiscard]] std::string get(const std::string &target, const std::string &fields = "") const;
+    [[nodiscard]] std::string post(const std::string &target) const;
+    [[nodiscard]] nlohmann::json state() const;
+    /** The daemon's process, once it is ready to serve and is not `other`. */
+    [[nodiscard]] pid_t daemonPid(pid_t other = 0) const;
+
+  private:
+    void readOutputUntil(const std::string &sign);
+
+    TemporaryFolder folder_;
+    std::vector<std::string> arguments_;
+    std::string output_;
+    camera::FileDescriptor pipe_;
+    pid_t pid_ = -1;
+    unsigned short port_ = 0;
+};
+
+inline constexpr std::chrono::seconds TEST_TIME(10);
+
+/** Reads until the peer closes, or `sign` has been read; throws when neither happens in time. */
+std::string readUntil(int socket, const std::string &sign = {}, std::chrono::milliseconds limit = TEST_TIME);
+
+/** The status of a reply, 0 when it has none. */
+int statusOf(const std::string &reply);
+/** What follows a reply's head. */
+std::string bodyOf(const std::string &reply);

@@ -1,0 +1,251 @@
+#include "camera/avi_writer.h"
+#include "camera/files.h"
+#include "camera_process.h"
+#include "platform/unix_socket.h"
+
+#include <csignal>
+#include <cstring>
+#include <endian.h>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <thread>
+
+/*
+ * The built virtual camera reacts to what a client sets: the head moves, outputs switch, events are acted on, the
+ * camera restarts. Everything is asked for by the daemon's URLs.
+ */
+
+namespace
+{
+
+using nlohmann::json;
+using std::chrono::seconds;
+using Clock = std::chrono::steady_clock;
+
+class CameraReaction : public testing::Test
+{
+  protected:
+    std::string ask(const std::string &target) { return bodyOf(camera.get(target)); }
+
+    void accept(const std::string &target)
+    {
+        EXPECT_EQ(ask(target), "<config><result><code>ok</code></result></config>") << target;
+    }
+
+    /** Looks at the state again and again until it is as wanted; fails with the last state when it never is. */
+    json waitUntil(const std::function<bool(const json &)> &wanted)
+    {
+        json state;
+        for (const auto end = Clock::now() + TEST_TIME; Clock::now() < end;) {
+            state = camera.state();
+            if (wanted(state))
+                return state;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        ADD_FAILURE() << "never as wanted: " << state.dump(1);
+        return state;
+    }
+
+    json waitForRest()
+    {
+        return waitUntil([](const json &state) { return state["ptz"]["moving"] == false; })["ptz"];
+    }
+
+    void postMotion(int window, const char *state)
+    {
+        EXPECT_EQ(statusOf(camera.post("/camera/motion/" + std::to_string(window) + "?state=" + state)), 200);
+    }
+
+    std::string outputs()
+    {
+        const std::string reply = ask("/config/io.cgi");
+        return reply.substr(reply.find("out1"));
+    }
+
+    CameraProcess camera;
+};
+
+TEST_F(CameraReaction, HeadGoesWhereTheClientSendsItAndKeepsPresets)
+{
+    // 8 steps of a 64th of the picture of 1280x720: an eighth of its width, which is 2/9 of its height.
+    ask("/config/ptz_move_rel.cgi?p=8&t=0");
+    const double eighth = 2.0 / 9 / ((5 - 16.0 / 9) / 2);
+    const json moved = waitForRest();
+    EXPECT_NEAR(moved["pan"], eighth, 1e-6);
+    EXPECT_NEAR(moved["tilt"], 0, 1e-6);
+    EXPECT_EQ(moved["commands"], 1);
+
+    EXPECT_EQ(ask("/config/ptz_preset.cgi?name=door&act=add"), "name=door\r\nact=add\r\n");
+    EXPECT_EQ(ask("/config/ptz_preset_list.cgi"), "presets=door\r\n");
+    EXPECT_EQ(ask("/config/ptz_home.cgi?act=go"), "p=0\r\nt=0\r\nz=0\r\n");
+    EXPECT_EQ(waitForRest()["pan"], 0);
+    ask("/config/ptz_preset.cgi?name=door&act=go");
+    EXPECT_NEAR(waitForRest()["pan"], eighth, 1e-5);
+
+    ask("/config/ptz_move_rel.cgi?p=0&t=0&z=32");
+    EXPECT_GT(waitForRest()["zoom"], 1.5);
+    ask("/config/auto_pan.cgi?act=go");
+    EXPECT_EQ(camera.state()["ptz"]["autopan"], true);
+    ask("/config/auto_pan.cgi?act=stop");
+    EXPECT_EQ(waitForRest()["autopan"], false);
+
+    EXPECT_EQ(camera.stop(SIGTERM), 0);
+    camera.start();
+    EXPECT_EQ(ask("/config/ptz_preset_list.cgi"), "presets=door\r\n");
+    ask("/config/ptz_preset.cgi?name=door&act=del");
+    EXPECT_EQ(ask("/config/ptz_preset_list.cgi"), "presets=\r\n");
+    ask("/config/ptz_preset.cgi?name=door&act=go");
+    EXPECT_EQ(camera.state()["ptz"]["error"], "no such preset: door");
+}
+
+TEST_F(CameraReaction, PtzDaemonOutlivesHostileClients)
+{
+    const auto say = [&](const std::string &line) {
+        camera::FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
+        EXPECT_EQ(UnixSocket_Connect(socket.get(), (camera.root() + "/tmp/ptzctrl").c_str()), 0);
+        EXPECT_EQ(write(socket.get(), line.data(), line.size()), static_cast<ssize_t>(line.size()));
+        return socket;
+    };
+    const camera::FileDescriptor silent = say("");
+    EXPECT_EQ(readUntil(say("rubbish").get()), "") << "closed after the line";
+    readUntil(say(std::string(2000, '&')).get());
+    readUntil(say("channel=0&camid=1&cam=preset&name=\xff\xfe").get());
+    EXPECT_EQ(readUntil(silent.get()), "") << "left after its time";
+    ask("/config/ptz_move_rel.cgi?p=1&t=1");
+    EXPECT_EQ(waitForRest()["error"], "");
+}
+
+TEST_F(CameraReaction, AlarmRuleSwitchesTheOutputInsideItsScheduleOnly)
+{
+    EXPECT_EQ(ask("/config/io.cgi?out1=on&out2=on"), "out1=on\r\nout2=on\r\n");
+    EXPECT_EQ(outputs(), "out1=on\r\nout2=on\r\n");
+    ask("/config/io.cgi?out2=off&out1=off");
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
+
+    const camera::FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    readUntil(stream.get(), "\r\n\r\n");
+    postMotion(1, "on");
+    readUntil(stream.get(), "md1=on\r\n");
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n") << "no rule is enabled";
+    postMotion(1, "off");
+    readUntil(stream.get(), "md1=off\r\n");
+
+    accept("/cgi/admin/adv_do.cgi?toOut1=1&out1ByMotion=1&out1ByIn1=0&out1ByIn2=0");
+    postMotion(1, "on");
+    readUntil(stream.get(), "md1=on\r\n");
+    EXPECT_EQ(outputs(), "out1=on\r\nout2=off\r\n");
+    postMotion(1, "off");
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
+    EXPECT_EQ(statusOf(camera.post("/camera/input/1?state=on")), 200);
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n") << "inputs are not in the rule";
+
+    // The window that is switched off no longer counts.
+    ask("/config/motion.cgi?enable1=no");
+    postMotion(1, "on");
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
+    EXPECT_EQ(camera.state()["events"]["alarm"], json({{"active", false}, {"count", 1}}));
+}
+
+TEST_F(CameraReaction, TriggerOutsideItsScheduleDoesNothing)
+{
+    // A Monday: day 1.
+    ask("/config/datetime.cgi?method=2&date=2024-06-03&time=12:00:00");
+    const std::string rule =
+        "/cgi/admin/adv_snapshot_cont.cgi?enable=1&byMotion=1&byIn1=0&byIn2=0&toSmtp=1&toFTP=0&schedule=1"
+        "&continuous=0&itemSize=1&item01=";
+    accept(rule + "2,8,0,2,17,0");
+    postMotion(1, "on");
+    postMotion(1, "off");
+    EXPECT_EQ(camera.state()["events"]["snapshots"]["count"], 0) << "another day";
+    accept(rule + "1,8,0,1,12,0");
+    postMotion(1, "on");
+    postMotion(1, "off");
+    EXPECT_EQ(camera.state()["events"]["snapshots"]["count"], 0) << "too late";
+    EXPECT_EQ(camera.state()["events"]["slots"][1]["in_schedule"], false);
+
+    accept(rule + "1,8,0,1,17,0");
+    postMotion(1, "on");
+    postMotion(1, "off");
+    const json state =
+        waitUntil([](const json &now) { return now["events"]["snapshots"]["files"] == 1; })["events"]["snapshots"];
+    EXPECT_EQ(state["count"], 1);
+    EXPECT_TRUE(camera::jpegSize(camera::readFile(camera.root() + std::string(state["last"]))));
+}
+
+TEST_F(CameraReaction, RecorderWritesAClipWithTheSecondsBeforeAndAfter)
+{
+    accept("/cgi/admin/recorder.cgi?enable=1&prerecord=1&postrecord=1&byMotion=1&byIn1=0&byIn2=0&toUSB=1&toSamba=0"
+           "&schedule=1&continuous=0");
+    EXPECT_EQ(camera.state()["gen_task"], json({{"runs", 1}, {"last", "gen_task -e"}}));
+    EXPECT_EQ(camera.state()["events"]["recorder"]["mode"], "armed");
+    postMotion(1, "on");
+    EXPECT_EQ(camera.state()["events"]["recorder"]["recording"], true);
+    postMotion(1, "off");
+    const json state =
+        waitUntil([](const json &now) { return now["events"]["recorder"]["clips"] == 1; })["events"]["recorder"];
+    EXPECT_EQ(state["recording"], false);
+    const std::string clip = camera::readFile(camera.root() + std::string(state["last"]));
+    EXPECT_EQ(clip.substr(0, 4), "RIFF");
+    const auto number = [&](size_t at) {
+        std::uint32_t value = 0;
+        memcpy(&value, clip.data() + at, sizeof value);
+        return le32toh(value);
+    };
+    ASSERT_GT(clip.size(), 224U);
+    const std::uint32_t perPicture = number(32), pictures = number(48);
+    EXPECT_GT(pictures, 0U);
+    EXPECT_GE(perPicture * pictures, 990'000U) << "microseconds: the second after the event";
+}
+
+TEST_F(CameraReaction, RebootRefusesConnectionsForAWhileAndComesBack)
+{
+    ask("/config/io.cgi?out1=on");
+    const pid_t before = camera.daemonPid();
+    // Sunday, two seconds before its scheduled reboot.
+    EXPECT_EQ(statusOf(camera.get("/config/scheduled_reboot.cgi?enable=on&weekday=0&time=06:15")), 200);
+    ask("/config/datetime.cgi?method=2&date=2024-06-02&time=06:14:58");
+
+    bool refused = false;
+    for (const auto end = Clock::now() + TEST_TIME; !refused && Clock::now() < end;) {
+        try {
+            // A connection that nobody has accepted yet is cut when the door closes.
+            refused = camera.get("/camera/state").empty();
+        } catch (const std::runtime_error &) {
+            refused = true;
+        }
+    }
+    EXPECT_TRUE(refused);
+    const auto downAt = Clock::now();
+    json state;
+    while (state.is_null() && Clock::now() < downAt + TEST_TIME) {
+        try {
+            state = camera.state();
+        } catch (const std::exception &) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    ASSERT_FALSE(state.is_null());
+    EXPECT_GT(Clock::now() - downAt, seconds(2)) << "as long as a camera takes";
+    EXPECT_EQ(state["power"]["reboots"], 1);
+    EXPECT_EQ(state["power"]["reason"], "scheduled");
+    EXPECT_EQ(state["daemon"]["ready"], true);
+    EXPECT_NE(state["daemon"]["pid"], before);
+    EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
+}
+
+TEST_F(CameraReaction, StopDuringARebootIsAStop)
+{
+    const camera::FileDescriptor store(UnixSocket_Open(SOCK_STREAM));
+    ASSERT_EQ(UnixSocket_Connect(store.get(), (camera.root() + "/tmp/configer").c_str()), 0);
+    const std::string request = "set NameValue 99 0 0\nnetwork_restart=1&system_reset=1&";
+    ASSERT_EQ(write(store.get(), request.data(), request.size()), static_cast<ssize_t>(request.size()));
+    readUntil(store.get());
+    EXPECT_EQ(camera.state()["network"]["restarts"], 1);
+    const std::string sign = "restarting: system_reset";
+    EXPECT_NE(camera.waitForOutput(sign).find(sign), std::string::npos);
+    EXPECT_EQ(camera.stop(SIGTERM), 0);
+}
+
+} // namespace

@@ -1,0 +1,302 @@
+#include "camera/files.h"
+#include "camera_process.h"
+#include "platform/unix_socket.h"
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <thread>
+
+/*
+ * The built virtual camera with the built daemon inside, over TCP.
+ */
+
+namespace
+{
+
+using camera::FileDescriptor;
+namespace fs = std::filesystem;
+
+FileDescriptor connectTo(const std::string &path)
+{
+    FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
+    EXPECT_EQ(UnixSocket_Connect(socket.get(), path.c_str()), 0);
+    return socket;
+}
+
+/** Sends a request to the configuration store and returns its answer. */
+std::string askStore(const CameraProcess &camera, const std::string &request)
+{
+    const FileDescriptor socket = connectTo(camera.root() + "/tmp/configer");
+    EXPECT_EQ(write(socket.get(), request.data(), request.size()), static_cast<ssize_t>(request.size()));
+    return readUntil(socket.get());
+}
+
+/** The descriptors that a process holds. */
+size_t countDescriptors(pid_t pid)
+{
+    const fs::directory_iterator at("/proc/" + std::to_string(pid) + "/fd");
+    return static_cast<size_t>(std::distance(begin(at), end(at)));
+}
+
+/** Whether a process comes down to that many descriptors: a connection is closed a little after its reply. */
+bool comesDownTo(size_t descriptors, pid_t pid)
+{
+    const auto end = std::chrono::steady_clock::now() + TEST_TIME;
+    while (countDescriptors(pid) > descriptors) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+TEST(Camera, NameIsKeptOverARestart)
+{
+    CameraProcess camera;
+    EXPECT_NE(bodyOf(camera.get("/common/info.cgi")).find("name=Kelpa Camera\r\n"), std::string::npos);
+    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi?name=Hall")), "name=Hall\r\n");
+    EXPECT_EQ(
+        bodyOf(camera.exchange("POST /config/timestamp.cgi HTTP/1.1\r\nContent-Length: 10\r\n\r\nlabel=East")),
+        "label=East\r\n");
+    EXPECT_EQ(camera.stop(SIGTERM), 0);
+    camera.start();
+    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
+    EXPECT_EQ(bodyOf(camera.get("/config/timestamp.cgi")), "label=East\r\n");
+}
+
+TEST(Camera, NotifyStreamShowsWhatTheSideChannelSwitches)
+{
+    const CameraProcess camera;
+    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    readUntil(stream.get(), "\r\n\r\n");
+
+    EXPECT_EQ(statusOf(camera.post("/camera/input/1?state=on")), 200);
+    readUntil(stream.get(), "input1=on\r\ninput2=off\r\n");
+    EXPECT_EQ(statusOf(camera.post("/camera/motion/2?state=on")), 200);
+    readUntil(stream.get(), "md2=on\r\n");
+    EXPECT_EQ(askStore(camera, "get NameValue 99 0\nstatus_di_i0&status_di_i1&"),
+              "status_di_i0=1\nstatus_di_i1=0\n");
+    EXPECT_EQ(camera.state()["inputs"], nlohmann::json({"on", "off"}));
+    EXPECT_EQ(camera.state()["motion"], nlohmann::json({"off", "on", "off"}));
+
+    EXPECT_EQ(statusOf(camera.exchange("POST /camera/input/1 HTTP/1.1\r\nContent-Length: 9\r\n\r\nstate=off")),
+              200);
+    readUntil(stream.get(), "input1=off\r\ninput2=off\r\n");
+}
+
+TEST(Camera, SideChannelRefusesClearly)
+{
+    const CameraProcess camera;
+    struct Case {
+        const char *method;
+        const char *target;
+        int status;
+    };
+    const Case cases[] = {
+        {"POST", "/camera/input/0?state=on", 404},
+        {"POST", "/camera/input/3?state=on", 404},
+        {"POST", "/camera/input/1x?state=on", 404},
+        {"POST", "/camera/input/?state=on", 404},
+        {"POST", "/camera/input/1/2?state=on", 404},
+        {"POST", "/camera/motion/4?state=on", 404},
+        {"POST", "/camera/input/1?state=ON", 400},
+        {"POST", "/camera/input/1?xstate=on", 400},
+        {"POST", "/camera/input/1", 400},
+        {"GET", "/camera/input/1?state=on", 405},
+        {"POST", "/camera/state", 405},
+        {"GET", "/camera/nothing", 404},
+    };
+    for (const Case &test : cases) {
+        const std::string reply =
+            camera.exchange(std::string(test.method) + " " + test.target + " HTTP/1.1\r\n\r\n");
+        EXPECT_EQ(statusOf(reply), test.status) << test.target;
+        EXPECT_TRUE(nlohmann::json::parse(bodyOf(reply))["error"].is_string()) << test.target;
+    }
+    EXPECT_EQ(camera.state()["inputs"], nlohmann::json({"off", "off"}));
+}
+
+TEST(Camera, TwoThousandRequestsOfTwentyFiveClientsAreAllAnsweredWhole)
+{
+    const CameraProcess camera;
+    const pid_t daemon = camera.daemonPid();
+    const std::string expected = camera.get("/common/info.cgi");
+    const size_t descriptors = countDescriptors(camera.pid());
+    std::atomic<int> whole = 0;
+    std::vector<std::jthread> clients;
+    for (int client = 0; client < 25; ++client)
+        clients.emplace_back([&] {
+            for (int request = 0; request < 80; ++request)
+                whole += camera.get("/common/info.cgi") == expected ? 1 : 0;
+        });
+    clients.clear();
+    EXPECT_EQ(whole, 2000);
+    EXPECT_EQ(camera.daemonPid(), daemon);
+    EXPECT_TRUE(comesDownTo(descriptors, camera.pid()));
+}
+
+TEST(Camera, FullQueueMakesRequestsWait)
+{
+    const CameraProcess camera;
+    const pid_t daemon = camera.daemonPid();
+    kill(daemon, SIGSTOP);
+    std::vector<FileDescriptor> clients;
+    for (int client = 0; client < 100; ++client)
+        clients.push_back(camera.send("GET /common/info.cgi HTTP/1.1\r\n\r\n"));
+    // The camera goes on meanwhile; when this is answered it has taken up all of them.
+    EXPECT_EQ(statusOf(camera.get("/camera/state")), 200);
+    kill(daemon, SIGCONT);
+    for (const FileDescriptor &client : clients)
+        EXPECT_EQ(statusOf(readUntil(client.get())), 200);
+}
+
+TEST(Camera, LimitsAreToldAndNothingElseIsHarmed)
+{
+    const CameraProcess camera;
+    const std::string end = " HTTP/1.1\r\n\r\n";
+    struct Case {
+        const char *what;
+        std::string request;
+        int status;
+    };
+    const Case cases[] = {
+        {"head of 8 KiB", "GET / HTTP/1.1\r\nX: " + std::string(8192 - 23, 'x') + "\r\n\r\n", 200},
+        {"head above 8 KiB", "GET / HTTP/1.1\r\nX: " + std::string(8193 - 23, 'x') + "\r\n\r\n", 431},
+        {"much too long a head", std::string(300000, 'x'), 431},
+        {"path of 128", "GET /" + std::string(127, 'p') + end, 414},
+        {"query of 4095 reaches the daemon", "GET /common/info.cgi?" + std::string(4095, 'q') + end, 400},
+        {"query of 4096", "GET /common/info.cgi?" + std::string(4096, 'q') + end, 414},
+        {"chunks", "POST /common/info.cgi HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 411},
+        {"HTTP/2", "GET / HTTP/2.0\r\n\r\n", 505},
+        {"garbage", std::string("\0\1\2\r\n\r\n", 7), 400},
+        {"body too long for the camera's own",
+         "POST /camera/input/1 HTTP/1.1\r\nContent-Length: 5000\r\n\r\n" + std::string(5000, 'b'), 413},
+        {"URL of nobody", "GET /nothing" + end, 404},
+        {"method that the daemon refuses", "HEAD /common/info.cgi" + end, 500},
+    };
+    for (const Case &test : cases)
+        EXPECT_EQ(statusOf(camera.exchange(test.request)), test.status) << test.what;
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200);
+}
+
+TEST(Camera, ClientThatDoesNotFinishIsDropped)
+{
+    const CameraProcess camera;
+    const std::string unfinished[] = {
+        "",
+        "GET /common/info.cgi HTTP/1.1\r\n",
+        "POST /config/camera_info.cgi HTTP/1.1\r\nContent-Length: 9\r\n\r\nname",
+    };
+    std::vector<FileDescriptor> clients;
+    for (const std::string &text : unfinished)
+        clients.push_back(camera.send(text));
+    for (const FileDescriptor &client : clients)
+        EXPECT_EQ(readUntil(client.get(), {}, std::chrono::seconds(15)), "");
+}
+
+TEST(Camera, DeadDaemonIsStartedAgainAndToldWhatIsActive)
+{
+    const CameraProcess camera;
+    EXPECT_EQ(statusOf(camera.post("/camera/motion/3?state=on")), 200);
+    const pid_t first = camera.daemonPid();
+    kill(first, SIGKILL);
+    EXPECT_NE(camera.daemonPid(first), first);
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200);
+    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    readUntil(stream.get(), "md3=on\r\n");
+}
+
+TEST(Camera, WithoutADaemonTheAnswerIs503)
+{
+    const CameraProcess camera({"--kelpa", "/nonexistent"});
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 503);
+    EXPECT_EQ(camera.state()["daemon"]["ready"], false);
+}
+
+TEST(Camera, DaemonInheritsStandardStreamsOnly)
+{
+    const CameraProcess camera;
+    // Its own come on top: two endpoints, the decoder's socket when there is a decoder, and events of its threads.
+    int sockets = 0;
+    for (const fs::directory_entry &entry :
+         fs::directory_iterator("/proc/" + std::to_string(camera.daemonPid()) + "/fd")) {
+        if (std::stoi(entry.path().filename()) <= STDERR_FILENO)
+            continue;
+        const std::string target = fs::read_symlink(entry).string();
+        sockets += target.starts_with("socket:") ? 1 : 0;
+        EXPECT_TRUE(target.starts_with("socket:") || target == "anon_inode:[eventfd]") << target;
+    }
+    EXPECT_LE(sockets, 3);
+}
+
+TEST(Camera, InterruptLeavesNothingBehind)
+{
+    CameraProcess camera;
+    const pid_t daemon = camera.daemonPid();
+    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    readUntil(stream.get(), "\r\n\r\n");
+    EXPECT_EQ(camera.stop(SIGINT), 0);
+    EXPECT_EQ(kill(daemon, 0), -1);
+    for (const char *folder : {"/tmp", "/var"})
+        for (const fs::directory_entry &entry : fs::recursive_directory_iterator(camera.root() + folder))
+            EXPECT_TRUE(entry.is_directory()) << entry.path();
+    for (const fs::directory_entry &entry : fs::directory_iterator(camera.root() + "/etc"))
+        EXPECT_TRUE(entry.is_regular_file() && entry.path().filename().string().find('-') == std::string::npos)
+            << entry.path();
+}
+
+TEST(Camera, KilledCameraLeavesAFolderThatTheNextOneStartsIn)
+{
+    CameraProcess camera;
+    EXPECT_EQ(statusOf(camera.get("/config/camera_info.cgi?name=Hall")), 200);
+    // The daemon ends too: it shares the error output, whose end this waits for.
+    EXPECT_EQ(camera.stop(SIGKILL), -SIGKILL);
+    camera.start();
+    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
+}
+
+/** Runs the program to its end; returns what it printed. */
+std::string runCamera(const std::string &arguments)
+{
+    FILE *pipe = popen(("'" KELPA_CAMERA_PROGRAM "' --listen 127.0.0.1:0 " + arguments + " 2>&1").c_str(), "re");
+    std::string output = readUntil(fileno(pipe));
+    pclose(pipe);
+    return output;
+}
+
+TEST(Camera, StartThatCannotBeIsExplained)
+{
+    const CameraProcess camera;
+    EXPECT_NE(runCamera("--root " + camera.root()).find("another virtual camera is running in"), std::string::npos);
+    EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200) << "the refused one must not harm the running one";
+    EXPECT_NE(runCamera("--root /tmp/" + std::string(100, 'x')).find("too long"), std::string::npos);
+    EXPECT_NE(runCamera("--listen 8080").find("--listen takes ADDRESS:PORT"), std::string::npos);
+    EXPECT_NE(runCamera("--auth maybe").find("--auth takes on or off"), std::string::npos);
+    EXPECT_NE(runCamera("--root").find("--root takes a value"), std::string::npos);
+}
+
+TEST(Camera, StoreOutlivesHostileClients)
+{
+    const CameraProcess camera;
+    const size_t descriptors = countDescriptors(camera.pid());
+    const FileDescriptor silent = connectTo(camera.root() + "/tmp/configer");
+    EXPECT_EQ(askStore(camera, "GET / HTTP/1.1\r\n\r\n"), "");
+    EXPECT_EQ(askStore(camera, "set NameValue 99 0 0\nlayout_title_text=a\nb&"), "");
+    EXPECT_EQ(askStore(camera, "get NameValue 99 0\nno_such_key&"), "");
+    {
+        const FileDescriptor flood = connectTo(camera.root() + "/tmp/configer");
+        const std::string text = "set NameValue 99 0 0\nlayout_title_text=" + std::string(100000, 'x');
+        [[maybe_unused]] const ssize_t sent = send(flood.get(), text.data(), text.size(), MSG_NOSIGNAL);
+        EXPECT_EQ(readUntil(flood.get()), "");
+    }
+    {
+        const FileDescriptor half = connectTo(camera.root() + "/tmp/configer");
+        EXPECT_EQ(write(half.get(), "set Name", 8), 8);
+    }
+    EXPECT_EQ(askStore(camera, "get NameValue 99 0\nlayout_title_text="), "layout_title_text=Kelpa Camera\n");
+    EXPECT_TRUE(comesDownTo(descriptors + 1, camera.pid())) << "the silent client alone is still there";
+}
+
+} // namespace

@@ -1,0 +1,192 @@
+#include "camera/clock.h"
+#include "camera/event_rules.h"
+#include "camera/output_commands.h"
+#include "temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+/*
+ * What decides about events: the camera's clock, schedules, triggers; and the commands for the outputs.
+ */
+
+namespace
+{
+
+using namespace camera;
+using namespace std::chrono_literals;
+using LocalTime = CameraClock::LocalTime;
+
+/** A day of the week in June 2024, where the 2nd is a Sunday; day 0 is Sunday. */
+LocalTime onDay(int day, std::chrono::seconds time)
+{
+    using namespace std::chrono;
+    return local_days(year(2024) / June / 2) + days(day) + time;
+}
+
+class RulesTest : public testing::Test
+{
+  protected:
+    void set(const std::string &slot, const std::string &weekday, const std::string &begin, const std::string &end)
+    {
+        store.set(std::vector<Setting>{
+            {slot + "_weekday", weekday}, {slot + "_begintime", begin}, {slot + "_endtime", end}});
+    }
+
+    TemporaryFolder folder;
+    Store store{folder.path("store")};
+    std::chrono::system_clock::time_point host{std::chrono::sys_days(std::chrono::year(2024) / 6 / 2) + 10h};
+};
+
+TEST_F(RulesTest, ScheduleHoldsOnEachDayOfItsMaskAndNoOther)
+{
+    for (int mask = 0; mask < 128; ++mask) {
+        set("slot", std::to_string(mask), "00:00", "24:00");
+        const Schedule schedule = readSchedule(store, "slot");
+        for (int day = 0; day < 7; ++day) {
+            const bool wanted = (mask & (64 >> day)) != 0;
+            EXPECT_EQ(schedule.contains(onDay(day, 0s)), wanted) << mask << " " << day;
+            EXPECT_EQ(schedule.contains(onDay(day, 23h + 59min + 59s)), wanted) << mask << " " << day;
+        }
+    }
+}
+
+TEST_F(RulesTest, ScheduleBeginsWithItsFirstMinuteAndEndsBeforeItsLast)
+{
+    struct Case {
+        const char *what, *begin, *end;
+        std::chrono::seconds time;
+        bool contained;
+    };
+    const Case cases[] = {
+        {"before", "08:30", "17:00", 8h + 29min + 59s, false},
+        {"first second", "08:30", "17:00", 8h + 30min, true},
+        {"last second", "08:30", "17:00", 16h + 59min + 59s, true},
+        {"end", "08:30", "17:00", 17h, false},
+        {"until midnight", "08:30", "24:00", 23h + 59min + 59s, true},
+        {"empty", "08:30", "08:30", 8h + 30min, false},
+        {"end before begin", "17:00", "08:30", 18h, false},
+        {"no time", "", "24:00", 12h, false},
+        {"no such time", "00:00", "24:01", 12h, false},
+        {"more than a time", "00:00", "12:00x", 11h, false},
+    };
+    for (const Case &test : cases) {
+        set("slot", "127", test.begin, test.end);
+        EXPECT_EQ(readSchedule(store, "slot").contains(onDay(3, test.time)), test.contained) << test.what;
+    }
+    EXPECT_FALSE(readSchedule(store, "nothing").contains(onDay(3, 12h)));
+}
+
+TEST_F(RulesTest, TriggerLooksAtTheMaskOfItsKindOnly)
+{
+    struct Case {
+        const char *what, *trigger, *windows, *inputs;
+        Sensed sensed;
+        bool triggered;
+    };
+    const Case cases[] = {
+        {"window of the mask", "motion", "5", "0", {.windows = 4, .inputs = 0}, true},
+        {"window beside the mask", "motion", "5", "3", {.windows = 2, .inputs = 3}, false},
+        {"no window on", "motion", "0", "3", {.windows = 7, .inputs = 3}, false},
+        {"input of the mask", "di", "7", "2", {.windows = 0, .inputs = 2}, true},
+        {"input beside the mask", "di", "7", "2", {.windows = 7, .inputs = 1}, false},
+        {"no trigger", "", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"sequence", "seq", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"unknown trigger", "motionless", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"nothing active", "motion", "7", "3", {}, false},
+    };
+    for (const Case &test : cases) {
+        store.set(std::vector<Setting>{
+            {"event_i2_trigger", test.trigger}, {"event_i2_mdwin", test.windows}, {"event_i2_di", test.inputs}});
+        EXPECT_EQ(readEventRule(store, 2).triggered(test.sensed), test.triggered) << test.what;
+    }
+}
+
+TEST_F(RulesTest, RebootIsDueOnceInItsMinuteAndOnlyThere)
+{
+    set("event_i3", "32", "06:15", "06:15"); // day 1
+    store.set(std::vector<Setting>{{"event_i3_enable", "1"}, {"event_i3_trigger", "schedulereboot"}});
+    const EventRule rule = readEventRule(store, 3);
+    int reboots = 0;
+    for (LocalTime time = onDay(0, 0s); time < onDay(7, 0s); time += 1s)
+        reboots += rule.rebootDue(time - 1s, time);
+    EXPECT_EQ(reboots, 1);
+    EXPECT_TRUE(rule.rebootDue(onDay(1, 6h + 14min + 59s), onDay(1, 6h + 15min)));
+    EXPECT_FALSE(rule.rebootDue(onDay(1, 6h + 15min + 3s), onDay(1, 6h + 15min + 4s)))
+        << "a camera that comes up again in the same minute stays up";
+    store.set("event_i3_enable", "0");
+    EXPECT_FALSE(readEventRule(store, 3).rebootDue(onDay(1, 6h + 14min + 59s), onDay(1, 6h + 15min)));
+}
+
+TEST_F(RulesTest, ClockFollowsDateTimeZoneAndDaylightSaving)
+{
+    const auto hostTime = [this] { return host; };
+    {
+        const CameraClock clock(store, hostTime);
+        EXPECT_EQ(toText(clock.now()), "2024-06-02 10:00:00");
+        store.set(std::vector<Setting>{{"system_date", "2030/2/30"}, {"system_time", "24:60:60"}});
+        EXPECT_EQ(toText(clock.now()), "2030-03-03 01:01:00") << "what is beyond its end runs over";
+        host += 90s;
+        EXPECT_EQ(toText(clock.now()), "2030-03-03 01:02:30");
+        store.set("system_timezoneindex", "320");
+        EXPECT_EQ(toText(clock.now()), "2030-03-03 09:02:30");
+        store.set(std::vector<Setting>{{"system_date", "2024/12/31"}, {"system_time", "23:59:59"}});
+        EXPECT_EQ(toText(clock.now()), "2024-12-31 23:59:59") << "the time that is set is the zone's";
+        store.set("system_daylight_enable", "1");
+        EXPECT_EQ(toFileName(clock.now()), "20250101-005959");
+        for (const char *time : {"", "noon", "25:00:00", "12:00"})
+            store.set("system_time", time);
+        EXPECT_EQ(toText(clock.now()), "2025-01-01 00:59:59") << "no time at all changes nothing";
+    }
+    const CameraClock clock(store, hostTime);
+    EXPECT_EQ(toText(clock.now()), "2025-01-01 00:59:59") << "kept over a restart";
+    store.set(std::vector<Setting>{{"system_updateinterval", "3600"}, {"system_daylight_enable", "0"}});
+    EXPECT_EQ(toText(clock.now()), "2024-06-02 18:01:30") << "a synchronised clock shows the host's time";
+    store.set("system_updateinterval", "0");
+    EXPECT_EQ(toText(clock.now()), "2024-06-02 18:01:30") << "and goes on from there";
+}
+
+TEST_F(RulesTest, ZoneIndexIsHoursTimesFortyWhateverItsLastDigit)
+{
+    const CameraClock clock(store, [this] { return host; });
+    const std::pair<const char *, int> zones[] = {
+        {"-480", -720}, {"-281", -420}, {"-242", -360}, {"-180", -270}, {"0", 0},           {"41", 60},
+        {"82", 120},    {"230", 345},   {"520", 780},   {"", 0},        {"2147483647", 840}};
+    for (const auto &[index, minutes] : zones) {
+        store.set("system_timezoneindex", index);
+        EXPECT_EQ(clock.zone().count(), minutes) << index;
+    }
+}
+
+TEST(OutputCommandStream, TakesCommandsApartHoweverTheyArrive)
+{
+    using Commands = std::vector<OutputCommand>;
+    struct Case {
+        const char *what;
+        std::vector<std::string_view> pieces;
+        Commands commands;
+    };
+    const Case cases[] = {
+        {"one", {"setdo 0 1"}, {{0, true}}},
+        {"two in one read", {"setdo 0 1setdo 1 0"}, {{0, true}, {1, false}}},
+        {"cut anywhere", {"se", "tdo", " ", "1", " ", "1", "set", "do 8 0"}, {{1, true}, {8, false}}},
+        {"with line ends", {"setdo 0 1\nsetdo 0 0\n"}, {{0, true}, {0, false}}},
+        {"rubbish around", {"xxsetdo 0 1\0yy", "setsetdo 1 1"}, {{0, true}, {1, true}}},
+        {"no state", {"setdo 0 2setdo 1 1"}, {{1, true}}},
+        {"no number", {"setdo x 1setdo  1setdo 1 1"}, {{1, true}}},
+        {"negative", {"setdo -1 1"}, {}},
+        {"endless number", {"setdo 99999999999999999999 1", "setdo 3 1"}, {{3, true}}},
+        {"only a beginning", {"setdo 12"}, {}},
+    };
+    for (const Case &test : cases) {
+        OutputCommands stream;
+        Commands commands;
+        for (const std::string_view piece : test.pieces) {
+            stream.add(piece);
+            while (const auto command = stream.next())
+                commands.push_back(*command);
+        }
+        EXPECT_EQ(commands, test.commands) << test.what;
+    }
+}
+
+} // namespace

@@ -1,0 +1,116 @@
+#include "camera/root_folder.h"
+#include "camera_process.h"
+#include "platform/fdcgi.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+/*
+ * What the camera's web server hands over, and what it leaves on the client's socket: the test takes the daemon's
+ * place.
+ */
+
+namespace
+{
+
+using camera::FileDescriptor;
+
+class HandOverTest : public testing::Test
+{
+  protected:
+    HandOverTest()
+    {
+        const std::string path = camera.root() + std::string(camera::HAND_OVER_SOCKET);
+        if (FDCGI_init(&endpoint, path.c_str()) != 0)
+            throw std::runtime_error("FDCGI_init");
+    }
+    ~HandOverTest() override { FDCGI_close(endpoint); }
+
+    /** Takes the next request; the values are the endpoint's until the one after it. */
+    FileDescriptor take()
+    {
+        pollfd wait = {FDCGI_GetSocketFd(endpoint), POLLIN, 0};
+        int socket = -1;
+        if (poll(&wait, 1, 10000) != 1 || FDCGI_read(endpoint, &socket) != 0)
+            throw std::runtime_error("no request was handed over");
+        return FileDescriptor(socket);
+    }
+
+    CameraProcess camera{{"--kelpa", "/nonexistent"}};
+    FDCGI_Handle endpoint = nullptr;
+};
+
+TEST_F(HandOverTest, RequestArrivesAsTheClientSentIt)
+{
+    const FileDescriptor client = camera.send("DELETE /cgi/admin/a%20b.cgi?x=%41&y=1+2 HTTP/1.1\r\n\r\n");
+    const FileDescriptor socket = take();
+    EXPECT_STREQ(FDCGI_GetMethod(endpoint), "DELETE");
+    EXPECT_STREQ(FDCGI_GetUrl(endpoint), "/cgi/admin/a%20b.cgi");
+    EXPECT_STREQ(FDCGI_GetQueryString(endpoint), "x=%41&y=1+2");
+    EXPECT_STREQ(FDCGI_GetContentLength(endpoint), "0");
+    EXPECT_EQ(FDCGI_GetPostBody(endpoint), nullptr);
+}
+
+TEST_F(HandOverTest, BodyIsTakenUpToItsLimitAndTheRestStaysOnTheSocket)
+{
+    struct Case {
+        const char *what;
+        const char *path;
+        size_t length;
+        size_t handedOver;
+    };
+    const Case cases[] = {
+        {"whole body", "/config/network.cgi", 10, 10},
+        {"longest body", "/config/network.cgi", 4095, 4095},
+        {"longer body", "/config/network.cgi", 5000, 4095},
+        {"audio stream", "/dev/speaker.cgi", 5000, 0},
+    };
+    for (const Case &test : cases) {
+        SCOPED_TRACE(test.what);
+        std::string body;
+        for (size_t i = 0; i < test.length; ++i)
+            body += static_cast<char>('a' + i % 26);
+        const FileDescriptor client =
+            camera.send("POST " + std::string(test.path) +
+                        " HTTP/1.1\r\nContent-Length: " + std::to_string(test.length) + "\r\n\r\n" + body + "END");
+        const FileDescriptor socket = take();
+        EXPECT_EQ(FDCGI_GetContentLength(endpoint), std::to_string(test.length));
+        ASSERT_EQ(FDCGI_GetPostBodyLength(endpoint), test.handedOver);
+        if (test.handedOver > 0) {
+            EXPECT_EQ(FDCGI_GetPostBody(endpoint), body.substr(0, test.handedOver));
+        }
+        EXPECT_EQ(readUntil(socket.get(), "END"), body.substr(test.handedOver) + "END");
+    }
+}
+
+TEST_F(HandOverTest, HeadMayComeByteByByte)
+{
+    const FileDescriptor client = camera.send("");
+    for (const char c : std::string("POST /dev/speaker.cgi?client=a HTTP/1.1\r\nContent-Length: 4\r\n\r\nBODY"))
+        ASSERT_EQ(send(client.get(), &c, 1, MSG_NOSIGNAL), 1);
+    const FileDescriptor socket = take();
+    EXPECT_EQ(readUntil(socket.get(), "BODY"), "BODY");
+}
+
+TEST_F(HandOverTest, WaitingClientIsToldToGoOn)
+{
+    const FileDescriptor client =
+        camera.send("POST /config/network.cgi HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 4\r\n\r\n");
+    EXPECT_EQ(readUntil(client.get(), "\r\n\r\n"), "HTTP/1.1 100 Continue\r\n\r\n");
+    ASSERT_EQ(send(client.get(), "BODY", 4, MSG_NOSIGNAL), 4);
+    const FileDescriptor socket = take();
+    EXPECT_STREQ(FDCGI_GetPostBody(endpoint), "BODY");
+}
+
+TEST_F(HandOverTest, ConnectionIsTheDaemonsAlone)
+{
+    const FileDescriptor client = camera.send("GET /common/info.cgi HTTP/1.1\r\n\r\n");
+    {
+        const FileDescriptor socket = take();
+        ASSERT_EQ(send(socket.get(), "raw", 3, MSG_NOSIGNAL), 3);
+    }
+    EXPECT_EQ(readUntil(client.get()), "raw"); // closed when the daemon closes it
+}
+
+} // namespace

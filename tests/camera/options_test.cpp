@@ -1,0 +1,65 @@
+#include "camera/options.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace
+{
+
+using namespace camera;
+
+Options parse(std::vector<const char *> arguments)
+{
+    arguments.insert(arguments.end(), {"--root", "/tmp/r"});
+    return parseOptions(arguments);
+}
+
+TEST(Options, LoginIsAskedForWhereOthersCanReachTheCamera)
+{
+    struct Case {
+        std::vector<const char *> arguments;
+        const char *address;
+        unsigned short port;
+        bool authentication;
+    };
+    const Case cases[] = {
+        {{}, "127.0.0.1", 8080, false},
+        {{"--listen", "127.0.0.2:0"}, "127.0.0.2", 0, false},
+        {{"--listen", "[::1]:80"}, "::1", 80, false},
+        {{"--listen", "0.0.0.0:8080"}, "0.0.0.0", 8080, true},
+        {{"--listen", "[::]:65535"}, "::", 65535, true},
+        {{"--listen", "192.168.1.2:80", "--auth", "off"}, "192.168.1.2", 80, false},
+        {{"--auth", "on"}, "127.0.0.1", 8080, true},
+    };
+    for (const Case &test : cases) {
+        const Options options = parse(test.arguments);
+        EXPECT_EQ(options.address, test.address);
+        EXPECT_EQ(options.port, test.port);
+        EXPECT_EQ(options.authentication, test.authentication) << test.address;
+        EXPECT_TRUE(options.daemon.ends_with("/kelpa"));
+    }
+}
+
+TEST(Options, WhatCannotBeMeantIsRefused)
+{
+    const std::vector<const char *> cases[] = {
+        {"--listen", ":80"},
+        {"--listen", "127.0.0.1"},
+        {"--listen", "127.0.0.1:"},
+        {"--listen", "127.0.0.1:-1"},
+        {"--listen", "127.0.0.1:8x"},
+        {"--listen", "127.0.0.1:65536"},
+        {"--listen", "::1:80"},
+        {"--listen", "camera:80"},
+        {"--auth", "yes"},
+        {"--port", "80"},
+        {"8080"},
+        {"--auth"},
+    };
+    for (const auto &arguments : cases) {
+        const auto parseAll = [&] { return parse(arguments); };
+        EXPECT_THROW((void)parseAll(), UsageError) << arguments.back();
+    }
+}
+
+} // namespace

@@ -1,0 +1,380 @@
+#include "camera/files.h"
+#include "camera/stream_client.h"
+#include "camera/stream_profile.h"
+#include "jpeg_reader.h"
+#include "platform/unix_socket.h"
+#include "stream_reader.h"
+#include "temporary_folder.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <thread>
+
+/*
+ * The server push and the single pictures: the rules by themselves, then the built camera with the daemon inside.
+ */
+
+namespace
+{
+
+using camera::Colour;
+using camera::FileDescriptor;
+using camera::Image;
+using camera::Resolution;
+
+TEST(StreamProfile, ReadsSizesAndTheirWords)
+{
+    struct Case {
+        const char *text;
+        std::optional<Resolution> resolution;
+    };
+    const Case cases[] = {
+        {"640x480", Resolution{640, 480}},
+        {"QCIF", Resolution{176, 144}},
+        {"CIF", Resolution{352, 288}},
+        {"4CIF", Resolution{704, 576}},
+        {"16x16", Resolution{16, 16}},
+        {"1920x1200", Resolution{1920, 1200}},
+        {"", {}},
+        {"640", {}},
+        {"640x", {}},
+        {"x480", {}},
+        {"640x480x2", {}},
+        {"640x480 ", {}},
+        {"-640x480", {}},
+        {"15x480", {}},
+        {"1921x480", {}},
+        {"640x1201", {}},
+        {"99999999999x480", {}},
+        {"cif", {}},
+    };
+    for (const auto &[text, resolution] : cases)
+        EXPECT_EQ(camera::parseResolution(text), resolution) << text;
+}
+
+TEST(StreamProfile, ReadsHandBacks)
+{
+    struct Case {
+        const char *text;
+        std::optional<int> profile;
+    };
+    const Case cases[] = {
+        {"stream2\r\n--myboundary\r\nkelpa\r\nkelpa\r\n", 2},
+        {"--myboundary\r\nkelpa\r\nkelpa\r\n", 0},
+        {"stream12\r\n--myboundary\r\n", 12},
+        {"", {}},
+        {"stream\r\n--myboundary\r\n", {}},
+        {"stream0\r\n--myboundary\r\n", {}},
+        {"stream-1\r\n--myboundary\r\n", {}},
+        {"stream2--myboundary\r\n", {}},
+        {"stream99999999999\r\n--myboundary\r\n", {}},
+        {"stream2\r\n", {}},
+        {"kelpa\r\nkelpa\r\n", {}},
+    };
+    for (const auto &[text, profile] : cases)
+        EXPECT_EQ(camera::parseHandBack(text), profile) << text;
+}
+
+TEST(StreamProfile, WhateverTheStoreHoldsCanBeDrawn)
+{
+    const TemporaryFolder folder;
+    camera::Store store(folder.path("store"));
+    const auto set = [&](const char *key, const char *value) { store.set(key, value); };
+    EXPECT_EQ(camera::countProfiles(store), 0);
+    EXPECT_EQ(camera::firstMotionJpegProfile(store), 0);
+    set("capability_nmediastream", "2");
+    EXPECT_FALSE(camera::readProfile(store, 0));
+    EXPECT_FALSE(camera::readProfile(store, 3));
+    EXPECT_EQ(camera::readProfile(store, 2)->resolution, (Resolution{640, 480})) << "nothing is stored";
+    EXPECT_EQ(camera::readProfile(store, 2)->framesPerSecond, 15);
+
+    set("videoin_c0_s1_codectype", "mjpeg");
+    set("videoin_c0_s1_resolution", "2000000000x2000000000");
+    set("videoin_c0_s1_mjpeg_maxframe", "-3");
+    set("videoin_c0_s1_mjpeg_quant", "77");
+    EXPECT_EQ(camera::firstMotionJpegProfile(store), 2);
+    EXPECT_EQ(camera::readProfile(store, 2)->resolution, (Resolution{640, 480}));
+    EXPECT_EQ(camera::readProfile(store, 2)->framesPerSecond, 1);
+    EXPECT_EQ(camera::readProfile(store, 2)->jpegQuality, 92);
+    set("videoin_c0_s1_mjpeg_maxframe", "999999");
+    EXPECT_EQ(camera::readProfile(store, 2)->framesPerSecond, 100);
+    set("capability_nmediastream", "999999999");
+    EXPECT_LE(camera::countProfiles(store), 32);
+}
+
+/** One client of a stream, both ends of it. */
+class StreamClientTest : public testing::Test
+{
+  protected:
+    StreamClientTest()
+    {
+        int ends[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0)
+            throw std::runtime_error("socketpair");
+        peer.reset(ends[1]);
+        client = camera::StreamClient::start(io, FileDescriptor(ends[0]));
+    }
+
+    std::string received() const
+    {
+        std::string text;
+        char bytes[65536];
+        for (ssize_t got = 0; (got = read(peer.get(), bytes, sizeof bytes)) > 0;)
+            text.append(bytes, static_cast<size_t>(got));
+        return text;
+    }
+
+    boost::asio::io_context io;
+    FileDescriptor peer;
+    std::shared_ptr<camera::StreamClient> client;
+};
+
+TEST_F(StreamClientTest, SlowOneGetsWholePartsAndTheNewestAfterAGap)
+{
+    const auto part = [](char letter) { return std::make_shared<const std::string>(3'000'000, letter); };
+    for (const char letter : {'a', 'b', 'c', 'd'})
+        client->offer(part(letter));
+    EXPECT_EQ(client->dropped(), 2U);
+
+    std::string text;
+    while (client->sent() < 2) {
+        text += received();
+        io.poll();
+    }
+    text += received();
+    text.erase(0, text.find("\r\n\r\n") + 4);
+    EXPECT_EQ(text, *part('a') + *part('d'));
+}
+
+TEST_F(StreamClientTest, OneThatTakesNothingIsLeft)
+{
+    using Client = camera::StreamClient;
+    const auto before = Client::Clock::now();
+    client->offer(std::make_shared<const std::string>(3'000'000, 'x'));
+    const auto after = Client::Clock::now();
+    EXPECT_FALSE(client->ended(before + Client::PATIENCE));
+    EXPECT_TRUE(client->ended(after + Client::PATIENCE + std::chrono::milliseconds(1)));
+    received();
+    EXPECT_EQ(read(peer.get(), std::string(1, ' ').data(), 1), 0) << "the connection is closed";
+}
+
+TEST_F(StreamClientTest, OneThatHasAllIsWaitedFor)
+{
+    received();
+    EXPECT_FALSE(client->ended(camera::StreamClient::Clock::now() + 2 * camera::StreamClient::PATIENCE));
+}
+
+TEST_F(StreamClientTest, OneThatOnlyStopsSendingGetsPictures)
+{
+    ASSERT_EQ(shutdown(peer.get(), SHUT_WR), 0);
+    io.poll();
+    client->offer(std::make_shared<const std::string>("picture"));
+    EXPECT_FALSE(client->ended());
+    EXPECT_TRUE(received().ends_with("picture"));
+    peer.reset();
+    client->offer(std::make_shared<const std::string>("picture"));
+    EXPECT_TRUE(client->ended());
+}
+
+/** Sets keys of the store, past the API and its limits. */
+void setInStore(const CameraProcess &camera, const std::string &pairs)
+{
+    const FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
+    ASSERT_EQ(UnixSocket_Connect(socket.get(), (camera.root() + "/tmp/configer").c_str()), 0);
+    const std::string request = "set NameValue 99 0 0\n" + pairs;
+    ASSERT_EQ(write(socket.get(), request.data(), request.size()), static_cast<ssize_t>(request.size()));
+    ASSERT_NE(readUntil(socket.get()), "");
+}
+
+bool looksLike(Colour one, Colour other)
+{
+    constexpr int TOLERANCE = 24;
+    return std::abs(one.red - other.red) < TOLERANCE && std::abs(one.green - other.green) < TOLERANCE &&
+           std::abs(one.blue - other.blue) < TOLERANCE;
+}
+
+/** The wall of the tower in the widest view at 640x480, and its place in the mirror; nothing passes before them. */
+constexpr Colour BRICK = {188, 96, 72};
+bool showsTower(const Image &image)
+{
+    return looksLike(image.colour(548, 320), BRICK);
+}
+bool showsTowerInMirror(const Image &image)
+{
+    return looksLike(image.colour(639 - 548, 320), BRICK);
+}
+
+/** Sets something and reads frames until the picture shows it; tells how long that took. */
+template <class Shows>
+std::chrono::milliseconds timeToShow(const CameraProcess &camera, StreamReader &stream, const std::string &target,
+                                     Shows shows)
+{
+    EXPECT_EQ(statusOf(camera.get(target)), 200) << target;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto passed = [&] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
+    };
+    while (!shows(stream.readFrame()))
+        if (passed() > TEST_TIME)
+            throw std::runtime_error("never shown: " + target);
+    return passed();
+}
+
+TEST(Streams, DecoderReadsAHundredFramesInTheStoredSize)
+{
+    const CameraProcess camera;
+    setInStore(camera, "videoin_c0_s1_mjpeg_maxframe=100&");
+    StreamReader stream(camera);
+    EXPECT_TRUE(stream.head().starts_with("HTTP/1.1 200 OK\r\n")) << stream.head();
+    EXPECT_NE(stream.head().find("Content-Type: multipart/x-mixed-replace; boundary=myboundary\r\n"),
+              std::string::npos);
+    std::string last;
+    int different = 0;
+    for (int i = 0; i < 100; ++i) {
+        std::string jpeg = stream.readPart();
+        const Image frame = readJpeg(jpeg);
+        ASSERT_EQ(frame.width, 640);
+        ASSERT_EQ(frame.height, 480);
+        different += jpeg != last ? 1 : 0;
+        last = std::move(jpeg);
+    }
+    EXPECT_GT(different, 90) << "the picture moves";
+}
+
+TEST(Streams, SettingsShowWithinASecond)
+{
+    const CameraProcess camera;
+    // At the slowest rate, so that it is not just the next frame that shows them.
+    EXPECT_EQ(statusOf(camera.get("/config/video.cgi?profileid=2&framerate=1")), 200);
+    StreamReader stream(camera, "profileid=2");
+    const Image plain = stream.readFrame();
+    EXPECT_TRUE(showsTower(plain));
+    EXPECT_FALSE(showsTowerInMirror(plain));
+
+    constexpr std::chrono::seconds LIMIT(1);
+    EXPECT_LT(timeToShow(camera, stream, "/config/sensor.cgi?mirror=on", showsTowerInMirror), LIMIT);
+    EXPECT_LT(timeToShow(camera, stream, "/config/sensor.cgi?color=no",
+                         [](const Image &image) {
+                             const Colour wall = image.colour(639 - 548, 320);
+                             return looksLike(wall, {wall.red, wall.red, wall.red});
+                         }),
+              LIMIT);
+    EXPECT_LT(timeToShow(camera, stream, "/config/sensor.cgi?mirror=off&color=yes&brightness=5",
+                         [](const Image &image) {
+                             return looksLike(image.colour(548, 320), {255, BRICK.green + 90, BRICK.blue + 90});
+                         }),
+              LIMIT);
+    EXPECT_LT(timeToShow(camera, stream, "/config/video.cgi?profileid=2&resolution=352x288",
+                         [](const Image &image) { return image.width == 352 && image.height == 288; }),
+              LIMIT);
+}
+
+TEST(Streams, OneClientThatReadsNothingHoldsNobodyUp)
+{
+    const CameraProcess camera;
+    setInStore(camera, "videoin_c0_s1_mjpeg_maxframe=50&");
+    const FileDescriptor stuck = camera.send("GET /video/mjpg.cgi HTTP/1.1\r\n\r\n");
+    std::vector<std::jthread> threads;
+    std::atomic<int> whole = 0;
+    for (int i = 0; i < 19; ++i)
+        threads.emplace_back([&] {
+            StreamReader stream(camera);
+            for (int frame = 0; frame < 60; ++frame)
+                (void)stream.readPart();
+            (void)stream.readFrame();
+            ++whole;
+        });
+    threads.clear();
+    EXPECT_EQ(whole, 19);
+    // Enough for the sockets' buffers of the stuck client to be full, and to see that it is the only one left out.
+    StreamReader stream(camera);
+    for (;;) {
+        (void)stream.readPart();
+        const nlohmann::json profile = camera.state()["streams"]["profiles"][1];
+        if (profile["framesDropped"] > 30)
+            break;
+    }
+    EXPECT_GE(camera.state()["streams"]["clients"], 2);
+}
+
+TEST(Streams, ProfilesStreamSideBySide)
+{
+    const CameraProcess camera;
+    EXPECT_EQ(statusOf(camera.get("/config/video.cgi?profileid=3&codec=MJPEG&framerate=30")), 200);
+    StreamReader third(camera, "profileid=3");
+    StreamReader second(camera, "profileid=2");
+    EXPECT_EQ(third.readFrame().width, 320);
+    EXPECT_EQ(second.readFrame().width, 640);
+    EXPECT_EQ(third.readFrame().width, 320);
+}
+
+TEST(Streams, EndWhenTheProfileIsNoLongerMotionJpeg)
+{
+    const CameraProcess camera;
+    StreamReader stream(camera, "profileid=2");
+    (void)stream.readFrame();
+    EXPECT_EQ(statusOf(camera.get("/config/video.cgi?profileid=2&codec=H.264")), 200);
+    EXPECT_TRUE(stream.ends());
+    EXPECT_EQ(statusOf(camera.get("/video/mjpg.cgi?profileid=2")), 400);
+}
+
+TEST(Streams, NothingIsDrawnWhileNobodyWatches)
+{
+    const CameraProcess camera;
+    setInStore(camera, "videoin_c0_s1_mjpeg_maxframe=100&");
+    const auto streams = [&] { return camera.state()["streams"]; };
+    EXPECT_EQ(streams()["profiles"][1]["framesDrawn"], 0);
+    {
+        StreamReader stream(camera);
+        (void)stream.readFrame();
+        EXPECT_EQ(streams()["clients"], 1);
+    }
+    while (streams()["clients"] != 0)
+        std::this_thread::yield();
+    (void)camera.get("/camera/snapshot?profile=1"); // a picture that was begun is done before this one
+    const int drawn = streams()["profiles"][1]["framesDrawn"];
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(statusOf(camera.get("/camera/snapshot?profile=1")), 200);
+    EXPECT_EQ(streams()["profiles"][1]["framesDrawn"], drawn);
+    StreamReader again(camera);
+    (void)again.readFrame();
+}
+
+TEST(Streams, SnapshotIsOfTheProfileThatIsAskedFor)
+{
+    const CameraProcess camera;
+    const auto widthOf = [&](const std::string &target) { return readJpeg(bodyOf(camera.get(target))).width; };
+    EXPECT_EQ(widthOf("/camera/snapshot"), 640) << "the first of motion JPEG";
+    EXPECT_EQ(widthOf("/camera/snapshot?profile=1"), 1280);
+    EXPECT_EQ(widthOf("/camera/snapshot?profile=3"), 320);
+    for (const std::string asked : {"0", "4", "-1", "2x", "99999999999"}) {
+        const std::string reply = camera.get("/camera/snapshot?profile=" + asked);
+        EXPECT_EQ(statusOf(reply), 404) << asked;
+        EXPECT_TRUE(nlohmann::json::parse(bodyOf(reply)).contains("error")) << asked;
+    }
+    EXPECT_EQ(statusOf(camera.post("/camera/snapshot")), 405);
+}
+
+TEST(Streams, HandBackThatCannotBeServedIsClosed)
+{
+    const CameraProcess camera;
+    /** Hands one end of a connection back and returns the other. */
+    const auto handBack = [&](std::string_view text) {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+        const FileDescriptor passed(ends[1]);
+        const FileDescriptor socket(UnixSocket_Open(SOCK_DGRAM));
+        EXPECT_EQ(UnixSocket_Connect(socket.get(), (camera.root() + "/var/run/http/fdipc1").c_str()), 0);
+        EXPECT_GT(UnixSocket_SendPieces(socket.get(), {&text, 1}, passed.get(), 0), 0);
+        return FileDescriptor(ends[0]);
+    };
+    for (const std::string &text :
+         {std::string("garbage"), std::string("stream9\r\n--myboundary\r\n"), std::string(3000, '-')})
+        EXPECT_EQ(readUntil(handBack(text).get()), "") << text.substr(0, 20);
+
+    StreamReader withoutProfile(handBack("--myboundary\r\nkelpa\r\nkelpa\r\n"));
+    EXPECT_EQ(withoutProfile.readFrame().width, 640);
+}
+
+} // namespace

@@ -1,0 +1,125 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/media_settings.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string AUDIO = "/config/audio.cgi";
+const std::string MIC = "/config/mic.cgi";
+const std::string SPEAKER = "/config/speaker.cgi";
+
+std::string ProfileReply(int profile, const std::string &codec, int sampleRate, int channels, int bitRate)
+{
+    return OkReply("profileid=" + std::to_string(profile) + "\r\ncodec=" + codec +
+                   "\r\nsamplerate=" + std::to_string(sampleRate) + "\r\nchannel=" + std::to_string(channels) +
+                   "\r\nbitrate=" + std::to_string(bitRate) + "\r\n");
+}
+
+} // namespace
+
+TEST(Audio, SampleRateAndChannelsFollowFromTheStoredCodec)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    const struct {
+        int bitRate;
+        int sampleRate;
+    } aac[] = {{16000, 8000}, {32000, 16000}, {48000, 16000},  {64000, 32000},
+               {64001, 8000}, {96000, 44100}, {128000, 44100}, {5, 8000}};
+    for (const auto &test : aac) {
+        camera.store.Set("audioin_c0_s0_aac4_bitrate", std::to_string(test.bitRate));
+        EXPECT_EQ(camera.Get(AUDIO, "profileid=1"), ProfileReply(1, "AAC", test.sampleRate, 2, test.bitRate));
+    }
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "MU-LAW", 8000, 1, 64000));
+    camera.store.Set({{"audioin_c0_s1_g711_mode", "pcma"}, {"audioin_c0_s1_pcma_bitrate", "64000"}});
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "A-LAW", 8000, 1, 64000));
+    camera.store.Set({{"audioin_c0_s1_codectype", "gamr"}, {"audioin_c0_s1_gamr_bitrate", "12200"}});
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "AMR", 8000, 1, 12200));
+    camera.store.Set({{"audioin_c0_s1_codectype", "opus"}, {"audioin_c0_s1_opus_bitrate", "9"}});
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "opus", 0, 0, 9));
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=3"), BAD_REQUEST);
+    camera.store.Remove("audioin_c0_s1_opus_bitrate");
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), INTERNAL_ERROR);
+}
+
+TEST(Audio, KeptARateIsWrittenUnderG711AndReadUnderItsLaw)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    ExpectExchanges(
+        camera, AUDIO,
+        {{"mu-law",
+          "profileid=1&codec=MU-LAW&bitrate=64000",
+          EchoReply("profileid=1&codec=MU-LAW&bitrate=64000"),
+          {"audioin_c0_s0_codectype=g711&audioin_c0_s0_g711_mode=pcmu&audioin_c0_s0_g711_bitrate=64000"}}});
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=1"), INTERNAL_ERROR) << "the store has no rate for pcmu yet";
+    EXPECT_EQ(camera.store.Requests().back(), "get NameValue 99 0\naudioin_c0_s0_pcmu_bitrate&");
+}
+
+TEST(Audio, ChangesAreCheckedAgainstTheCodec)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    const auto ok = [](const std::string &query, const std::string &pairs) -> ExchangeCase {
+        return {"accepted", query, EchoReply(query), {pairs}};
+    };
+    ExpectExchanges(
+        camera, AUDIO,
+        {ok("profileid=1&codec=AAC", "audioin_c0_s0_codectype=aac4"),
+         ok("profileid=2&codec=A-LAW", "audioin_c0_s1_codectype=g711&audioin_c0_s1_g711_mode=pcma"),
+         ok("profileid=2&bitrate=64000", "audioin_c0_s1_codectype=g711&audioin_c0_s1_g711_bitrate=64000"),
+         ok("profileid=2&codec=AMR&bitrate=4750", "audioin_c0_s1_codectype=gamr&audioin_c0_s1_gamr_bitrate=4750"),
+         ok("profileid=1&codec=12345678", "audioin_c0_s0_codectype=aac4"),
+         {"a rate of another codec", "profileid=1&codec=MU-LAW&bitrate=32000", BAD_REQUEST},
+         {"a rate for the current codec", "profileid=2&bitrate=32000", BAD_REQUEST},
+         {"a negative rate", "profileid=2&bitrate=-1", BAD_REQUEST},
+         {"a codec that the camera lacks", "profileid=1&codec=OPUS", BAD_REQUEST},
+         {"profile 0", "profileid=0&codec=AAC", BAD_REQUEST},
+         {"no profile", "codec=AAC", BAD_REQUEST}});
+    camera.WaitForTrace("esrInvalidOperation, ptAudioConfigResult->iProfileID=0\n");
+    camera.store.AnswerNothing(1);
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), BAD_REQUEST) << "the number of profiles";
+    camera.store.AnswerNothing(2);
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the current codec";
+    camera.store.AnswerNothing(3);
+    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the write";
+}
+
+TEST(Microphone, IsReadAndChanged)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    ExpectExchanges(camera, MIC,
+                    {{"read", "", OkReply("enable=yes\r\nvolume=50\r\n")},
+                     {"both",
+                      "enable=yes&volume=50",
+                      EchoReply("enable=yes&volume=50"),
+                      {"audioin_c0_mute=0&audioin_c0_gain=50"}},
+                     {"off", "enable=no", EchoReply("enable=no"), {"audioin_c0_mute=1"}},
+                     {"the volume alone", "volume=100", EchoReply("volume=100"), {"&audioin_c0_gain=100"}},
+                     {"a word of 16 characters is absent",
+                      "enable=" + std::string(16, 'y') + "&volume=1",
+                      EchoReply("enable=" + std::string(16, 'y') + "&volume=1"),
+                      {"&audioin_c0_gain=1"}},
+                     {"a capital", "enable=YES", BAD_REQUEST},
+                     {"volume 0", "volume=0", BAD_REQUEST},
+                     {"volume 101", "enable=yes&volume=101", BAD_REQUEST},
+                     {"no key", "x=1", BAD_REQUEST}});
+    EXPECT_EQ(camera.Get(MIC), OkReply("enable=no\r\nvolume=1\r\n"));
+    camera.store.Set("capability_supportaudio", "0");
+    EXPECT_EQ(camera.Get(MIC), BAD_REQUEST) << "no audio on this camera";
+    camera.store.Remove("capability_supportaudio");
+    EXPECT_EQ(camera.Get(MIC), INTERNAL_ERROR);
+}
+
+TEST(Speaker, IsReadAndChanged)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    ExpectExchanges(camera, SPEAKER,
+                    {{"read", "", OkReply("enable=yes\r\n")},
+                     {"off", "enable=no", EchoReply("enable=no"), {"audioout_c0_speaker_enable=0"}},
+                     {"read again", "", OkReply("enable=no\r\n")},
+                     {"a capital", "enable=Yes", BAD_REQUEST},
+                     {"no key", "x=1", BAD_REQUEST}});
+    camera.store.AnswerNothing();
+    EXPECT_EQ(camera.Get(SPEAKER, "enable=yes"), INTERNAL_ERROR);
+    EXPECT_EQ(camera.Get(SPEAKER), INTERNAL_ERROR);
+}

@@ -1,0 +1,107 @@
+#include "tests/fakes/test_camera.h"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string USAGE = "Usage:\n"
+                          "    kelpa [-h] [-v] unixsocket_path pid_file\n"
+                          "Options:\n"
+                          "    -d    Run as daemon. Must set the file name for saving pid.\n"
+                          "    -v    Get program version.\n"
+                          "    -h    This help.\n";
+const std::string VERSION = "KelpafdServer version: 1.0.0.32\n";
+
+struct Outcome {
+    int status;
+    std::string output;
+    std::string error;
+};
+
+/** Runs the daemon with these arguments in an empty camera, where it could not start. */
+Outcome RunKelpa(const std::vector<std::string> &arguments, const std::string &debugLevel = "")
+{
+    const TempRoot root;
+    std::vector<std::string> command = {TestCamera::Binary()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    for (std::string &argument : command)
+        if (argument == "SOCKET" || argument == "PID")
+            argument.insert(0, root.Path() + "/");
+    ChildProcess daemon(command, {.environment = {"KELPA_ROOT=" + root.Path(), "KELPA_DEBUG=" + debugLevel},
+                                  .outputFile = root.Path("/out"),
+                                  .errorFile = root.Path("/err")});
+    const int status = daemon.Wait();
+    EXPECT_FALSE(std::filesystem::exists(root.Path("/SOCKET")) && status == 0) << "no socket is opened";
+    return {status, ReadWholeFile(root.Path("/out")), ReadWholeFile(root.Path("/err"))};
+}
+
+} // namespace
+
+TEST(CommandLine, PrintsUsageAndFailsUnlessThereAreTwoArguments)
+{
+    for (const std::vector<std::string> &arguments :
+         std::vector<std::vector<std::string>>{{},
+                                               {"SOCKET"},
+                                               {"SOCKET", "PID", "more"},
+                                               {"-h"},
+                                               {"-?"},
+                                               {"-x"},
+                                               {"-hv"},
+                                               {"-h", "SOCKET", "PID"},
+                                               {"--help"},
+                                               {"--"}}) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const Outcome outcome = RunKelpa(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.output, USAGE);
+        const bool counted = arguments.empty() || arguments[0] == "SOCKET" || arguments[0] == "--";
+        EXPECT_EQ(RunKelpa(arguments, "2").error.ends_with("[main]Wrong number of arguments\n"), counted);
+    }
+}
+
+TEST(CommandLine, PrintsTheVersionBeforeAnythingElse)
+{
+    for (const std::vector<std::string> &arguments : std::vector<std::vector<std::string>>{
+             {"-v"}, {"-v", "SOCKET", "PID"}, {"SOCKET", "PID", "-v"}, {"-vh"}, {"-v", "-x"}}) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const Outcome outcome = RunKelpa(arguments);
+        EXPECT_EQ(outcome.status, 0);
+        ASSERT_TRUE(outcome.output.starts_with(VERSION)) << outcome.output;
+        EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 2) << "one more line";
+    }
+}
+
+TEST(CommandLine, DetachesBeforeItGoesOn)
+{
+    const Outcome outcome = RunKelpa({"-d", "-v"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "run as daemon mode") << "the version goes to the detached process's output";
+}
+
+TEST(CommandLine, DebugLevelIsPrinted)
+{
+    EXPECT_TRUE(RunKelpa({"-v"}, "1").output.starts_with("Debug Init:level = 1\r\n" + VERSION));
+}
+
+TEST(CommandLine, RunsAsADaemon)
+{
+    TestCamera camera({.start = false});
+    ChildProcess foreground({TestCamera::Binary(), "-d", camera.SocketPath(), camera.PidFile()},
+                            {.environment = {"KELPA_ROOT=" + camera.root.Path()}});
+    EXPECT_EQ(foreground.Wait(), 0);
+    ASSERT_TRUE(WaitFor([&] { return ReadWholeFile(camera.PidFile()).ends_with('\n'); }));
+    const std::string pid = std::to_string(std::stoi(ReadWholeFile(camera.PidFile())));
+    EXPECT_NE(pid, std::to_string(foreground.Pid()));
+    // The request is served after the signals are set up, so the signal below finds its handler.
+    EXPECT_EQ(camera.Get("/config/camera_info.cgi"), OkReply("name=Entrance\r\n"));
+    const std::filesystem::path process = "/proc/" + pid;
+    EXPECT_EQ(std::filesystem::read_symlink(process / "cwd"), "/");
+    for (const char *stream : {"0", "1", "2"})
+        EXPECT_EQ(std::filesystem::read_symlink(process / "fd" / stream), "/dev/null");
+    ASSERT_EQ(kill(std::stoi(pid), SIGTERM), 0);
+    EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(camera.PidFile()); }));
+}

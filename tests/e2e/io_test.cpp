@@ -1,0 +1,165 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/fake_fifo.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace
+{
+
+const std::string URL = "/config/io.cgi";
+
+class DigitalIO : public testing::Test
+{
+  protected:
+    struct Case {
+        const char *description;
+        std::string query;
+        std::string commands; ///< empty: the request is refused
+    };
+    void ExpectCommands(const std::vector<Case> &cases)
+    {
+        FakeFifo daemon(fifo);
+        for (const Case &c : cases) {
+            SCOPED_TRACE(c.query + " (" + c.description + ")");
+            EXPECT_EQ(camera.Get(URL, c.query), c.commands.empty() ? BAD_REQUEST : EchoReply(c.query));
+            EXPECT_EQ(daemon.Read(), c.commands);
+        }
+    }
+
+    TestCamera camera{{.settings = NO_AUDIO_OUTPUT}};
+    std::string fifo = camera.root.Path("/var/run/iod/iodfifo");
+};
+
+} // namespace
+
+TEST_F(DigitalIO, SwitchesOutputs)
+{
+    const std::string ten = "out1=on&out2=off&out3=on&out4=off&out5=on&out6=off&out7=on&out8=off&out9=on&out1=off";
+    const std::string tenCommands =
+        "setdo 0 1setdo 1 0setdo 2 1setdo 3 0setdo 4 1setdo 5 0setdo 6 1setdo 7 0setdo 8 1setdo 0 0";
+    ExpectCommands({{"one", "out1=on", "setdo 0 1"},
+                    {"two", "out1=on&out3=off", "setdo 0 1setdo 2 0"},
+                    {"the same one twice", "out9=off&out9=on", "setdo 8 0setdo 8 1"},
+                    {"ten", ten, tenCommands},
+                    {"the eleventh is passed over", ten + "&out2=on", tenCommands},
+                    {"even a bad eleventh", ten + "&out0=maybe", tenCommands},
+                    {"what follows the last one", "out1=on&b=2&c=3", "setdo 0 1"},
+                    {"output 0", "out0=on", ""},
+                    {"no number", "out=on", ""},
+                    {"no digit", "outx=on", ""},
+                    {"no value", "out1=", ""},
+                    {"no equals sign", "out1", ""},
+                    {"a capital", "out1=On", ""},
+                    {"a longer word", "out1=once", ""},
+                    {"16 characters", "out1=on--------------", ""},
+                    {"a bad one behind a good one", "out1=on&out2=1", ""},
+                    {"no output at all", "in1=on", ""},
+                    {"an output inside another word", "timeout=3&out1=on", ""}});
+    camera.WaitForTrace("9 bytes setdo 0 1 sent to IOD!\n");
+}
+
+TEST_F(DigitalIO, KeptOneDigitIsTheNumber)
+{
+    ExpectCommands({{"10 is 1", "out10=on", "setdo 0 1"},
+                    {"anything up to the equals sign is passed over", "out2-left=off", "setdo 1 0"},
+                    {"even a whole item", "out3&out4=on", "setdo 2 1setdo 3 1"}});
+}
+
+TEST_F(DigitalIO, KeptItemsBeforeAnOutputRepeatIt)
+{
+    ExpectCommands(
+        {{"one before", "a=1&out1=on", "setdo 0 1setdo 0 1"},
+         {"one between", "out1=on&a=1&out2=off", "setdo 0 1setdo 1 0setdo 1 0"},
+         {"nine before", "1&2&3&4&5&6&7&8&9&out1=on",
+          "setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1setdo 0 1"}});
+}
+
+TEST_F(DigitalIO, WaitsForTheReaderOfItsFifo)
+{
+    ClientSide client = camera.Open({.url = URL, .query = "out1=on"});
+    ASSERT_TRUE(WaitFor([this] { return access(fifo.c_str(), F_OK) == 0; })) << "made by the camera";
+    FakeFifo daemon(fifo);
+    EXPECT_EQ(client.ReadAll(), EchoReply("out1=on"));
+    EXPECT_EQ(daemon.Read(), "setdo 0 1");
+    struct stat status = {};
+    ASSERT_EQ(stat(fifo.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, static_cast<mode_t>(S_IFIFO | 0777));
+    camera.WaitForTrace("FIFO " + fifo + " is ");
+}
+
+TEST_F(DigitalIO, WaitingEndsWithTheCamera)
+{
+    ClientSide client = camera.Open({.url = URL, .query = "out1=on"});
+    ASSERT_TRUE(WaitFor([this] { return access(fifo.c_str(), F_OK) == 0; }));
+    camera.Stop();
+    EXPECT_EQ(client.ReadAll(), INTERNAL_ERROR);
+}
+
+TEST_F(DigitalIO, AFifoThatCannotBeMadeIsAnInternalError)
+{
+    ASSERT_EQ(rmdir(camera.root.Path("/var/run/iod").c_str()), 0);
+    EXPECT_EQ(camera.Get(URL, "out1=on"), INTERNAL_ERROR);
+    camera.WaitForLog("[CfgParser_GetFIFO]Could not create fifo " + fifo + "\n");
+    camera.WaitForTrace("Could not create fifo " + fifo + "\n");
+}
+
+TEST_F(DigitalIO, AFullFifoFailsAfterSixWritesAndKeepsWhatIsSent)
+{
+    FakeFifo daemon(fifo);
+    const size_t descriptors = camera.OpenDescriptors();
+    daemon.LeaveRoom(9); // one command
+    EXPECT_EQ(camera.Get(URL, "out1=on&out2=on&out3=on"), INTERNAL_ERROR);
+    EXPECT_EQ(daemon.Read(), "setdo 0 1");
+    camera.WaitForLog("[MappingSetRoutine_DIDOConfig]Send setdo to IOD fifo failed\n");
+    camera.WaitForTrace("[MappingSetRoutine_DIDOConfig]Send setdo to IOD fifo failed!\n");
+    EXPECT_EQ(camera.Get(URL, "out2=on"), EchoReply("out2=on")) << "there is room again";
+    EXPECT_EQ(daemon.Read(), "setdo 1 1");
+    EXPECT_EQ(camera.OpenDescriptors(), descriptors);
+}
+
+TEST_F(DigitalIO, ReadsTheStates)
+{
+    camera.store.Set({{"capability_ndi", "2"},
+                      {"capability_ndo", "1"},
+                      {"status_di_i0", "0"},
+                      {"status_di_i1", "1"},
+                      {"status_do_i0", "on"}});
+    camera.store.ClearRequests();
+    EXPECT_EQ(camera.Get(URL), OkReply("in1=off\r\nin2=on\r\nout1=off\r\n"));
+    EXPECT_EQ(camera.store.Requests(),
+              (std::vector<std::string>{"get NameValue 99 0\ncapability_ndi&capability_ndo&",
+                                        "get NameValue 99 0\nstatus_di_i0&status_di_i1&status_do_i0&"}));
+    for (const int request : {1, 2}) {
+        camera.store.AnswerNothing(request);
+        EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << "request " << request;
+    }
+    for (const std::string name : {"capability_ndi", "capability_ndo", "status_di_i1", "status_do_i0"}) {
+        const std::string value = camera.store.Value(name);
+        camera.store.Remove(name);
+        EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << name;
+        camera.store.Set(name, value);
+    }
+
+    const std::string outputs = "out1=off\r\nout2=on\r\n";
+    std::string ten;
+    for (int i = 0; i < 12; ++i) {
+        camera.store.Set("status_di_i" + std::to_string(i), "1");
+        if (i < 10)
+            ten += "in" + std::to_string(i + 1) + "=on\r\n";
+    }
+    camera.store.Set("status_do_i1", "1");
+    const struct {
+        const char *inputs;
+        const char *outputs;
+        std::string reply;
+    } cases[] = {{"1", "0", OkReply("in1=on\r\n")},   {"0", "2", OkReply(outputs)},
+                 {"-4", "2", OkReply(outputs)},       {"0", "0", OkReply("")},
+                 {"12", "2", OkReply(ten + outputs)}, {"9999999", "2", OkReply(ten + outputs)},
+                 {"12345678", "2", INTERNAL_ERROR},   {"2", "3", INTERNAL_ERROR}};
+    for (const auto &c : cases) {
+        camera.store.Set({{"capability_ndi", c.inputs}, {"capability_ndo", c.outputs}});
+        EXPECT_EQ(camera.Get(URL), c.reply) << c.inputs << " inputs, " << c.outputs << " outputs";
+    }
+}

@@ -1,0 +1,300 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/fake_ptz.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string MOVE = "/config/ptz_move_rel.cgi";
+const std::string HOME = "/config/ptz_home.cgi";
+const std::string PRESET = "/config/ptz_preset.cgi";
+const std::string PRESET_LIST = "/config/ptz_preset_list.cgi";
+const std::string AUTO_PAN = "/config/auto_pan.cgi";
+const std::string DIRECTION = "/config/rs485_do.cgi";
+
+const std::string VGA = "&resolution=640x480&videosize=640x480&stretch=1";
+
+using Lines = std::vector<std::string>;
+
+/** The bytes of connections that carry these commands; "" is a connection that was made and closed unused. */
+Lines Sent(Lines commands)
+{
+    for (std::string &command : commands)
+        if (!command.empty() && command != "(hung up)")
+            command.insert(0, "channel=0&camid=3&");
+    return commands;
+}
+
+struct PtzCase {
+    const char *description;
+    std::string query;
+    Lines commands; ///< none: the request is refused and nothing is sent
+};
+
+class Ptz : public testing::Test
+{
+  protected:
+    /** Makes every request in turn; a good one has its commands sent and is echoed. */
+    void ExpectCommands(const std::string &url, const std::vector<PtzCase> &cases)
+    {
+        for (const PtzCase &c : cases) {
+            SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
+            EXPECT_EQ(camera.Get(url, c.query), c.commands.empty() ? BAD_REQUEST : EchoReply(c.query));
+            EXPECT_EQ(ptz.Take(), Sent(c.commands));
+        }
+    }
+
+    Ptz()
+    {
+        camera.store.Set({{"camctrl_c0_cameraid", "3"}, {"videoin_c0_s0_resolution", "640x480"}});
+        camera.store.ClearRequests();
+    }
+
+    TestCamera camera{{.settings = NO_AUDIO_OUTPUT}};
+    FakePtz ptz{camera.root.Path("/tmp/ptzctrl")};
+};
+
+} // namespace
+
+TEST_F(Ptz, MovesBySixtyFourthsOfThePicture)
+{
+    ExpectCommands(MOVE, {{"both, tilting down", "p=2&t=-1", {"video=0&x=340&y=247" + VGA}},
+                          {"the largest steps one way", "p=-32&t=32", {"video=0&x=0&y=16" + VGA}},
+                          {"the largest steps the other way", "p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
+                          {"pan alone", "p=1", {"video=0&x=330&y=240" + VGA}},
+                          {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}},
+                          {"a word is no step", "p=far", {"video=0&x=320&y=240" + VGA}},
+                          {"too far right", "p=33", {}},
+                          {"too far left", "p=-33", {}},
+                          {"too far up", "t=33", {}},
+                          {"too far in", "z=33", {}},
+                          {"too far out", "z=-33", {}},
+                          {"one bad step among good ones", "p=1&t=1&z=99", {}},
+                          {"further than any number", "p=99999999999999999999", {}}});
+}
+
+TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
+{
+    const std::string centre = "video=0&x=320&y=240" + VGA;
+    ExpectCommands(MOVE, {{"in", "z=4", {centre, "speedzoom=-4", "zoom=tele"}},
+                          {"in as far as it goes", "z=32", {centre, "speedzoom=5", "zoom=tele"}},
+                          {"out as far as it goes", "z=-32", {centre, "speedzoom=5", "zoom=wide"}},
+                          {"1 is as slow as 2", "z=1", {centre, "speedzoom=-5", "zoom=tele"}},
+                          {"2", "z=2", {centre, "speedzoom=-5", "zoom=tele"}},
+                          {"-1", "z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
+                          {"not at all", "z=0", {centre}}});
+    EXPECT_EQ(camera.Get(MOVE, "p=1&t=1&z=3"), EchoReply("p=1&t=1&z=3"));
+    EXPECT_EQ(ptz.Take(), Sent({"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}));
+}
+
+TEST_F(Ptz, MovesInThePictureThatTheStoreSays)
+{
+    const struct {
+        std::string resolution;
+        const char *move; ///< for p=2, t=1; null: an internal error
+        std::string size;
+    } cases[] = {
+        {"176x144", "x=92&y=70", "176x144"},
+        {"1280x1024", "x=680&y=496", "1280x1024"},
+        {"63x129", "x=31&y=62", "63x129"}, // a step of nothing; the centre is rounded down
+        {"-641x480", "x=-340&y=233", "-641x480"},
+        {"640x480x2", "x=340&y=233", "640x480x2"},
+        {"12345678x123456", "x=655863&y=59799", "1234567x123456"}, // 7 characters are taken
+        {"x480", "x=0&y=233", "x480"},
+        {"640X480", nullptr, ""},
+        {"", nullptr, ""},
+        {"640x4800000000000", nullptr, ""},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.resolution);
+        camera.store.Set("videoin_c0_s0_resolution", c.resolution);
+        EXPECT_EQ(camera.Get(MOVE, "p=2&t=1"), c.move != nullptr ? EchoReply("p=2&t=1") : INTERNAL_ERROR);
+        EXPECT_EQ(ptz.Take(), c.move != nullptr ? Sent({std::string("video=0&") + c.move + "&resolution=" + c.size +
+                                                        "&videosize=" + c.size + "&stretch=1"})
+                                                : Lines{});
+    }
+    camera.store.Remove("videoin_c0_s0_resolution");
+    EXPECT_EQ(camera.Get(MOVE, "p=2"), INTERNAL_ERROR);
+}
+
+TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
+{
+    const Lines commands = Sent({"video=0&x=320&y=240" + VGA, "speedzoom=-4", "zoom=tele"});
+    const size_t descriptors = camera.OpenDescriptors();
+    for (int failing = 1; failing <= 3; ++failing) {
+        Lines sent(commands.begin(), commands.begin() + failing - 1);
+        SCOPED_TRACE("command " + std::to_string(failing));
+        // The store is asked for the resolution first, and for the camera id once connected, for every command.
+        camera.store.AnswerNothing(1 + failing);
+        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "no camera id";
+        Lines withUnused = sent;
+        withUnused.emplace_back("");
+        EXPECT_EQ(ptz.Take(), withUnused);
+
+        ptz.HangUp(failing);
+        camera.store.Before([this] { ptz.Wait(); }, 1 + failing);
+        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "cannot be written";
+        Lines withHungUp = sent;
+        withHungUp.emplace_back("(hung up)");
+        EXPECT_EQ(ptz.Take(), withHungUp);
+
+        camera.store.Before([this] { ptz.Refuse(); }, failing);
+        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "nobody listens";
+        EXPECT_EQ(ptz.Take(), sent);
+        ptz.Heal();
+    }
+    EXPECT_EQ(camera.Get(MOVE, "z=4"), EchoReply("z=4"));
+    EXPECT_EQ(camera.OpenDescriptors(), descriptors) << "no failure leaves a socket open";
+}
+
+TEST_F(Ptz, GoesHome)
+{
+    for (const std::string query : {"act=go", "x=1&act=go&p=5"}) {
+        EXPECT_EQ(camera.Get(HOME, query), OkReply("p=0\r\nt=0\r\nz=0\r\n"));
+        EXPECT_EQ(ptz.Take(), Sent({"move=home"}));
+    }
+    ExpectCommands(HOME, {{"no word", "act=", {}},
+                          {"half a word", "act=g", {}},
+                          {"a capital", "act=Go", {}},
+                          {"8 characters", "act=gooooooo", {}},
+                          {"no act", "go=1", {}}});
+}
+
+TEST_F(Ptz, AddsDeletesAndRecallsPresets)
+{
+    const std::string longest(47, 'n');
+    ExpectCommands(PRESET, {{"add", "name=door&act=add", {"cam=preset&name=door"}},
+                            {"delete, the other way round", "act=del&name=door", {"cam=clearpreset&name=door"}},
+                            {"recall", "name=door&act=go", {"recall=door"}},
+                            {"47 characters", "name=" + longest + "&act=del", {"cam=clearpreset&name=" + longest}},
+                            {"an empty name", "name=&act=go", {"recall="}},
+                            {"48 characters", "name=" + longest + "n&act=go", {}},
+                            {"no name", "act=add", {}},
+                            {"no act", "name=door", {}},
+                            {"an empty act", "name=door&act=", {}},
+                            {"an unknown act", "name=door&act=set", {}},
+                            {"an act of 8 characters", "name=door&act=deletion", {}}});
+}
+
+TEST_F(Ptz, PansAndStops)
+{
+    ExpectCommands(AUTO_PAN, {{"go", "act=go", {"auto=pan"}},
+                              {"continue", "act=continue", {"auto=pan"}},
+                              {"stop", "act=stop", {"auto=stop"}},
+                              {"half a word", "act=contin", {}},
+                              {"12 characters", "act=continue-pan", {}},
+                              {"an unknown word", "act=pan", {}},
+                              {"none", "pan=go", {}}});
+}
+
+TEST_F(Ptz, KeptActWordsMatchByTheirBeginning)
+{
+    ExpectCommands(PRESET, {{"added", "name=a&act=added", {"cam=preset&name=a"}},
+                            {"delete", "name=a&act=delete", {"cam=clearpreset&name=a"}},
+                            {"gone", "name=a&act=gone", {"recall=a"}}});
+    ExpectCommands(AUTO_PAN, {{"gone", "act=gone", {"auto=pan"}},
+                              {"continued", "act=continued", {"auto=pan"}},
+                              {"stopped", "act=stopped", {"auto=stop"}}});
+    EXPECT_EQ(camera.Get(HOME, "act=gone"), OkReply("p=0\r\nt=0\r\nz=0\r\n"));
+    EXPECT_EQ(ptz.Take(), Sent({"move=home"}));
+}
+
+TEST_F(Ptz, MovesOnAKeyPadOfDirections)
+{
+    const struct {
+        std::string command;
+        std::string speedKey; ///< empty: takes no speed
+    } pad[] = {{"zoom=wide", ""}, {"move=up", "&speedtilt="},   {"zoom=tele", ""}, {"move=left", "&speedpan="},
+               {"move=home", ""}, {"move=right", "&speedpan="}, {"focus=far", ""}, {"move=down", "&speedtilt="},
+               {"focus=near", ""}};
+    for (size_t number = 0; number < std::size(pad); ++number) {
+        const auto &[command, speedKey] = pad[number];
+        const std::string query = "direction=" + std::to_string(number);
+        const bool takesSpeed = !speedKey.empty();
+        ExpectCommands(DIRECTION,
+                       {{"alone", query, {command}},
+                        {"slow", query + "&speed=1", takesSpeed ? Lines{command + speedKey + "-4"} : Lines{}},
+                        {"fast", query + "&speed=10", takesSpeed ? Lines{command + speedKey + "5"} : Lines{}}});
+    }
+    ExpectCommands(DIRECTION, {{"a speed alone", "speed=5", {}},
+                               {"too slow", "direction=1&speed=0", {}},
+                               {"too fast", "direction=1&speed=11", {}},
+                               {"off the pad", "direction=9", {}},
+                               {"before the pad", "direction=-1", {}},
+                               {"a word is the first key", "direction=up", {"zoom=wide"}}});
+}
+
+TEST_F(Ptz, EveryCommandCarriesTheCameraId)
+{
+    const struct {
+        std::string stored;
+        std::string sent; ///< empty: an internal error
+    } cases[] = {{"255", "255"}, {"", "0"}, {"1234567", "1234567"}, {"-1", "-1"}, {"x", "0"}, {"12345678", ""}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.stored);
+        camera.store.Set("camctrl_c0_cameraid", c.stored);
+        camera.store.ClearRequests();
+        EXPECT_EQ(camera.Get(AUTO_PAN, "act=go"), c.sent.empty() ? INTERNAL_ERROR : EchoReply("act=go"));
+        EXPECT_EQ(ptz.Take(), Lines{c.sent.empty() ? "" : "channel=0&camid=" + c.sent + "&auto=pan"});
+        EXPECT_EQ(camera.store.Requests(), Lines{"get NameValue 99 0\ncamctrl_c0_cameraid&"});
+    }
+}
+
+TEST_F(Ptz, CommandsThatCannotBeSentAreAnInternalError)
+{
+    const struct {
+        std::string url;
+        std::string query;
+    } requests[] = {{MOVE, "p=1"},
+                    {HOME, "act=go"},
+                    {PRESET, "name=a&act=go"},
+                    {AUTO_PAN, "act=stop"},
+                    {DIRECTION, "direction=4"}};
+    for (const auto &[url, query] : requests) {
+        SCOPED_TRACE(url);
+        camera.store.Remove("camctrl_c0_cameraid");
+        EXPECT_EQ(camera.Get(url, query), INTERNAL_ERROR);
+        EXPECT_EQ(ptz.Take(), Lines{""});
+        camera.store.Set("camctrl_c0_cameraid", "3");
+        ptz.Refuse();
+        EXPECT_EQ(camera.Get(url, query), INTERNAL_ERROR);
+        EXPECT_EQ(ptz.Take(), Lines{});
+        ptz.Heal();
+        EXPECT_EQ(camera.Get(url), BAD_REQUEST) << "there is nothing to read";
+        EXPECT_EQ(camera.Post(url, query).substr(0, 15), "HTTP/1.1 200 OK");
+        EXPECT_EQ(ptz.Take().size(), 1U);
+    }
+}
+
+TEST_F(Ptz, ListsThePresets)
+{
+    std::string request = "get NameValue 99 0\n";
+    std::string all;
+    for (int i = 0; i < 20; ++i) {
+        const std::string number = std::to_string(i);
+        request += "camctrl_c0_preset_i" + number + "_name&";
+        camera.store.Set("camctrl_c0_preset_i" + number + "_name", std::string(45, 'n') + number);
+        all += (i == 0 ? "" : ",") + std::string(45, 'n') + number;
+    }
+    camera.store.ClearRequests();
+    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=" + all + "\r\n"));
+    EXPECT_EQ(camera.store.Requests(), Lines{request});
+
+    for (int i = 0; i < 20; ++i)
+        camera.store.Set("camctrl_c0_preset_i" + std::to_string(i) + "_name", "");
+    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=\r\n"));
+    camera.store.Set({{"camctrl_c0_preset_i1_name", "door"},
+                      {"camctrl_c0_preset_i11_name", std::string(48, 'n')},
+                      {"camctrl_c0_preset_i19_name", "back gate"}});
+    camera.store.Remove("camctrl_c0_preset_i4_name");
+    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=door,back gate\r\n"));
+    camera.WaitForTrace("Get camctrl_c0_preset_i11_name= failed\n");
+    camera.WaitForTrace("Get camctrl_c0_preset_i4_name= failed\n");
+
+    EXPECT_EQ(camera.Get(PRESET_LIST, "name=door"), BAD_REQUEST);
+    EXPECT_EQ(camera.Post(PRESET_LIST, ""), BAD_REQUEST);
+    camera.store.AnswerNothing();
+    EXPECT_EQ(camera.Get(PRESET_LIST), INTERNAL_ERROR);
+    camera.WaitForLog("[MappingGetRoutine_PresetList]Get_Configer_Parameter failed\n");
+}

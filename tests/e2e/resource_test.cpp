@@ -1,0 +1,96 @@
+#include "tests/fakes/test_camera.h"
+
+#include <atomic>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+namespace
+{
+
+constexpr char URL[] = "/config/camera_info.cgi";
+
+/** The counter that the preloaded library in the daemon adds to at every allocation. */
+class AllocationCounter
+{
+  public:
+    explicit AllocationCounter(const std::string &path)
+    {
+        const UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        if (ftruncate(file.Get(), sizeof(std::atomic<uint64_t>)) == 0)
+            m_page = mmap(nullptr, sizeof(std::atomic<uint64_t>), PROT_READ, MAP_SHARED, file.Get(), 0);
+    }
+    ~AllocationCounter() { munmap(m_page, sizeof(std::atomic<uint64_t>)); }
+    AllocationCounter(const AllocationCounter &) = delete;
+    AllocationCounter &operator=(const AllocationCounter &) = delete;
+    [[nodiscard]] uint64_t Count() const { return static_cast<const std::atomic<uint64_t> *>(m_page)->load(); }
+
+  private:
+    void *m_page = MAP_FAILED;
+};
+
+/** One request of every kind that the daemon can meet; `turn` varies what can be varied. */
+void RequestsOfAllKinds(TestCamera &camera, int turn)
+{
+    const std::string name = std::to_string(turn);
+    EXPECT_EQ(camera.Get(URL, "name=" + name), OkReply("name=" + name + "\r\n"));
+    EXPECT_EQ(camera.Post(URL, "name=%20" + name), OkReply("name= " + name + "\r\n"));
+    EXPECT_EQ(camera.Get(URL), OkReply("name= " + name + "\r\n"));
+    EXPECT_TRUE(camera.Get("/common/info.cgi").starts_with("HTTP/1.1 200 OK\r\n"));
+    EXPECT_EQ(camera.Get("/config/timestamp.cgi", "label=" + std::string(64, 'x')), BAD_REQUEST);
+    EXPECT_EQ(camera.Get(URL, "name=("), BAD_REQUEST);
+    EXPECT_EQ(camera.Get("/unknown"), BAD_REQUEST);
+    EXPECT_EQ(camera.Exchange({.method = "PUT", .url = URL}), INTERNAL_ERROR);
+    EXPECT_EQ(camera.Exchange({.method = "POST", .url = URL, .contentLength = "10001"}), INTERNAL_ERROR);
+    ClientSide stream = camera.Open({.url = "/config/notify_stream.cgi"});
+    EXPECT_EQ(stream.ReadUntil("\r\n\r\n"), NOTIFY_HEADER);
+}
+
+} // namespace
+
+TEST(Resources, NoDescriptorIsLeftByAThousandRequests)
+{
+    TestCamera camera({.settings = NO_AUDIO_OUTPUT});
+    const size_t before = camera.OpenDescriptors();
+    for (int turn = 1; turn <= 80; ++turn) {
+        RequestsOfAllKinds(camera, turn);
+        EXPECT_EQ(camera.OpenRaw("rubbish").ReadAll(), "");
+        EXPECT_EQ(camera.OpenRaw(HandOverPayload({.url = URL}), 3).ReadAll(), "");
+        camera.Open({.url = URL}).Close(); // a client that has vanished
+        camera.Open({.url = "/config/notify_stream.cgi"}).Close();
+        camera.SendEvents({{0, 0, 1, turn % 2 + 1, 0}});
+        camera.SendEventText("rubbish");
+        if (turn % 10 == 0) {
+            camera.store.Refuse();
+            EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR);
+            EXPECT_EQ(camera.Get(URL, "name=x"), UPDATE_FAILED);
+            camera.store.Listen();
+        }
+    }
+    EXPECT_TRUE(WaitFor([&] { return camera.OpenDescriptors() == before; }))
+        << before << " before, " << camera.OpenDescriptors() << " after";
+}
+
+TEST(Resources, NoRequestAllocates)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's own allocator stands where the counting one would";
+#elif defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer's own allocator stands where the counting one would";
+#endif
+    TempRoot folder;
+    const std::string path = folder.Path("/allocations");
+    const AllocationCounter allocations(path);
+    TestCamera camera({.environment = {"LD_PRELOAD=" COUNT_ALLOCATIONS_LIBRARY, "KELPA_TEST_ALLOCATIONS=" + path}});
+    EXPECT_GT(allocations.Count(), 0U) << "the server object, at least";
+    RequestsOfAllKinds(camera, 0);
+    const uint64_t before = allocations.Count();
+    for (int turn = 1; turn <= 12; ++turn)
+        RequestsOfAllKinds(camera, turn);
+    EXPECT_EQ(allocations.Count() - before, 0U) << "in " << 12 * 10 << " requests";
+    // An event message is no request: its XML parser allocates, which also shows that allocations are counted.
+    ClientSide stream = camera.Open({.url = "/config/notify_stream.cgi"});
+    camera.SendEvents({{0, 0, 1, 2, 0}});
+    EXPECT_NE(stream.ReadUntil("input2=off\r\n"), "");
+    EXPECT_GT(allocations.Count(), before);
+}

@@ -1,0 +1,136 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/fake_hand_back.h"
+#include "tests/fakes/media_settings.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string INFO = "/config/stream_info.cgi";
+const std::string RTSP = "/config/rtspurl.cgi";
+const std::string MJPEG = "/video/mjpg.cgi";
+const std::string HAND_BACK_REST = "--myboundary\r\nkelpa\r\nkelpa\r\n";
+
+const std::string VIDEO_PROFILES =
+    "vprofileformat=0.9\r\nvprofilenum=3\r\n"
+    "vprofile1=H264\r\nvprofileres1=CIF\r\nvprofileurl1=live0.sdp\r\n"
+    "vprofile2=MJPEG\r\nvprofileres2=640x480\r\nvprofileurl2=/video/mjpg.cgi?profileid=2\r\n"
+    "vprofile3=MPEG4\r\nvprofileres3=QCIF\r\nvprofileurl3=live2.sdp\r\n";
+
+std::string InfoWithAudio(const std::string &codecs, const std::string &sampleRates, const std::string &bitRates,
+                          const std::string &audioProfiles)
+{
+    return OkReply("videos=H264,MJPEG,MPEG4\r\naudios=" + codecs +
+                   "\r\nresolutions=176x144,320x240,640x480\r\nvbitrates=64,512,2000\r\n"
+                   "qualitymodes=CBR,Fixquality\r\nasamplerates" +
+                   sampleRates + "\r\nabitrates=" + bitRates +
+                   "\r\nframerates=1,15,30\r\nqualities=1,2,3,4,5\r\nmicvol=9...100\r\n" + VIDEO_PROFILES +
+                   audioProfiles);
+}
+
+} // namespace
+
+TEST(StreamInfo, ListsWhatTheCameraCan)
+{
+    auto settings = MediaSettings();
+    settings["capability_supportaudio"] = "0";
+    TestCamera camera({.settings = settings});
+    const std::string silent = OkReply("videos=H264,MJPEG,MPEG4\r\nresolutions=176x144,320x240,640x480\r\n"
+                                       "vbitrates=64,512,2000\r\nqualitymodes=CBR,Fixquality\r\n"
+                                       "framerates=1,15,30\r\nqualities=1,2,3,4,5\r\n" +
+                                       VIDEO_PROFILES);
+    EXPECT_EQ(camera.Get(INFO), silent);
+    camera.store.Set("capability_supportaudio", "1");
+    EXPECT_EQ(camera.Get(INFO), InfoWithAudio("AAC,AMR", "8000,16000", "16000,32000",
+                                              "aprofilenum=2\r\naprofile1=AAC\r\naprofile2=g711\r\n"));
+    camera.store.Set({{"capability_audioin_codec", "aac4"}, {"audioin_c0_s0_codectype", "g711"}});
+    EXPECT_EQ(camera.Get(INFO),
+              InfoWithAudio("AAC,", "", "", "aprofilenum=2\r\naprofile1=g711\r\naprofile2=g711\r\n"));
+    camera.store.Set({{"capability_audioin_codec", "gamr"}, {"audioin_c0_s0_codectype", "gamr"}});
+    EXPECT_EQ(camera.Get(INFO),
+              InfoWithAudio("AMR", "8000", "4750,12200", "aprofilenum=2\r\naprofile1=AMR\r\naprofile2=g711\r\n"));
+    camera.store.Set("capability_supportaudio", "0");
+    EXPECT_EQ(camera.Get(INFO), InfoWithAudio("", "", "", "aprofilenum=0\r\n")) << "audio that was seen once stays";
+}
+
+TEST(StreamInfo, AtMostEightProfilesAreListed)
+{
+    auto settings = MediaSettings();
+    settings["capability_nmediastream"] = "9999999";
+    settings["capability_naudiosetting"] = "12";
+    for (int i = 0; i < 12; ++i) {
+        const std::string number = std::to_string(i);
+        settings["videoin_c0_s" + number + "_codectype"] = "x";
+        settings["videoin_c0_s" + number + "_resolution"] = "1x1";
+        settings["network_rtsp_s" + number + "_accessname"] = std::string(63, 'a');
+        settings["audioin_c0_s" + number + "_codectype"] = "y";
+    }
+    TestCamera camera({.settings = settings});
+    const std::string reply = camera.Get(INFO);
+    EXPECT_NE(reply.find("vprofilenum=8\r\n"), std::string::npos);
+    EXPECT_NE(reply.find("vprofile8=x\r\n"), std::string::npos);
+    EXPECT_EQ(reply.find("vprofile9="), std::string::npos);
+    EXPECT_NE(reply.find("aprofilenum=8\r\n"), std::string::npos);
+    EXPECT_TRUE(reply.ends_with("aprofile8=y\r\n"));
+    camera.store.Set("network_rtsp_s7_accessname", std::string(64, 'a'));
+    EXPECT_EQ(camera.Get(INFO), INTERNAL_ERROR);
+    EXPECT_EQ(camera.Get(INFO, "x=1"), BAD_REQUEST);
+}
+
+TEST(RtspUrl, TellsOneStreamsName)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    camera.store.Set("network_rtsp_s2_accessname", std::string(31, 'n'));
+    ExpectExchanges(
+        camera, RTSP,
+        {{"a profile", "profileid=1", OkReply("profileid=1\r\nurlentry=live0.sdp\r\n")},
+         {"31 characters", "profileid=3", OkReply("profileid=3\r\nurlentry=" + std::string(31, 'n') + "\r\n")},
+         {"profile 0", "profileid=0", BAD_REQUEST},
+         {"profile 4", "profileid=4", BAD_REQUEST},
+         {"no profile", "", BAD_REQUEST},
+         {"two digits", "profileid=10", BAD_REQUEST}});
+    camera.store.Set("network_rtsp_s2_accessname", std::string(32, 'n'));
+    EXPECT_EQ(camera.Get(RTSP, "profileid=3"), INTERNAL_ERROR);
+    EXPECT_EQ(camera.Post(RTSP, "profileid=1"), BAD_REQUEST);
+}
+
+TEST(MjpgStream, HandsTheClientToTheWebServer)
+{
+    FakeStore::Settings settings = NO_AUDIO_OUTPUT;
+    settings.merge(MediaSettings());
+    TestCamera camera({.settings = settings});
+    EXPECT_EQ(camera.Get(MJPEG), INTERNAL_ERROR) << "no web server";
+    FakeHandBack webServer(camera.root.Path("/var/run/http/fdipc1"));
+    const size_t descriptors = [&] {
+        ClientSide client = camera.Open({.url = MJPEG});
+        EXPECT_EQ(webServer.Take("pictures"), "stream2\r\n" + HAND_BACK_REST);
+        EXPECT_EQ(client.ReadAll(), "pictures") << "the connection is the web server's, the daemon says nothing";
+        return camera.OpenDescriptors();
+    }();
+    for (int i = 0; i < 3; ++i) {
+        ClientSide client = camera.Open({.url = MJPEG, .query = "profileid=2"});
+        EXPECT_EQ(webServer.Take("more"), "stream2\r\n" + HAND_BACK_REST);
+        EXPECT_EQ(client.ReadAll(), "more");
+    }
+    webServer.BindAnew();
+    ClientSide client = camera.Open({.url = MJPEG, .query = "profileid=2"});
+    EXPECT_EQ(webServer.Take("again"), "stream2\r\n" + HAND_BACK_REST) << "a web server that was restarted";
+    EXPECT_EQ(client.ReadAll(), "again");
+    EXPECT_EQ(camera.OpenDescriptors(), descriptors);
+}
+
+TEST(MjpgStream, FailuresAreAnsweredOnTheClientsSocket)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    FakeHandBack webServer(camera.root.Path("/var/run/http/fdipc1"));
+    ExpectExchanges(camera, MJPEG,
+                    {{"an H.264 profile", "profileid=1", BAD_REQUEST},
+                     {"KEPT: a profile that does not exist is not found", "profileid=9", INTERNAL_ERROR},
+                     {"profile 0", "profileid=0", INTERNAL_ERROR},
+                     {"two digits", "profileid=10", BAD_REQUEST}});
+    camera.store.Set("videoin_c0_s1_codectype", "mjpeg2");
+    EXPECT_EQ(camera.Get(MJPEG), BAD_REQUEST) << "no MJPEG stream at all";
+    camera.store.Remove("videoin_c0_s0_codectype");
+    EXPECT_EQ(camera.Get(MJPEG), INTERNAL_ERROR);
+}

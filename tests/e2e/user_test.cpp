@@ -1,0 +1,178 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/fake_program.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string MODIFY = "/config/user_mod.cgi";
+const std::string DELETE = "/config/user_del.cgi";
+const std::string ACCOUNT_PROGRAM = "/usr/share/www/cgi-bin/admin/editaccount.cgi";
+
+/** Writes a password file with some users of the group "view", uids from 1000, behind "admin". */
+void WriteUsers(const TestCamera &camera, int count)
+{
+    std::ofstream(camera.root.Path("/etc/group")) << "admin:x:100:\noperator:x:101:\nview:x:102:\n";
+    std::ofstream passwords(camera.root.Path("/etc/passwd"));
+    passwords << "admin:x:1:100::/:/bin/false\n";
+    for (int i = 1; i < count; ++i)
+        passwords << "user" << i << ":x:" << 999 + i << ":102::/:/bin/false\n";
+}
+
+std::vector<std::string> Queries(const FakeProgram &program)
+{
+    std::vector<std::string> queries;
+    for (const FakeProgram::Run &run : program.Runs())
+        queries.push_back(run.query);
+    return queries;
+}
+
+} // namespace
+
+TEST(ModifyUser, RunsTheAccountProgram)
+{
+    TestCamera camera({.start = false});
+    WriteUsers(camera, 3);
+    FakeProgram program(camera.root, ACCOUNT_PROGRAM);
+    camera.Start();
+    const std::string add = "name=new&password=c2VjcmV0&group=view";
+    EXPECT_EQ(camera.Get(MODIFY, add), EchoReply(add));
+    const std::string edit = "name=user2&password=YT1iJmM=&group=operator";
+    EXPECT_EQ(camera.Get(MODIFY, edit), EchoReply(edit));
+    const std::string admin = "name=admin&password=QUI=&group=admin";
+    EXPECT_EQ(camera.Get(MODIFY, admin), EchoReply(admin));
+    EXPECT_EQ(Queries(program),
+              (std::vector<std::string>{"method=add&username=new&userpass=secret&privilege=view",
+                                        "method=edit&username=user2&userpass=a=b&c&privilege=operator",
+                                        "method=edit&username=admin&userpass=AB&privilege=admin"}));
+    for (const FakeProgram::Run &run : program.Runs())
+        EXPECT_EQ(run.descriptors, "0 1 2") << "a program inherits the standard streams only";
+
+    program.ExitWith(1);
+    EXPECT_EQ(camera.Get(MODIFY, add), INTERNAL_ERROR);
+    camera.WaitForLog("[Set_Account_Parameter]Call system() fail\n");
+}
+
+TEST(ModifyUser, BadRequestsRunNothing)
+{
+    TestCamera camera;
+    FakeProgram program(camera.root, ACCOUNT_PROGRAM);
+    ExpectExchanges(
+        camera, MODIFY,
+        {{"read", "", BAD_REQUEST},
+         {"no group", "name=a&password=QUJD", BAD_REQUEST},
+         {"no password", "name=a&group=view", BAD_REQUEST},
+         {"an unknown group", "name=a&password=QUJD&group=root", BAD_REQUEST},
+         {"admin with a lower group", "name=admin&password=QUJD&group=view", BAD_REQUEST},
+         {"a name of 65 characters", "name=" + std::string(65, 'n') + "&password=QUJD&group=view", BAD_REQUEST},
+         {"a password of 128 characters", "name=a&password=" + std::string(128, 'A') + "&group=view",
+          BAD_REQUEST}});
+    EXPECT_TRUE(program.Runs().empty());
+}
+
+TEST(ModifyUser, KeptAPasswordThatIsTooLongIsPassedOnEmpty)
+{
+    TestCamera camera;
+    FakeProgram program(camera.root, ACCOUNT_PROGRAM);
+    const std::string fits(84, 'Q');
+    camera.Get(MODIFY, "name=a&password=" + fits + "&group=view");
+    camera.Get(MODIFY, "name=a&password=" + fits + "QQQQ&group=view");
+    const auto queries = Queries(program);
+    ASSERT_EQ(queries.size(), 2U);
+    std::string decoded;
+    for (int i = 0; i < 21; ++i)
+        decoded += "A\x04\x10";
+    EXPECT_EQ(queries[0], "method=add&username=a&userpass=" + decoded + "&privilege=view");
+    EXPECT_EQ(queries[1], "method=add&username=a&userpass=&privilege=view");
+}
+
+TEST(ModifyUser, TwentyUsersLeaveNoRoomForAnother)
+{
+    TestCamera camera({.start = false});
+    WriteUsers(camera, 20);
+    FakeProgram program(camera.root, ACCOUNT_PROGRAM);
+    camera.Start();
+    EXPECT_EQ(camera.Get(MODIFY, "name=new&password=QUJD&group=view"), SERVICE_UNAVAILABLE);
+    EXPECT_TRUE(program.Runs().empty());
+    const std::string edit = "name=user19&password=QUJD&group=view";
+    EXPECT_EQ(camera.Get(MODIFY, edit), EchoReply(edit));
+    EXPECT_EQ(program.Runs().size(), 1U);
+    // The count is that of before the reload: one more request sees the user that has gone.
+    WriteUsers(camera, 19);
+    EXPECT_EQ(camera.Get(MODIFY, "name=new&password=QUJD&group=view"), SERVICE_UNAVAILABLE);
+    const std::string add = "name=new&password=QUJD&group=view";
+    EXPECT_EQ(camera.Get(MODIFY, add), EchoReply(add));
+}
+
+TEST(DeleteUser, RunsTheAccountProgramForEachOfFiveNames)
+{
+    TestCamera camera;
+    FakeProgram program(camera.root, ACCOUNT_PROGRAM);
+    EXPECT_EQ(camera.Get(DELETE, "name=a,b,,c,d,e,f"), EchoReply("name=a,b,,c,d,e,f"));
+    EXPECT_EQ(Queries(program), (std::vector<std::string>{"method=delete&username=a", "method=delete&username=b",
+                                                          "method=delete&username=c", "method=delete&username=d",
+                                                          "method=delete&username=e"}));
+    EXPECT_EQ(camera.Get(DELETE, "name=x,admin,y"), BAD_REQUEST);
+    EXPECT_EQ(Queries(program).back(), "method=delete&username=x");
+    EXPECT_EQ(program.Runs().size(), 6U);
+    EXPECT_EQ(camera.Get(DELETE, "name="), EchoReply("name="));
+    EXPECT_EQ(camera.Get(DELETE, "name=" + std::string(1298, 'n')).substr(0, 15), "HTTP/1.1 200 OK");
+    EXPECT_EQ(Queries(program).back(), "method=delete&username=" + std::string(104, 'n'));
+    program.ExitWith(3);
+    EXPECT_EQ(camera.Get(DELETE, "name=a,b"), INTERNAL_ERROR);
+    EXPECT_EQ(program.Runs().size(), 8U) << "the first failure stops the list";
+    EXPECT_EQ(camera.Get(DELETE, "name=" + std::string(1299, 'n')), BAD_REQUEST);
+    EXPECT_EQ(camera.Get(DELETE), BAD_REQUEST);
+    EXPECT_EQ(program.Runs().size(), 8U);
+}
+
+TEST(Reboot, NowOnlyWithTheRightWord)
+{
+    TestCamera camera;
+    ExpectExchanges(camera, "/config/system_reboot.cgi",
+                    {{"go", "reboot=go", OkReply("reboot=yes\r\n"), {"system_reset=10"}},
+                     {"a capital", "reboot=Go", BAD_REQUEST},
+                     {"another word", "reboot=yes", BAD_REQUEST},
+                     {"a longer word", "reboot=going", BAD_REQUEST},
+                     {"none", "x=1", BAD_REQUEST}});
+    camera.store.AnswerNothing();
+    EXPECT_EQ(camera.Get("/config/system_reboot.cgi", "reboot=go"), INTERNAL_ERROR);
+}
+
+TEST(Reboot, OnASchedule)
+{
+    const std::string fixed = "event_i3_priority=255&event_i3_trigger=schedulereboot&";
+    TestCamera camera;
+    ExpectExchanges(
+        camera, "/config/scheduled_reboot.cgi",
+        {{"all",
+          "enable=on&weekday=0,6&time=06:15",
+          EchoReply("enable=on&weekday=0,6&time=06:15"),
+          {fixed + "event_i3_enable=1&event_i3_weekday=65&event_i3_begintime=06:15&event_i3_endtime=06:15&"}},
+         {"the time alone",
+          "time=23:59",
+          EchoReply("time=23:59"),
+          {fixed + "event_i3_begintime=23:59&event_i3_endtime=23:59&"}},
+         {"off", "enable=off", EchoReply("enable=off"), {fixed + "event_i3_enable=0&"}},
+         {"every day, two of them twice",
+          "weekday=0,1,2,3,4,5,6,0",
+          EchoReply("weekday=0,1,2,3,4,5,6,0"),
+          {fixed + "event_i3_weekday=127&"}},
+         {"a value of 16 characters is absent",
+          "weekday=0,1,2,3,4,5,6,0,&enable=on",
+          EchoReply("weekday=0,1,2,3,4,5,6,0,&enable=on"),
+          {fixed + "event_i3_enable=1&"}},
+         {"an empty day", "weekday=1,,2", BAD_REQUEST},
+         {"day 7", "weekday=7", BAD_REQUEST},
+         {"a single digit", "time=7:30", BAD_REQUEST},
+         {"hour 24", "time=24:00", BAD_REQUEST},
+         {"minute 60", "time=23:60", BAD_REQUEST},
+         {"a sign for a digit", "time=+1:30", BAD_REQUEST},
+         {"a capital", "enable=On", BAD_REQUEST},
+         {"nothing of it", "x=1", BAD_REQUEST},
+         {"KEPT: a text that begins with 0 gives nothing", "0=1&enable=on", BAD_REQUEST}});
+    camera.store.AnswerNothing();
+    EXPECT_EQ(camera.Get("/config/scheduled_reboot.cgi", "enable=on"), UPDATE_FAILED);
+}

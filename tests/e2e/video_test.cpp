@@ -1,0 +1,100 @@
+#include "tests/fakes/exchange_cases.h"
+#include "tests/fakes/media_settings.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+const std::string VIDEO = "/config/video.cgi";
+
+std::string ProfileReply(int profile, const std::string &resolution, const std::string &codec,
+                         const std::string &rest)
+{
+    return OkReply("vprofileformat=0.9\r\nprofileid=" + std::to_string(profile) + "\r\nresolution=" + resolution +
+                   "\r\ncodec=" + codec + "\r\n" + rest);
+}
+
+} // namespace
+
+TEST(Video, ProfilesAreReadByCodec)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    const std::string rates = "framerate=25\r\nquality=3\r\nqualitymode=";
+    const std::string h264 = ProfileReply(1, "352x288", "H.264", rates + "CBR\r\nbitrate=2000\r\n");
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), h264);
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=2"),
+              ProfileReply(2, "640x480", "MJPEG", "framerate=15\r\nquality=4\r\nqualitymode=Fixquality\r\n"));
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=3"),
+              ProfileReply(3, "176x144", "MPEG4", rates + "Fixquality\r\nbitrate=2000\r\n"));
+
+    camera.store.Set({{"videoin_c0_s0_resolution", "4CIF"}, {"videoin_c0_s0_h264_ratecontrolmode", "abr"}});
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"),
+              ProfileReply(1, "704x576", "H.264", rates + "abr\r\nbitrate=2000\r\n"));
+
+    for (const char *query : {"profileid=0", "profileid=4", "profileid=x", "profile_id=", "0rofileid=1"})
+        EXPECT_EQ(camera.Get(VIDEO, query), BAD_REQUEST) << query;
+    EXPECT_EQ(camera.Get(VIDEO), BAD_REQUEST) << "a read needs its profile";
+    camera.store.Set("videoin_c0_s0_h264_quant", "12345678");
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), INTERNAL_ERROR);
+    camera.store.Set("capability_videoin_codec", "mjpeg,mpeg4");
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), INTERNAL_ERROR) << "H.264 keys are not asked for without the codec";
+    camera.store.Set("videoin_c0_s1_codectype", "theora");
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=2"), INTERNAL_ERROR);
+}
+
+TEST(Video, ChangesAreWrittenUnderTheirCodec)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    const auto ok = [](const std::string &query, const std::string &pairs) -> ExchangeCase {
+        return {"accepted", query, EchoReply(query), {pairs}};
+    };
+    ExpectExchanges(
+        camera, VIDEO,
+        {ok("profileid=1&x=1", "videoin_c0_s0_codectype=h264"),
+         ok("profileid=3&codec=H.264&resolution=320x240&framerate=30&bitrate=2000&quality=5&qualitymode=CBR",
+            "videoin_c0_s2_codectype=h264&videoin_c0_s2_resolution=320x240&videoin_c0_s2_h264_maxframe=30&"
+            "videoin_c0_s2_h264_bitrate=2000000&videoin_c0_s2_h264_quant=5&videoin_c0_s2_h264_ratecontrolmode=cbr"),
+         ok("profileid=1&codec=H264x&bitrate=8000",
+            "videoin_c0_s0_codectype=h264&videoin_c0_s0_h264_bitrate=8000000"),
+         ok("profileid=2&bitrate=64&quality=1&qualitymode=Fixquality",
+            "videoin_c0_s1_codectype=mjpeg&videoin_c0_s1_mjpeg_quant=1"),
+         ok("profileid=1&resolution=123456789012", "videoin_c0_s0_codectype=h264"),
+         ok("profileid=1&codec=12345678", "videoin_c0_s0_codectype=h264"),
+         ok("profileid=1&codec=mpeg4&qualitymode=Fixquality",
+            "videoin_c0_s0_codectype=mpeg4&videoin_c0_s0_mpeg4_ratecontrolmode=vbr"),
+         {"KEPT: two digits make a change of a read", "profileid=10", BAD_REQUEST},
+         {"a codec that the camera lacks", "profileid=1&codec=VP8", BAD_REQUEST},
+         {"a resolution that it lacks", "profileid=1&resolution=9x9", BAD_REQUEST},
+         {"CBR for the current MJPEG", "profileid=2&qualitymode=CBR", BAD_REQUEST},
+         {"CBR for a given MJPEG", "profileid=1&codec=MJPEG&qualitymode=CBR", BAD_REQUEST},
+         {"an unknown mode", "profileid=1&qualitymode=VBR", BAD_REQUEST},
+         {"bit rate 0", "profileid=1&bitrate=0", BAD_REQUEST},
+         {"bit rate 8001", "profileid=1&bitrate=8001", BAD_REQUEST},
+         {"frame rate 31", "profileid=1&framerate=31", BAD_REQUEST},
+         {"quality -1", "profileid=1&quality=-1", BAD_REQUEST},
+         {"no profile", "bitrate=64", BAD_REQUEST},
+         {"profile 0", "profileid=0&x=1", BAD_REQUEST},
+         {"profile 4", "profileid=4&x=1", BAD_REQUEST}});
+    camera.WaitForTrace("esrInvalidOperation, ptVideoConfigResult->iProfileID=4\n");
+}
+
+TEST(Video, AStoreThatFailsShowsDifferentlyByStep)
+{
+    TestCamera camera({.settings = MediaSettings()});
+    const struct {
+        int failing;
+        const std::string &reply;
+        const char *description;
+    } steps[] = {{1, BAD_REQUEST, "the capabilities"},
+                 {2, BAD_REQUEST, "the resolutions"},
+                 {3, INTERNAL_ERROR, "the current codec"},
+                 {4, INTERNAL_ERROR, "the write"}};
+    for (const auto &step : steps) {
+        camera.store.AnswerNothing(step.failing);
+        EXPECT_EQ(camera.Get(VIDEO, "profileid=1&resolution=320x240"), step.reply) << step.description;
+        camera.store.Heal();
+    }
+    camera.store.AnswerNothing(1);
+    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), INTERNAL_ERROR);
+}

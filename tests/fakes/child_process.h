@@ -1,0 +1,39 @@
+#pragma once
+
+#include "tests/fakes/unique_fd.h"
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/**
+ * A program run as a child with its standard output and error in files. It is killed when it still runs at the end,
+ * also when the test program dies.
+ */
+class ChildProcess
+{
+  public:
+    struct Options {
+        std::vector<std::string> environment; ///< "NAME=value", in addition to this process's own
+        std::string outputFile = "/dev/null";
+        std::string errorFile = "/dev/null";
+    };
+    ChildProcess(const std::vector<std::string> &command, const Options &options);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess &) = delete;
+    ChildProcess &operator=(const ChildProcess &) = delete;
+
+    [[nodiscard]] pid_t Pid() const { return m_pid; }
+    void Signal(int signal) const;
+    [[nodiscard]] bool Ended();
+    /** Waits for the end: the exit status, 128 + signal for one that a signal ended, -1 when it does not end. */
+    [[nodiscard]] int Wait();
+
+  private:
+    void Reap();
+
+    pid_t m_pid = -1;
+    UniqueFd m_pidFd;
+    bool m_ended = false;
+    int m_status = -1;
+};

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "tests/fakes/unique_fd.h"
+
+#include <string>
+#include <string_view>
+
+/**
+ * The client's end of a connection whose other end the daemon has. What takes longer than TEST_DEADLINE fails the
+ * test and gives what has come until then.
+ */
+class ClientSide
+{
+  public:
+    ClientSide() = default;
+    explicit ClientSide(UniqueFd socket) : m_socket(std::move(socket)) {}
+
+    /** Every byte until the daemon closes; bytes already given are not given again. */
+    std::string ReadAll();
+    /** Waits until what came since the last call ends with `end`, and gives it. */
+    std::string ReadUntil(std::string_view end);
+    /** What has come already, without waiting. */
+    std::string ReadNow();
+    void Send(std::string_view bytes) const;
+    /** Closes the connection; the destructor does it too. */
+    void Close() { m_socket.Reset(); }
+    [[nodiscard]] int Fd() const { return m_socket.Get(); }
+
+  private:
+    enum class Got { Bytes, Nothing, End };
+    Got ReadSome(std::string &into, bool wait);
+
+    UniqueFd m_socket;
+};
+
+/** One HTTP request as the web server hands it over. */
+struct TestRequest {
+    std::string method = "GET";
+    std::string url;
+    std::string query = {};
+    std::string body = {};          ///< what is handed over of it
+    std::string contentLength = {}; ///< empty: the body's length
+};
+
+/** Hands a request over to the daemon at `socketPath` and gives the client's end of its connection. */
+[[nodiscard]] ClientSide HandOver(const std::string &socketPath, const TestRequest &request);
+
+/** Hands over a raw datagram with `descriptors` ends of connections (0 to 15), only the first of which matters. */
+[[nodiscard]] ClientSide HandOverRaw(const std::string &socketPath, std::string_view payload, int descriptors = 1);
+
+/** The payload of a request's datagram, for tests that damage it. */
+[[nodiscard]] std::string HandOverPayload(const TestRequest &request);

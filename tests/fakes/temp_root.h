@@ -1,0 +1,30 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+/**
+ * A camera's file tree in a temporary folder with a short path, removed at the end: the folders that the daemon and
+ * its neighbours use, and account files with one user of each camera group (admin 1000, oscar 1001, vera 1002) and
+ * one who is in none (guest 1003).
+ */
+class TempRoot
+{
+  public:
+    TempRoot();
+    ~TempRoot();
+    TempRoot(const TempRoot &) = delete;
+    TempRoot &operator=(const TempRoot &) = delete;
+
+    [[nodiscard]] const std::string &Path() const { return m_path; }
+    /** Where one of the camera's fixed paths ("/tmp/configer") stands. */
+    [[nodiscard]] std::string Path(const std::string &fixedPath) const { return m_path + fixedPath; }
+    /** Writes a file of the camera, named by its fixed path. */
+    void Write(const std::string &fixedPath, const std::string &content) const;
+
+  private:
+    std::string m_path;
+};
+
+/** The whole content of a file; empty when it cannot be read. */
+[[nodiscard]] std::string ReadWholeFile(const std::filesystem::path &path);

@@ -1,0 +1,195 @@
+#include "camera/talk/connection.h"
+#include "camera/talk/mulaw.h"
+#include "camera/talk/speaker.h"
+#include "camera/talk/wav.h"
+#include "tests/fakes/audio_stream.h"
+#include "tests/talk/wav_bytes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace
+{
+
+/** The value of a mu-law byte on a 16-bit scale, from the tables of ITU-T G.711: 8 segments of 16 equal steps. */
+int MuLawValue(uint8_t byte)
+{
+    const int inverted = byte ^ 0xFF;
+    const int segment = inverted >> 4 & 7;
+    const int step = inverted & 15;
+    const int magnitude = (((2 * step + 33) << segment) - 33) * 4;
+    return (inverted & 0x80) != 0 ? -magnitude : magnitude;
+}
+
+/** The error of a file that must be refused; empty when it is taken. */
+std::string ErrorOf(const std::string &file)
+{
+    try {
+        (void)talk::ParseWav(file);
+        return {};
+    } catch (const std::runtime_error &error) {
+        return error.what();
+    }
+}
+
+} // namespace
+
+TEST(MuLaw, FollowsTheTableOfTheRecommendation)
+{
+    // Decision values of 14 bits and the code of the interval above each, at the segments' ends.
+    const struct {
+        int decision;
+        uint8_t above;
+        uint8_t below;
+    } rows[] = {
+        {1, 0xFE, 0xFF},    {31, 0xEF, 0xF0},   {35, 0xEE, 0xEF},   {95, 0xDF, 0xE0},
+        {223, 0xCF, 0xD0},  {479, 0xBF, 0xC0},  {991, 0xAF, 0xB0},  {2015, 0x9F, 0xA0},
+        {4063, 0x8F, 0x90}, {4319, 0x8E, 0x8F}, {7903, 0x80, 0x81},
+    };
+    for (const auto &row : rows) {
+        const auto sample = static_cast<int16_t>(row.decision * 4);
+        EXPECT_EQ(talk::MuLawEncode(sample), row.above) << row.decision;
+        EXPECT_EQ(talk::MuLawEncode(static_cast<int16_t>(sample - 1)), row.below) << row.decision;
+        EXPECT_EQ(talk::MuLawEncode(static_cast<int16_t>(-sample)), row.above & 0x7F) << -row.decision;
+    }
+    EXPECT_EQ(talk::MuLawEncode(0), 0xFF);
+    EXPECT_EQ(talk::MuLawEncode(INT16_MAX), 0x80);
+    EXPECT_EQ(talk::MuLawEncode(INT16_MIN), 0x00);
+}
+
+TEST(MuLaw, KeepsEverySampleWithinHalfAStep)
+{
+    int last = -40000;
+    for (int sample = INT16_MIN; sample <= INT16_MAX; ++sample) {
+        const int value = MuLawValue(talk::MuLawEncode(static_cast<int16_t>(sample)));
+        ASSERT_GE(value, last) << sample;
+        last = value;
+        const int magnitude = std::abs(sample);
+        // A step of the segment: 8, 16, 32 ... on the 16-bit scale; 3 more for the two bits that fall away.
+        const int step = 8 << std::max(0, static_cast<int>(std::log2(std::max(magnitude + 132, 256))) - 7);
+        ASSERT_LE(std::abs(value - sample), magnitude > 32635 ? 650 : step / 2 + 3) << sample;
+    }
+    for (int byte = 0; byte < 256; ++byte)
+        EXPECT_EQ(talk::MuLawEncode(static_cast<int16_t>(MuLawValue(static_cast<uint8_t>(byte)))),
+                  byte == 0x7F ? 0xFF : byte)
+            << "the two zeros are one";
+}
+
+TEST(Wav, TakesTheSamplesOfUsableFiles)
+{
+    using Samples = std::vector<int16_t>;
+    const std::string format = WavFormatChunk({});
+    const std::string data("\x01\x00\xFF\xFF\x00\x80", 6);
+    const Samples expected = {1, -1, INT16_MIN};
+    const std::string extension =
+        std::string("\x16\x00\x10\x00\x00\x00\x00\x00\x01\x00", 10) + std::string(14, 'g');
+    const struct {
+        const char *description;
+        std::string file;
+        Samples samples;
+    } cases[] = {
+        {"16 bits", WavFile(format + WavChunk("data", data)), expected},
+        {"8 bits",
+         WavFile(WavFormatChunk({.bits = 8}) + WavChunk("data", std::string("\x80\x00\xFF", 3))),
+         {0, INT16_MIN, 127 * 256}},
+        {"extensible format",
+         WavFile(WavFormatChunk({.tag = 0xFFFE, .extension = extension}) + WavChunk("data", data)), expected},
+        {"PCM with an empty extension",
+         WavFile(WavFormatChunk({.extension = std::string(2, '\0')}) + WavChunk("data", data)), expected},
+        {"other chunks, one of an odd length",
+         WavFile(WavChunk("LIST", "odd") + format + WavChunk("fact", "even") + WavChunk("data", data) +
+                 WavChunk("id3 ", "tag")),
+         expected},
+        {"no samples", WavFile(format + WavChunk("data", "")), {}},
+        {"half a sample at the end", WavFile(format + WavChunk("data", data + "x")), expected},
+        {"a recorder that never knew the length", WavFile(format + "data\xFF\xFF\xFF\xFF" + data), expected},
+        {"a wrong length of the whole", "RIFF" + LittleEndian(0, 4) + "WAVE" + format + WavChunk("data", data),
+         expected},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        EXPECT_EQ(ErrorOf(c.file), "");
+        EXPECT_EQ(talk::ParseWav(c.file), c.samples);
+    }
+}
+
+TEST(Wav, SaysWhatIsWrongWithOtherFiles)
+{
+    const std::string data = WavChunk("data", "abcd");
+    const struct {
+        std::string file;
+        const char *error;
+    } cases[] = {
+        {"", "not a WAV file"},
+        {"RIFF", "not a WAV file"},
+        {std::string(100, 'x'), "not a WAV file"},
+        {"RIFF" + LittleEndian(4, 4) + "AVI ", "not a WAV file"},
+        {WavFile(""), "a damaged WAV file: it holds no data"},
+        {WavFile(WavFormatChunk({})), "a damaged WAV file: it holds no data"},
+        {WavFile(data), "a damaged WAV file: its data come before their format"},
+        {WavFile("fmt " + LittleEndian(0xFFFFFFFF, 4) + "x"),
+         "a damaged WAV file: it ends in the middle of a header"},
+        {WavFile(WavChunk("fmt ", "short") + data), "a damaged WAV file: it ends in the middle of a header"},
+        {WavFile(WavFormatChunk({.tag = 0xFFFE}) + data), "a damaged WAV file: it ends in the middle of a header"},
+        {WavFile(WavFormatChunk({.tag = 7}) + data),
+         "a WAV file of format 7; it has to be uncompressed PCM (format 1)"},
+        {WavFile(WavFormatChunk({.channels = 2}) + data), "a WAV file with 2 channels; it has to be mono"},
+        {WavFile(WavFormatChunk({.channels = 0}) + data), "a WAV file with 0 channels; it has to be mono"},
+        {WavFile(WavFormatChunk({.sampleRate = 44100}) + data), "a WAV file of 44100 Hz; it has to be 8000 Hz"},
+        {WavFile(WavFormatChunk({.bits = 0}) + data), "a WAV file of 0 bits a sample; it has to be 8 or 16"},
+        {WavFile(WavFormatChunk({.bits = 24}) + data), "a WAV file of 24 bits a sample; it has to be 8 or 16"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(ErrorOf(c.file), c.error);
+}
+
+TEST(Wav, AFileCutAnywhereGivesItsBeginningOrAnError)
+{
+    const std::vector<int16_t> samples = {1, 2, 3, 4, 5};
+    const std::string file = WavFile(samples);
+    const size_t header = file.size() - 2 * samples.size();
+    for (size_t length = 0; length < file.size(); ++length) {
+        // On the heap, exactly as long as it is, so that a read behind the end is seen.
+        const std::vector<char> cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+        try {
+            const std::vector<int16_t> got = talk::ParseWav({cut.data(), cut.size()});
+            ASSERT_GE(length, header);
+            EXPECT_EQ(got, std::vector<int16_t>(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(
+                                                                                       (length - header) / 2)));
+        } catch (const std::runtime_error &) {
+            EXPECT_LT(length, header);
+        }
+    }
+}
+
+TEST(Frame, IsWhatACameraTakes)
+{
+    const std::string audio = AudioPayload(320);
+    EXPECT_EQ(talk::MakeFrame(audio), AudioHeaderBytes({.dataLength = 320, .unused = '\0'}) + audio);
+    EXPECT_EQ(talk::MakeFrame("x"), AudioHeaderBytes({.dataLength = 1, .unused = '\0'}) + "x");
+}
+
+TEST(Address, IsReadInItsUsualForms)
+{
+    const struct {
+        const char *text;
+        const char *host;
+        const char *port;
+        const char *again;
+    } cases[] = {
+        {"192.168.0.20:8080", "192.168.0.20", "8080", "192.168.0.20:8080"},
+        {"camera.local", "camera.local", "80", "camera.local:80"},
+        {"[::1]:8080", "::1", "8080", "[::1]:8080"},
+        {"[fe80::1%eth0]", "fe80::1%eth0", "80", "[fe80::1%eth0]:80"},
+    };
+    for (const auto &c : cases) {
+        const talk::Address address = talk::ParseAddress(c.text);
+        EXPECT_EQ(address.host, c.host) << c.text;
+        EXPECT_EQ(address.port, c.port) << c.text;
+        EXPECT_EQ(talk::ToText(address), c.again) << c.text;
+    }
+    for (const char *bad : {"", ":80", "camera:", "camera:http", "[]:80", "[::1]80", "[::1", "camera:8 0"})
+        EXPECT_THROW((void)talk::ParseAddress(bad), std::runtime_error) << bad;
+}

@@ -1,0 +1,109 @@
+#include "tests/fakes/in_process_server.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+
+/* In process, because every change waits two seconds of the daemon's clock. */
+
+namespace
+{
+
+const std::string URL = "/config/datetime.cgi";
+
+std::string Exchange(InProcessServer &in, const std::string &query)
+{
+    in.store.ClearRequests();
+    in.clock.sleeps.clear();
+    return in.Exchange({.url = URL, .query = query});
+}
+
+} // namespace
+
+TEST(DateTime, ChangesAreWrittenInTwoStepsTwoSecondsApart)
+{
+    const struct {
+        const char *description;
+        const char *query;
+        const char *zone;
+        const char *clock;
+    } cases[] = {
+        {"KEPT: the zone alone turns NTP off", "method=0&timezone=65", "system_timezoneindex=320",
+         "system_updateinterval=0"},
+        {"NTP", "method=1&timeserver=pool.ntp", "", "system_updateinterval=3600&system_ntp=pool.ntp"},
+        {"by hand, with all that passes", "method=2&date=2024-02-30&time=24:60:60", "",
+         "system_updateinterval=0&system_date=2024/02/30&system_time=24:60:60"},
+        {"without seconds", "method=2&date=2024-2-3&time=4:5", "",
+         "system_updateinterval=0&system_date=2024/02/03&system_time=04:05:00"},
+        {"everything", "method=2&date=24-12-31&time=1:2:3&timezone=29&dstenable=yes", "system_timezoneindex=0",
+         "system_updateinterval=0&system_date=24/12/31&system_time=01:02:03&system_daylight_enable=1"},
+        {"a method that is neither", "method=7&dstenable=no&date=x", "",
+         "system_updateinterval=0&system_daylight_enable=0"},
+    };
+    InProcessServer in;
+    for (const auto &test : cases) {
+        SCOPED_TRACE(test.description);
+        EXPECT_NE(Exchange(in, test.query).find("HTTP/1.1 200 OK"), std::string::npos);
+        EXPECT_EQ(in.store.Sets(), (std::vector<std::string>{test.zone, test.clock}));
+        EXPECT_EQ(in.clock.sleeps, std::vector<uint32_t>{2000});
+    }
+}
+
+TEST(DateTime, BadRequestsWriteNothing)
+{
+    InProcessServer in;
+    for (const char *query :
+         {"timezone=65", "method=2", "method=2&date=2024-01-01", "method=2&time=1:2:3",
+          "method=2&date=2024-13-01&time=1:1", "method=2&date=2024-01-00&time=1:1",
+          "method=2&date=2024-01&time=1:1", "method=2&date=2024-01-01&time=25:00",
+          "method=2&date=2024-01-01&time=1:61", "method=2&date=2024-01-01&time=1:1:61",
+          "method=2&date=2024-01-32&time=1:1", "method=2&date=000002024-01-01&time=1:1", "method=1",
+          "method=1&timeserver=", "method=1&timeserver=1234567890123456789012345678901234567890",
+          "method=0&timezone=0", "method=0&timezone=84", "method=0&dstenable=Yes", "0&method=0"}) {
+        SCOPED_TRACE(query);
+        EXPECT_EQ(Exchange(in, query), BAD_REQUEST);
+        EXPECT_TRUE(in.store.Requests().empty());
+    }
+}
+
+TEST(DateTime, AChangeHalfWayIsAFailure)
+{
+    InProcessServer in;
+    in.store.AnswerNothing(1);
+    EXPECT_EQ(Exchange(in, "method=0&timezone=1"), INTERNAL_ERROR);
+    EXPECT_EQ(in.store.Sets().size(), 1U) << "nothing is written after a failing first write";
+    in.store.AnswerNothing(2);
+    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR);
+    in.store.Answer("system_updateinterval=1\n", 2);
+    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "another interval than the one written";
+    in.store.Answer("\n", 2);
+    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "no interval";
+}
+
+TEST(DateTime, IsReadWithTheHostsClock)
+{
+    InProcessServer in({{"system_updateinterval", "3600"},
+                        {"system_ntp", "pool.ntp"},
+                        {"system_timezoneindex", "160"},
+                        {"system_daylight_enable", "1"}});
+    const auto expected = [](const char *method, const char *server, time_t at) {
+        char clock[64];
+        strftime(clock, sizeof clock, "date=%Y-%m-%d\r\ntime=%H:%M:%S\r\n", localtime(&at));
+        return OkReply("method=" + std::string(method) + "\r\ntimeserver=" + server + "\r\ntimezone=52\r\n" +
+                       clock + "dstenable=yes\r\n");
+    };
+    const auto matches = [&](const char *method, const char *server) {
+        const time_t before = time(nullptr);
+        const std::string reply = Exchange(in, "");
+        for (time_t at = before; at <= time(nullptr); ++at)
+            if (reply == expected(method, server, at))
+                return true;
+        return false;
+    };
+    EXPECT_TRUE(matches("1", "pool.ntp"));
+    in.store.Set("system_updateinterval", "0");
+    EXPECT_TRUE(matches("0", "")) << "by hand the server is not asked for, and the method is 0, not 2";
+    for (const char *name : {"system_daylight_enable", "system_timezoneindex", "system_updateinterval"}) {
+        in.store.Remove(name);
+        EXPECT_EQ(Exchange(in, ""), INTERNAL_ERROR) << name;
+    }
+}

@@ -1,0 +1,147 @@
+#include "dispatch/dispatch.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace
+{
+
+constexpr int NOT_ALLOWED = 0;
+
+/** The API, written down once more: URL, the number of its reading and the number of its change. */
+constexpr struct ApiRow {
+    const char *url;
+    int get;
+    int set;
+} API[] = {
+    {"/config/network.cgi", 1, 2},
+    {"/config/datetime.cgi", 2, 1},
+    {"/config/video.cgi", 3, 4},
+    {"/config/stream_info.cgi", 4, NOT_ALLOWED},
+    {"/config/sensor.cgi", 5, 3},
+    {"/common/info.cgi", 6, NOT_ALLOWED},
+    {"/config/user_mod.cgi", NOT_ALLOWED, 5},
+    {"/config/user_del.cgi", NOT_ALLOWED, 6},
+    {"/config/rtspurl.cgi", 7, NOT_ALLOWED},
+    {"/config/sensor_info.cgi", 8, NOT_ALLOWED},
+    {"/config/system_reboot.cgi", NOT_ALLOWED, 7},
+    {"/video/mjpg.cgi", 9, NOT_ALLOWED},
+    {"/config/mic.cgi", 10, 8},
+    {"/config/io.cgi", 11, 9},
+    {"/config/rs485.cgi", 12, 10},
+    {"/config/rs485_do.cgi", NOT_ALLOWED, 11},
+    {"/config/ptz_preset_list.cgi", 13, NOT_ALLOWED},
+    {"/config/ptz_preset.cgi", NOT_ALLOWED, 12},
+    {"/config/ptz_home.cgi", NOT_ALLOWED, 13},
+    {"/config/audio.cgi", 14, 14},
+    {"/config/notify_stream.cgi", 15, NOT_ALLOWED},
+    {"/config/auto_pan.cgi", NOT_ALLOWED, 15},
+    {"/config/speaker.cgi", 16, 16},
+    {"/dev/speaker.cgi", NOT_ALLOWED, 17},
+    {"/config/motion.cgi", 17, 18},
+    {"/cgi/admin/recorder.cgi", 18, 19},
+    {"/cgi/admin/adv_snapshot_cont.cgi", 19, 20},
+    {"/cgi/admin/adv_do.cgi", 20, 21},
+    {"/config/ptz_move_rel.cgi", NOT_ALLOWED, 22},
+    {"/config/scheduled_reboot.cgi", NOT_ALLOWED, 23},
+    {"/config/camera_info.cgi", 21, 24},
+    {"/config/timestamp.cgi", 22, 25},
+    {"/config/ddns.cgi", 23, 26},
+};
+
+class Dispatch : public testing::Test
+{
+  protected:
+    int Parse(RequestMethod method, const std::string &url, const std::string &query = {})
+    {
+        *slot = {};
+        slot->tRequest.eMethod = method;
+        strcpy(slot->tRequest.acUrl, url.c_str());
+        strcpy(slot->tRequest.acQeryString, query.c_str());
+        return Dispatch_Parse(*slot);
+    }
+    /** What parsing chose: "get 6", "set 24", or "refused 4" with the status kind. */
+    std::string Chosen() const
+    {
+        if (slot->eMappingMethod == MappingMethod::None)
+            return "refused " + std::to_string(static_cast<int>(slot->eStatusKind));
+        return (slot->eMappingMethod == MappingMethod::Get ? "get " : "set ") + std::to_string(slot->iMappingIndex);
+    }
+
+    std::unique_ptr<SessionSlot> slot = std::make_unique<SessionSlot>();
+};
+
+} // namespace
+
+TEST_F(Dispatch, KnowsTheRowsOfTheApi)
+{
+    ASSERT_EQ(std::size(API), 33U);
+    for (const ApiRow &row : API) {
+        SCOPED_TRACE(row.url);
+        const bool readable = row.get != NOT_ALLOWED;
+        EXPECT_EQ(Parse(RequestMethod::Get, row.url), readable ? 0 : -1);
+        EXPECT_EQ(Chosen(), readable ? "get " + std::to_string(row.get) : "refused 4");
+        EXPECT_EQ(slot->eStatusKind, readable ? StatusKind::Ok : StatusKind::BadRequest);
+
+        const std::string change = row.set != NOT_ALLOWED ? "set " + std::to_string(row.set) : "refused 4";
+        (void)Parse(RequestMethod::Get, row.url, "no-such-key=1");
+        EXPECT_EQ(Chosen(), change) << "a GET with parameters";
+        (void)Parse(RequestMethod::Post, row.url);
+        EXPECT_EQ(Chosen(), change) << "a POST";
+    }
+}
+
+TEST_F(Dispatch, RefusesUnknownUrlsAndMethods)
+{
+    for (const char *url : {"", "/", "/common/info", "/common/info.cgi/", "/common/info.cgix", "/Common/info.cgi",
+                            "common/info.cgi", " /common/info.cgi", "//common/info.cgi"}) {
+        EXPECT_EQ(Parse(RequestMethod::Get, url), -1) << url;
+        EXPECT_EQ(Chosen(), "refused 4") << url;
+    }
+    EXPECT_EQ(Parse(RequestMethod::Other, "/common/info.cgi"), -1);
+    EXPECT_EQ(Chosen(), "refused 3");
+    EXPECT_EQ(Parse(RequestMethod::Other, "/unknown"), -1);
+    EXPECT_EQ(Chosen(), "refused 3") << "the method counts first";
+    EXPECT_EQ(Parse(static_cast<RequestMethod>(3), "/common/info.cgi"), -1);
+    EXPECT_EQ(Chosen(), "refused 3");
+}
+
+TEST_F(Dispatch, ReadsWithASelectorOfElevenCharacters)
+{
+    const struct {
+        const char *url;
+        const char *query;
+        bool read;
+    } cases[] = {
+        {"/config/video.cgi", "profileid=1", true}, {"/config/rtspurl.cgi", "profileid=1", true},
+        {"/video/mjpg.cgi", "profileid=1", true},   {"/config/audio.cgi", "profileid=1", true},
+        {"/config/video.cgi", "anything=@=", true}, // it is the length that counts
+        {"/config/video.cgi", "profileid=", false}, {"/config/video.cgi", "profileid=10", false},
+        {"/config/mic.cgi", "profileid=1", false},  {"/common/info.cgi", "profileid=1", false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::string(c.url) + "?" + c.query);
+        (void)Parse(RequestMethod::Get, c.url, c.query);
+        const std::string query = slot->tRequest.acQeryString;
+        EXPECT_EQ(slot->eMappingMethod == MappingMethod::Get, c.read);
+        if (c.read) {
+            EXPECT_EQ(query, c.query + std::string("&"));
+        }
+    }
+}
+
+TEST_F(Dispatch, DoesNothingForAnIndexOutsideTheTables)
+{
+    for (const int32_t index : {-1, 0, 24, 27, 1000, INT32_MIN, INT32_MAX}) {
+        *slot = {};
+        slot->iMappingIndex = index;
+        EXPECT_EQ(index == 24 ? 0 : Dispatch_RunSet(*slot), 0);
+        EXPECT_EQ(Dispatch_RunGet(*slot), 0);
+        TextBuffer<16> body;
+        Dispatch_Compose(body, *slot);
+        EXPECT_TRUE(body.Empty());
+        EXPECT_EQ(slot->eMappingResult, StatusKind::Unset);
+    }
+}

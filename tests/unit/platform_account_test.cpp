@@ -1,0 +1,164 @@
+#include "platform/account.h"
+#include "tests/fakes/root_environment.h"
+#include "text/builder.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <string>
+
+class Account : public testing::Test
+{
+  protected:
+    Account()
+    {
+        Text_Copy(context->acPasswordFile, "/etc/passwd");
+        Text_Copy(context->acGroupFile, "/etc/group");
+        Text_Copy(context->acConfigFile, "/etc/accountmgr.conf");
+        Text_Copy(context->acGroups, "admin,operator,view");
+    }
+
+    /** The list as "name:uid" words, after checking that count and chain agree. */
+    std::string Users() const
+    {
+        std::string users;
+        int32_t count = 0;
+        for (const AM_User *user = AM_FirstUser(context.get()); user != nullptr; user = user->ptNext) {
+            users += (users.empty() ? "" : " ") + std::string(user->acName) + ":" + user->acIndex;
+            count++;
+        }
+        EXPECT_EQ(AM_UserCount(context.get()), count);
+        return users;
+    }
+
+    RootEnvironment root;
+    std::unique_ptr<AM_Context> context = std::make_unique<AM_Context>();
+};
+
+TEST_F(Account, ConfigurationNamesTheGroups)
+{
+    const std::string longest(255, 'g');
+    const struct {
+        const char *description;
+        std::string text;
+        int result;
+        std::string groups;
+    } cases[] = {
+        {"empty", "", 0, "admin,operator,view"},
+        {"comments and blank lines", "# groups=x\n\n  \t\n", 0, "admin,operator,view"},
+        {"groups", "groups=a,b\n", 0, "a,b"},
+        {"blanks around, CR LF, no last line feed", " groups = a , b \r\nother=1", 0, "a , b"},
+        {"the last one wins", "groups=a\ngroups=b\n", 0, "b"},
+        {"no groups", "groups=\n", 0, ""},
+        {"unknown names are passed over", "colour=red\ngroups=a\n", 0, "a"},
+        {"longest list", "groups=" + longest, 0, longest},
+        {"list too long", "groups=" + longest + "g", -1, "admin,operator,view"},
+        {"no equals sign", "groups\n", -1, "admin,operator,view"},
+        {"no name", "=a\n", -1, "admin,operator,view"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        root.Write("/etc/accountmgr.conf", c.text);
+        EXPECT_EQ(AM_ParseConfigFile(context.get()), c.result);
+        EXPECT_EQ(context->acGroups, c.groups);
+    }
+    std::filesystem::remove(root.Path("/etc/accountmgr.conf"));
+    EXPECT_EQ(AM_ParseConfigFile(context.get()), -1);
+}
+
+TEST_F(Account, UsersAreTheMembersOfTheGroups)
+{
+    const std::string longest(64, 'n');
+    const struct {
+        const char *description;
+        std::string group;
+        std::string passwd;
+        std::string users;
+    } cases[] = {
+        {"by primary group, in the order of the file", "view:x:102:\nadmin:x:100:\n",
+         "b:x:2:102:::\na:x:1:100:::\nc:x:3:103:::\n", "b:2 a:1"},
+        {"by membership", "admin:x:100:x, b ,c\n", "a:x:1:500:::\nb:x:2:500:::\nc:x:3:500:::\n", "b:2 c:3"},
+        {"a member by both ways stands once", "admin:x:100:a\nview:x:102:a\n", "a:x:1:100:::\n", "a:1"},
+        {"a group that is not the camera's does not count", "wheel:x:100:a\n", "a:x:1:100:::\n", ""},
+        {"no part of a name is enough", "admin:x:100:ab\n", "a:x:1:500:::\nabc:x:3:500:::\nb:x:4:10:::\n", ""},
+        {"malformed password lines are skipped", "admin:x:100:\n",
+         "\n:x:1:100:::\na:x:1:100::\nb:x:1:100:::::\nc:x:one:100:::\nd:x:1:-100:::\ne:x::100:::\n"
+         "f:x:123456789012:100:::\ngood:x:7:100:::",
+         "good:7"},
+        {"malformed group lines are skipped", "admin:x:100\nadmin:x:100::\nadmin:x:a:\nadmin\n\noperator:x:101:\n",
+         "a:x:1:100:::\nb:x:2:101:::\n", "b:2"},
+        {"a name that fits and one that does not", "admin:x:100:\n",
+         longest + ":x:1:100:::\n" + longest + "n:x:2:100:::\n", longest + ":1"},
+        {"nobody", "admin:x:100:\n", "", ""},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        root.Write("/etc/group", c.group);
+        root.Write("/etc/passwd", c.passwd);
+        EXPECT_EQ(AM_ParsePasswordFile(context.get()), 0);
+        EXPECT_EQ(Users(), c.users);
+    }
+}
+
+TEST_F(Account, AFileThatCannotBeReadLeavesTheList)
+{
+    ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
+    const std::string before = Users();
+    EXPECT_EQ(before, "admin:1000 oscar:1001 vera:1002");
+    for (const char *file : {"/etc/passwd", "/etc/group"}) {
+        const std::string content = ReadWholeFile(root.Path(file));
+        std::filesystem::remove(root.Path(file));
+        EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "no " << file;
+        EXPECT_EQ(Users(), before);
+        std::filesystem::create_directory(root.Path(file));
+        EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "a folder " << file;
+        std::filesystem::remove(root.Path(file));
+        root.Write(file, std::string(65536, '#'));
+        EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "too large " << file;
+        EXPECT_EQ(Users(), before);
+        root.Write(file, content);
+    }
+    EXPECT_EQ(AM_ParsePasswordFile(context.get()), 0);
+    EXPECT_EQ(Users(), before);
+}
+
+TEST_F(Account, TakesAsManyUsersAsThereIsRoomFor)
+{
+    std::string passwd;
+    for (int i = 0; i < 200; ++i)
+        passwd += "user" + std::to_string(i) + ":x:" + std::to_string(2000 + i) + ":100:::\n";
+    root.Write("/etc/passwd", passwd);
+    ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
+    EXPECT_EQ(AM_UserCount(context.get()), 128);
+    EXPECT_TRUE(Users().ends_with(" user127:2127"));
+
+    std::string group;
+    for (int i = 0; i < 40; ++i)
+        group += "admin:x:" + std::to_string(3000 + i) + ":" + std::string(1000, 'm') + ",late\n";
+    root.Write("/etc/group", group + "view:x:102:\n");
+    root.Write("/etc/passwd", "late:x:1:9:::\na:x:2:3015:::\nb:x:3:3016:::\n");
+    ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
+    EXPECT_EQ(Users(), "late:1 a:2") << "sixteen group entries, and as many member lists as fit";
+}
+
+TEST_F(Account, SurvivesRandomFiles)
+{
+    std::mt19937 random(20240607);
+    const std::string alphabet = std::string("adminview:::::,,,0123456789\n\n\n=# \t\r") + '\0' + '\xFF';
+    const auto text = [&] {
+        std::string content(random() % 2000, ' ');
+        for (char &c : content)
+            c = alphabet[random() % alphabet.size()];
+        return content;
+    };
+    for (int i = 0; i < 300; ++i) {
+        root.Write("/etc/accountmgr.conf", text());
+        root.Write("/etc/group", "admin:x:1:\n" + text());
+        root.Write("/etc/passwd", text() + "\nlast:x:1:1:::\n");
+        (void)AM_ParseConfigFile(context.get());
+        Text_Copy(context->acGroups, "admin");
+        ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
+        ASSERT_TRUE(Users().ends_with("last:1"));
+    }
+}

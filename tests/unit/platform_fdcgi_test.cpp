@@ -1,0 +1,207 @@
+#include "platform/fdcgi.h"
+#include "tests/fakes/client_side.h"
+#include "tests/fakes/in_process_server.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+namespace
+{
+
+/** A netstring of these pairs with a body behind it. */
+std::string Payload(const std::string &pairs, const std::string &body = {})
+{
+    return std::to_string(pairs.size()) + ":" + pairs + "," + body;
+}
+
+const std::string HEAD = "CONTENT_LENGTH\0"
+                         "0\0"
+                         "SCGI\0"
+                         "1\0"s;
+
+} // namespace
+
+class HandOverEndpoint : public testing::Test
+{
+  protected:
+    HandOverEndpoint()
+    {
+        EXPECT_EQ(FDCGI_init(&handle, path.c_str()), 0);
+        EXPECT_EQ(FDCGI_SetNonBlocking(handle), 0);
+    }
+    ~HandOverEndpoint() override { FDCGI_close(handle); }
+
+    /** Sends the payload and reads it as the daemon does. */
+    int Read(std::string_view payload, int descriptors = 1)
+    {
+        client = HandOverRaw(path, payload, descriptors);
+        int socket = -1;
+        const int result = FDCGI_read(handle, &socket);
+        passed.Reset(socket);
+        return result;
+    }
+
+    TempRoot root;
+    std::string path = root.Path("/tmp/endpoint");
+    FDCGI_Handle handle = nullptr;
+    ClientSide client;
+    UniqueFd passed;
+};
+
+TEST_F(HandOverEndpoint, ReadsARequest)
+{
+    const std::string payload = "86:CONTENT_LENGTH\0"
+                                "0\0"
+                                "SCGI\0"
+                                "1\0"
+                                "REQUEST_METHOD\0"
+                                "GET\0"
+                                "SCRIPT_NAME\0"
+                                "/common/info.cgi\0"
+                                "QUERY_STRING\0"
+                                "\0,"s;
+    EXPECT_EQ(HandOverPayload({.url = "/common/info.cgi"}), payload);
+    ASSERT_EQ(Read(payload), 0);
+    EXPECT_STREQ(FDCGI_GetUrl(handle), "/common/info.cgi");
+    EXPECT_STREQ(FDCGI_GetMethod(handle), "GET");
+    EXPECT_STREQ(FDCGI_GetQueryString(handle), "");
+    EXPECT_STREQ(FDCGI_GetContentLength(handle), "0");
+    EXPECT_EQ(FDCGI_GetPostBody(handle), nullptr);
+    EXPECT_EQ(FDCGI_GetPostBodyLength(handle), 0U);
+
+    EXPECT_EQ(fcntl(passed.Get(), F_GETFD), FD_CLOEXEC);
+    ASSERT_EQ(send(passed.Get(), "hello", 5, 0), 5);
+    passed.Reset();
+    EXPECT_EQ(client.ReadAll(), "hello") << "the passed socket is the client's connection";
+}
+
+TEST_F(HandOverEndpoint, ReadsBodiesAndSkipsUnknownNames)
+{
+    const std::string body = "a=1\0b=2"s;
+    ASSERT_EQ(Read(Payload(HEAD + "HTTPS\0on\0SCRIPT_NAME\0/x\0"s, body)), 0);
+    EXPECT_STREQ(FDCGI_GetUrl(handle), "/x");
+    EXPECT_EQ(FDCGI_GetMethod(handle), nullptr);
+    EXPECT_EQ(FDCGI_GetQueryString(handle), nullptr);
+    EXPECT_STREQ(FDCGI_GetPostBody(handle), "a=1");
+    EXPECT_EQ(FDCGI_GetPostBodyLength(handle), body.size());
+    ASSERT_EQ(Read(Payload(HEAD)), 0);
+    EXPECT_EQ(FDCGI_GetUrl(handle), nullptr) << "nothing of the request before stays";
+    EXPECT_EQ(FDCGI_GetPostBody(handle), nullptr);
+}
+
+TEST_F(HandOverEndpoint, ReadsTheLargestDatagram)
+{
+    const std::string head = Payload(HEAD);
+    ASSERT_EQ(Read(head + std::string(FDCGI_MAX_DATAGRAM - head.size(), 'b')), 0);
+    EXPECT_EQ(std::string(FDCGI_GetPostBody(handle)).size(), FDCGI_MAX_DATAGRAM - head.size());
+}
+
+TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
+{
+    const struct {
+        const char *description;
+        std::string payload;
+    } cases[] = {
+        {"no netstring", "hello"},
+        {"no digits", ":" + HEAD + ","},
+        {"only digits", "24"},
+        {"leading zero", "0" + Payload(HEAD)},
+        {"leading blank", " " + Payload(HEAD)},
+        {"negative length", "-24:" + HEAD + ","},
+        {"length without end", std::string(1000, '9')},
+        {"length beyond the datagram", "25:" + HEAD + ","},
+        {"length far beyond the datagram", "99999999999999999999:" + HEAD + ","},
+        {"length too small", "23:" + HEAD + ","},
+        {"no comma", std::to_string(HEAD.size()) + ":" + HEAD},
+        {"another sign instead of the comma", std::to_string(HEAD.size()) + ":" + HEAD + ";"},
+        {"no pairs", Payload("")},
+        {"a name without value", Payload(HEAD + "QUERY_STRING\0"s)},
+        {"a value without end", Payload(HEAD + "QUERY_STRING\0a=1"s)},
+        {"a name without end", Payload(HEAD + "QUERY_STRING"s)},
+        {"an empty name", Payload(HEAD + "\0x\0"s)},
+        {"no content length", Payload("SCGI\0"
+                                      "1\0"s)},
+        {"content length not first", Payload("SCGI\0"
+                                             "1\0"
+                                             "CONTENT_LENGTH\0"
+                                             "0\0"s)},
+        {"no SCGI", Payload("CONTENT_LENGTH\0"
+                            "0\0"s)},
+        {"another SCGI", Payload("CONTENT_LENGTH\0"
+                                 "0\0"
+                                 "SCGI\0"
+                                 "2\0"s)},
+        {"empty content length", Payload("CONTENT_LENGTH\0"
+                                         "\0"
+                                         "SCGI\0"
+                                         "1\0"s)},
+        {"negative content length", Payload("CONTENT_LENGTH\0"
+                                            "-1\0"
+                                            "SCGI\0"
+                                            "1\0"s)},
+        {"a name twice", Payload(HEAD + "SCRIPT_NAME\0/a\0SCRIPT_NAME\0/b\0"s)},
+        {"one byte more than a datagram may have",
+         Payload(HEAD, std::string(FDCGI_MAX_DATAGRAM + 1 - Payload(HEAD).size(), 'b'))},
+    };
+    const size_t before = CountOwnDescriptors();
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        EXPECT_EQ(Read(c.payload), -1);
+        EXPECT_EQ(client.ReadAll(), "") << "closed";
+        client.Close();
+        EXPECT_EQ(CountOwnDescriptors(), before);
+    }
+}
+
+TEST_F(HandOverEndpoint, RefusesAndClosesAnyOtherNumberOfDescriptors)
+{
+    const size_t before = CountOwnDescriptors();
+    for (const int descriptors : {0, 2, 15, 16, 17, 200}) {
+        SCOPED_TRACE(descriptors);
+        EXPECT_EQ(Read(Payload(HEAD), descriptors), -1);
+        EXPECT_EQ(client.ReadAll(), "") << "closed";
+        client.Close();
+        EXPECT_EQ(CountOwnDescriptors(), before);
+    }
+    EXPECT_EQ(Read(Payload(HEAD)), 0) << "the next request is read";
+}
+
+TEST_F(HandOverEndpoint, WithNothingToReadFails)
+{
+    int socket = -1;
+    EXPECT_EQ(FDCGI_read(handle, &socket), -1);
+    EXPECT_EQ(socket, -1);
+}
+
+TEST_F(HandOverEndpoint, IsForOwnerAndGroupOnly)
+{
+    struct stat status = {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0660U);
+    EXPECT_EQ(fcntl(FDCGI_GetSocketFd(handle), F_GETFD), FD_CLOEXEC);
+
+    FDCGI_Handle other = nullptr;
+    const size_t before = CountOwnDescriptors();
+    EXPECT_EQ(FDCGI_init(&other, path.c_str()), -1) << "the path is taken";
+    EXPECT_EQ(FDCGI_init(&other, root.Path("/no/such/folder").c_str()), -1);
+    EXPECT_EQ(FDCGI_init(&other, (root.Path("/tmp/") + std::string(108, 'x')).c_str()), -1) << "too long";
+    EXPECT_EQ(CountOwnDescriptors(), before);
+}
+
+TEST(FdcgiCompose, RefusesWhatCannotBeSent)
+{
+    std::string out(FDCGI_MAX_DATAGRAM, '\0');
+    const FDCGI_Request request = {"GET", "/x", "", "0", {}};
+    const size_t length = FDCGI_compose(request, out);
+    ASSERT_GT(length, 0U);
+    EXPECT_EQ(FDCGI_compose(request, std::span(out).first(length)), length);
+    EXPECT_EQ(FDCGI_compose(request, std::span(out).first(length - 1)), 0U);
+    EXPECT_EQ(FDCGI_compose({"GET", "/x", "a\0b"sv, "0", {}}, out), 0U) << "a NUL byte would forge a pair";
+}

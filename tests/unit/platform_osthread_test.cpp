@@ -1,0 +1,229 @@
+#include "platform/osthread.h"
+#include "tests/fakes/unique_fd.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/socket.h>
+
+namespace
+{
+
+constexpr uint32_t FOREVER_MS = 1000000;
+
+struct Message {
+    char acBytes[OSMSG_SIZE];
+    explicit Message(uint64_t value = 0) { memcpy(acBytes, &value, sizeof acBytes); }
+    [[nodiscard]] uint64_t Value() const
+    {
+        uint64_t value = 0;
+        memcpy(&value, acBytes, sizeof value);
+        return value;
+    }
+};
+
+int Send(OSMsgQueue &queue, uint64_t value)
+{
+    return OSMsgQueue_Send(&queue, Message(value).acBytes);
+}
+
+/** The next message, or 0 when none came. */
+uint64_t Receive(OSMsgQueue &queue, uint32_t timeoutMs)
+{
+    Message message;
+    return OSMsgQueue_Receive(&queue, message.acBytes, timeoutMs) == 0 ? message.Value() : 0;
+}
+
+using Clock = std::chrono::steady_clock;
+
+/** A thread of the platform's that runs a function of the test's. */
+class TestThread
+{
+  public:
+    explicit TestThread(std::function<void()> body) : m_body(std::move(body))
+    {
+        const OSThreadAttributes attributes = {[](void *self) { static_cast<TestThread *>(self)->m_body(); }, this};
+        EXPECT_EQ(OSThread_KeyCreate(), 0);
+        EXPECT_EQ(OSThread_Initial(&m_thread, &attributes), 0);
+        EXPECT_EQ(OSThread_Start(&m_thread), 0);
+    }
+    ~TestThread() { Release(); }
+    TestThread(const TestThread &) = delete;
+    TestThread &operator=(const TestThread &) = delete;
+
+    void Release() { OSThread_Release(&m_thread); }
+
+  private:
+    std::function<void()> m_body;
+    OSThread m_thread = {};
+};
+
+struct SocketPair {
+    SocketPair()
+    {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+        ours.Reset(ends[0]);
+        theirs.Reset(ends[1]);
+    }
+    UniqueFd ours;
+    UniqueFd theirs;
+};
+
+} // namespace
+
+TEST(OSMsgQueue, IsBoundedAndKeepsTheOrder)
+{
+    OSMsgQueue queue;
+    EXPECT_EQ(OSMsgQueue_Initial(&queue, 0), -1);
+    EXPECT_EQ(OSMsgQueue_Initial(&queue, 5), -1);
+    OSMsgQueue_Release(&queue); // of one that was never created: nothing
+    ASSERT_EQ(OSMsgQueue_Initial(&queue, 3), 0);
+    EXPECT_EQ(Receive(queue, 0), 0U);
+    EXPECT_EQ(Receive(queue, 5), 0U);
+    for (uint64_t i = 1; i < 20; i += 2) { // around the ring several times
+        EXPECT_EQ(Send(queue, i), 0);
+        EXPECT_EQ(Send(queue, i + 1), 0);
+        EXPECT_EQ(Receive(queue, FOREVER_MS), i);
+        EXPECT_EQ(Receive(queue, FOREVER_MS), i + 1);
+    }
+    for (uint64_t i = 1; i <= 3; ++i)
+        EXPECT_EQ(Send(queue, i), 0);
+    EXPECT_EQ(Send(queue, 4), -1) << "full";
+    EXPECT_EQ(Receive(queue, 0), 1U) << "what was there is untouched";
+    OSMsgQueue_Release(&queue);
+}
+
+TEST(OSThread, TalksThroughQueuesAndEndsInAReceive)
+{
+    struct Shared {
+        OSMsgQueue questions;
+        OSMsgQueue answers;
+    } shared;
+    ASSERT_EQ(OSThread_KeyCreate(), 0);
+    ASSERT_EQ(OSMsgQueue_Initial(&shared.questions, 1), 0);
+    ASSERT_EQ(OSMsgQueue_Initial(&shared.answers, 1), 0);
+
+    const auto answer = [](void *argument) {
+        auto &both = *static_cast<Shared *>(argument);
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        const bool signals = sigismember(&blocked, SIGTERM) == 0 || sigismember(&blocked, SIGUSR1) == 0;
+        while (!OSThread_StopRequested()) {
+            const uint64_t question = Receive(both.questions, FOREVER_MS);
+            (void)Send(both.answers, signals ? 1 : question * 2);
+        }
+    };
+    const OSThreadAttributes attributes = {answer, &shared};
+    OSThread thread;
+    ASSERT_EQ(OSThread_Initial(&thread, &attributes), 0);
+    ASSERT_EQ(OSThread_Start(&thread), 0);
+    EXPECT_EQ(Send(shared.questions, 21), 0);
+    EXPECT_EQ(Receive(shared.answers, FOREVER_MS), 42U);
+
+    OSThread_Release(&thread); // it waits in the receive
+    OSThread_Release(&thread); // nothing any more
+    EXPECT_EQ(Send(shared.questions, 5), 0) << "the ended thread has not kept the queue locked";
+    EXPECT_EQ(Receive(shared.questions, 0), 5U);
+    OSMsgQueue_Release(&shared.questions);
+    OSMsgQueue_Release(&shared.answers);
+    OSThread_KeyDestroy();
+
+    const OSThreadAttributes nothing = {nullptr, nullptr};
+    EXPECT_EQ(OSThread_Initial(&thread, &nothing), -1);
+}
+
+TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
+{
+    SocketPair pair;
+    OSMsgQueue queue = {};
+    ASSERT_EQ(OSMsgQueue_Initial(&queue, 1), 0);
+    const struct {
+        const char *description;
+        std::function<void()> wait;
+    } cases[] = {
+        {"receive", [&] { EXPECT_EQ(Receive(queue, FOREVER_MS), 0U); }},
+        {"wait for data", [&] { EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Stopped); }},
+        {"sleep", [] { OSThread_SleepMs(FOREVER_MS); }},
+        {"sleep again and again",
+         [] {
+             for (int i = 0; i < 1000; ++i)
+                 OSThread_SleepMs(FOREVER_MS);
+         }},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        const auto begin = Clock::now();
+        std::atomic<bool> ended = false;
+        TestThread thread([&] {
+            c.wait();
+            EXPECT_TRUE(OSThread_StopRequested());
+            ended = true;
+        });
+        EXPECT_FALSE(ended);
+        thread.Release();
+        EXPECT_TRUE(ended);
+        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(20));
+    }
+    OSMsgQueue_Release(&queue);
+}
+
+TEST(OSThread, AStopGoesBeforeData)
+{
+    SocketPair pair;
+    ASSERT_EQ(write(pair.theirs.Get(), "x", 1), 1);
+    std::atomic<int> rounds = 0;
+    TestThread thread([&] {
+        while (OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS) == OSWait::Readable)
+            ++rounds;
+    });
+    while (rounds == 0)
+        usleep(1000);
+    thread.Release(); // would wait for ever if the data went first
+}
+
+TEST(OSThread, AWaitTellsWhatHappened)
+{
+    SocketPair pair;
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), 0), OSWait::TimedOut);
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), 5), OSWait::TimedOut);
+    ASSERT_EQ(write(pair.theirs.Get(), "x", 1), 1);
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Readable);
+    char byte = 0;
+    ASSERT_EQ(read(pair.ours.Get(), &byte, 1), 1);
+    pair.theirs.Reset();
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Readable) << "the end is to be read";
+    const int closed = pair.ours.Get();
+    pair.ours.Reset();
+    EXPECT_EQ(OSThread_WaitReadable(closed, FOREVER_MS), OSWait::Failed);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_FALSE(OSThread_StopRequested()) << "nobody asks the test's own thread to stop";
+}
+
+TEST(OSThread, IsNotStartedWithoutItsKey)
+{
+    ASSERT_EQ(OSThread_KeyCreate(), 0);
+    OSThread_KeyDestroy();
+    OSThread thread = {};
+    const OSThreadAttributes attributes = {[](void *) {}, nullptr};
+    ASSERT_EQ(OSThread_Initial(&thread, &attributes), 0);
+    EXPECT_EQ(OSThread_Start(&thread), -1);
+    OSThread_Release(&thread);
+}
+
+TEST(OSThread, ReleasingWhatWasNeverCreatedTouchesNothing)
+{
+    OSThread thread = {};
+    OSMsgQueue queue = {};
+    OSThread_Release(&thread);
+    OSMsgQueue_Release(&queue);
+    EXPECT_EQ(Send(queue, 1), -1);
+    EXPECT_EQ(Receive(queue, FOREVER_MS), 0U);
+    EXPECT_NE(fcntl(0, F_GETFD), -1) << "descriptor 0 is not the queue's or the thread's";
+}
