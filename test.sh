@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs every test: as a release, under the address and undefined-behaviour
-# sanitizers, and what is labelled "tsan" under the thread sanitizer. Fails when anything does.
+# sanitizers, and those in which threads meet under the thread sanitizer. Fails when anything does.
 set -u
 
 cd "$(dirname "$0")" || exit 1
@@ -48,7 +48,7 @@ run() {
 build release && run release build
 build asan && run asan build-asan
 # Threads are the daemon's affair: this build does without the virtual camera.
-build tsan -DKELPA_CAMERA=OFF -- --target kelpa unit_tests e2e_tests && run tsan build-tsan -L '^tsan$'
+build tsan -DKELPA_CAMERA=OFF -- --target kelpa thread_tests && run tsan build-tsan -L '^tsan$'
 
 if [ ${#failed[@]} -gt 0 ]; then
     printf 'FAILED: %s\n' "${failed[@]}"

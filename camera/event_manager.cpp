@@ -24,7 +24,7 @@ namespace
 {
 
 /** The daemon takes one message per round of its loop; that many may wait for it. */
-constexpr size_t MAX_WAITING = 1024;
+constexpr size_t MAX_WAITING_EVENTS = 1024;
 constexpr std::chrono::milliseconds RETRY_TIME(5);
 
 class EventManager : public Neighbour
@@ -43,7 +43,7 @@ class EventManager : public Neighbour
   private:
     void post(const CameraEvent &event)
     {
-        if (waiting_.size() == MAX_WAITING)
+        if (waiting_.size() == MAX_WAITING_EVENTS)
             waiting_.pop_front();
         waiting_.push_back(event);
         sendWaiting();

@@ -20,7 +20,7 @@ using Mode = RecordingPlan::Mode;
 /** Five pictures a second show what happened, and drawing them costs little. */
 constexpr milliseconds PICTURE_TIME(200);
 /** A disk that is this far behind gets no more pictures. */
-constexpr size_t MAX_WAITING = 100;
+constexpr size_t MAX_WAITING_FRAMES = 100;
 
 const char *nameOf(Mode mode)
 {
@@ -152,7 +152,7 @@ void Recorder::beginClip(Mode cause)
 
 void Recorder::addPicture(const JpegPicture &picture)
 {
-    if (worker_.waiting() >= MAX_WAITING) {
+    if (worker_.waiting() >= MAX_WAITING_FRAMES) {
         ++lostPictures_;
         return;
     }

@@ -16,7 +16,7 @@ namespace
 constexpr std::string_view FOLDER = "/var/snapshot";
 constexpr FolderLimit LIMIT = {.bytes = 64U << 20, .files = 200, .removeOldest = true};
 /** A disk that is this far behind gets no more pictures. */
-constexpr size_t MAX_WAITING = 20;
+constexpr size_t MAX_WAITING_PICTURES = 20;
 constexpr int PROFILE = 1;
 
 /** The prefix that a client has set, as a part of a file's name: it may not leave the folder. */
@@ -39,7 +39,7 @@ void Snapshots::take(const std::string &cause)
 {
     ++count_;
     const bool coming =
-        around_.pictures != nullptr && worker_.waiting() < MAX_WAITING &&
+        around_.pictures != nullptr && worker_.waiting() < MAX_WAITING_PICTURES &&
         around_.pictures->takePicture(PROFILE, [this, cause](const JpegPicture &picture) { keep(picture, cause); });
     if (!coming)
         log_.add("snapshot without a picture: " + cause);
