@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 
 /** Milliseconds of the process clock's ticks (times(2)), 32 bits that wrap. */
 [[nodiscard]] uint32_t NetUtility_GetTickMs();

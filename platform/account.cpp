@@ -1,5 +1,6 @@
 #include "platform/account.h"
 
+#include "platform/log.h"
 #include "platform/path.h"
 
 #include <cstdio>
@@ -114,6 +115,9 @@ bool ReadGroups(const AM_Context &context, GroupTable &groups)
             memcpy(groups.acMembers + groups.membersLength, fields[3].data(), fields[3].size());
             groups.membersLength += fields[3].size();
             groups.acMembers[groups.membersLength++] = ',';
+        } else {
+            Log_Crit("[%s]too many members, those of %.*s are left out\n", "AM_ParsePasswordFile",
+                     static_cast<int>(fields[0].size()), fields[0].data());
         }
     }
     return true;
@@ -136,8 +140,9 @@ int AM_ParseConfigFile(AM_Context *ptContext)
     if (!ReadFile(ptContext->acConfigFile, text))
         return -1;
     while (!text.empty()) {
-        std::string_view value = Trim(TakeUntil(text, '\n'));
-        if (value.empty() || value.front() == '#')
+        std::string_view line = TakeUntil(text, '\n');
+        std::string_view value = Trim(TakeUntil(line, '#'));
+        if (value.empty())
             continue;
         const bool hasValue = value.find('=') != std::string_view::npos;
         const std::string_view name = Trim(TakeUntil(value, '='));

@@ -232,14 +232,7 @@ size_t FDCGI_compose(const FDCGI_Request &request, std::span<char> out)
 
 int FDCGI_client_socket(const char *pcPath)
 {
-    const int iSocket = UnixSocket_Open(SOCK_DGRAM);
-    if (iSocket >= 0 && UnixSocket_Connect(iSocket, pcPath) != 0) {
-        const int iSavedErrno = errno;
-        close(iSocket);
-        errno = iSavedErrno;
-        return -1;
-    }
-    return iSocket;
+    return UnixSocket_OpenConnected(SOCK_DGRAM, pcPath);
 }
 
 int FDCGI_send(int iSocket, const FDCGI_Request &request, int iClientSocket, int iFlags)

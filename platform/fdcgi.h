@@ -6,8 +6,8 @@
 
 /*
  * Request hand-over: the web server sends one datagram per HTTP request to a bound AF_UNIX socket, with the
- * client's socket in SCM_RIGHTS. The payload is an SCGI request (the SCGI specification's netstring of name/value
- * pairs), followed by the body bytes that the web server has already read.
+ * client's socket in SCM_RIGHTS. The payload is an SCGI request (SCGI's netstring of name/value pairs),
+ * followed by the body bytes that the web server has already read.
  */
 
 /** The largest datagram that is one request. */

@@ -13,8 +13,8 @@
 
 /**
  * Sends the pieces (at most 8), joined, with `iPassed`, which stays the caller's. When the web server has bound its
- * path anew, connects the same descriptor to `pcPath` again, once, and resends. Never waits
- * for a web server that does not take what it is sent. Returns the number of bytes, or -1.
+ * path anew, connects the same descriptor to `pcPath` again, once, and resends. Never waits for a web server that
+ * does not take what it is sent. Returns the number of bytes, or -1.
  */
 [[nodiscard]] long fdipc_send(int iSocket, const char *pcPath, std::span<const std::string_view> pieces,
                               int iPassed);

@@ -11,7 +11,7 @@ namespace
 
 constexpr std::string_view HEADER_WORD = "MSG ";
 
-/** Reads an unsigned decimal of one to nine digits that ends at `end`; returns the digits read, 0 for none. */
+/** Reads the decimal of one to nine digits that the text begins with; returns their number, 0 for none or more. */
 size_t TakeNumber(std::string_view text, int32_t &iValue)
 {
     size_t digits = 0;
@@ -94,6 +94,14 @@ void XMLCALL EndElement(void *pvReading, const XML_Char *)
     static_cast<EventReading *>(pvReading)->iDepth--;
 }
 
+/** With a document type come entities, and with those a short message grows to megabytes or takes seconds. */
+void XMLCALL RefuseDocumentType(void *pvReading, const XML_Char *, const XML_Char *, const XML_Char *, int)
+{
+    auto &reading = *static_cast<EventReading *>(pvReading);
+    reading.failed = true;
+    XML_StopParser(reading.parser, XML_FALSE);
+}
+
 } // namespace
 
 int Message_GetTypeLength(const char *pcText, size_t length, int32_t *piType, int32_t *piHeaderLength,
@@ -124,6 +132,7 @@ int Message_Parse_Event(XML_Parser parser, const char *pcXml, size_t length, int
     EventReading reading = {parser, ptRecords, *piCount, 0, 0, false};
     XML_SetUserData(parser, &reading);
     XML_SetElementHandler(parser, StartElement, EndElement);
+    XML_SetStartDoctypeDeclHandler(parser, RefuseDocumentType);
     if (XML_Parse(parser, pcXml, static_cast<int>(length), XML_TRUE) != XML_STATUS_OK || reading.failed)
         return -1;
     *piCount = reading.iCount;

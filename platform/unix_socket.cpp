@@ -64,21 +64,24 @@ int UnixSocket_Bind(int iSocket, const char *pcPath)
     return iResult;
 }
 
-int UnixSocket_OpenFixed(int iType, const char *pcFixedPath)
+int UnixSocket_OpenConnected(int iType, const char *pcPath)
 {
-    char acPath[sizeof(sockaddr_un::sun_path) + 1];
-    if (Path_Resolve(pcFixedPath, acPath) != 0)
-        return -1;
     const int iSocket = UnixSocket_Open(iType);
     if (iSocket < 0)
         return -1;
-    if (UnixSocket_Connect(iSocket, acPath) != 0) {
+    if (UnixSocket_Connect(iSocket, pcPath) != 0) {
         const int iSavedErrno = errno;
         close(iSocket);
         errno = iSavedErrno;
         return -1;
     }
     return iSocket;
+}
+
+int UnixSocket_OpenFixed(int iType, const char *pcFixedPath)
+{
+    char acPath[sizeof(sockaddr_un::sun_path) + 1];
+    return Path_Resolve(pcFixedPath, acPath) == 0 ? UnixSocket_OpenConnected(iType, acPath) : -1;
 }
 
 long UnixSocket_SendPieces(int iSocket, std::span<const std::string_view> pieces, int iPassed, int iFlags)

@@ -18,8 +18,10 @@
 /** Binds the socket to a path that does not exist yet, with mode 0660. Returns 0, or -1 with errno. */
 [[nodiscard]] int UnixSocket_Bind(int iSocket, const char *pcPath);
 
-/** Opens a socket and connects it to a fixed path of the camera. Returns the descriptor, or -1 with nothing open.
- */
+/** Opens a socket and connects it to a path. Returns the descriptor, or -1 with errno and nothing open. */
+[[nodiscard]] int UnixSocket_OpenConnected(int iType, const char *pcPath);
+
+/** UnixSocket_OpenConnected to a fixed path of the camera. */
 [[nodiscard]] int UnixSocket_OpenFixed(int iType, const char *pcFixedPath);
 
 /**

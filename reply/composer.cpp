@@ -13,6 +13,7 @@ constexpr std::string_view NOTIFY_HEADER =
     "Pragma: no-cache\r\nContent-Type: text/plain\r\n\r\n";
 /** KEPT: no further headers and no blank line; clients of the audio upstream read just this line. */
 constexpr std::string_view AUDIO_HEADER = "HTTP/1.1 200 OK\r\n";
+constexpr std::string_view OK_RESULT = "<config><result><code>ok</code></result></config>";
 
 /** The bodies of changes that do not echo their request. */
 constexpr struct {
@@ -21,9 +22,9 @@ constexpr struct {
 } FIXED_BODIES[] = {
     {SetIndex::SystemReboot, "reboot=yes\r\n"},
     {SetIndex::PTZHome, "p=0\r\nt=0\r\nz=0\r\n"},
-    {SetIndex::Recorder, "<config><result><code>ok</code></result></config>"},
-    {SetIndex::Snapshot, "<config><result><code>ok</code></result></config>"},
-    {SetIndex::Alarm, "<config><result><code>ok</code></result></config>"},
+    {SetIndex::Recorder, OK_RESULT},
+    {SetIndex::Snapshot, OK_RESULT},
+    {SetIndex::Alarm, OK_RESULT},
 };
 
 /** Echoes the request's own pairs, a line each; a text behind the last "&" is not a pair. */

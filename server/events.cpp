@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr uint32_t AGAIN_SLEEP_MS = 100;
-
 bool IsMotion(const EventRecord &record)
 {
     return (record.iType == EVENT_TYPE_MOTION || record.iType == EVENT_TYPE_MOTION_ALTERNATE) &&

@@ -21,7 +21,9 @@ void RefuseClient(int iClientSocket)
     Log_Crit("[%s]The connection is full %d\n", "KelpaFdServer_Accept", MAX_SESSIONS);
     TextBuffer<128> reply;
     Compose_ErrorMessage(reply, StatusKind::ServiceUnavailable);
-    if (send(iClientSocket, reply.Text(), reply.Length(), MSG_NOSIGNAL) < 0)
+    // The socket still blocks or not as the web server left it, and a client that does not read must not stop the
+    // loop.
+    if (send(iClientSocket, reply.Text(), reply.Length(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
         Trace("[%s]Send error %d\n", "KelpaFdServer_Accept", errno);
     close(iClientSocket);
 }

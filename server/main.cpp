@@ -73,6 +73,7 @@ void RemoveStaleSocket(const char *pcPath)
 
 int main(int iArgumentCount, char **ppcArguments)
 {
+    Descriptor_OpenStandardStreams();
     Descriptor_CloseInheritedOnExec();
     Log_Open();
     ParseOptions(iArgumentCount, ppcArguments);

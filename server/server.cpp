@@ -27,7 +27,7 @@ int OpenEndpoint(const char *pcPath, FDCGI_Handle &handle, int32_t &iSocket)
     if (FDCGI_init(&handle, pcPath) != 0 || FDCGI_SetNonBlocking(handle) != 0)
         return -1;
     iSocket = FDCGI_GetSocketFd(handle);
-    return 0;
+    return iSocket < FD_SETSIZE ? 0 : -1; // select(2) takes no higher one
 }
 
 int OpenEndpoints(KelpaFdServer &server, const char *pcSocketPath)

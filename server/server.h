@@ -12,6 +12,9 @@ inline constexpr int32_t MAX_SESSIONS = 30;
 /** Events taken from one message of the event manager. */
 inline constexpr int32_t MAX_EVENTS = 10;
 
+/** The pause after a socket had nothing to give or took nothing, in which the whole loop waits. */
+inline constexpr uint32_t AGAIN_SLEEP_MS = 100;
+
 /** The server object: one allocation for the life of the process. */
 struct KelpaFdServer {
     FDCGI_Handle handOver; ///< requests from the web server

@@ -61,8 +61,8 @@ struct SessionSlot {
     alignas(8) char acParameterArea[4096]; ///< what the SET parser found, a <Family>Param
     StatusKind eMappingResult;
     alignas(8) char acResultArea[4096]; ///< what the GET routine read, a <Family>Result
-    int32_t
-        iKeepOpen; ///< 1 exempts the slot from the time limit: notify stream, or socket given to the audio thread
+    /** 1 exempts the slot from the time limit: a notify stream, or its socket is the audio thread's now. */
+    int32_t iKeepOpen;
 };
 static_assert(std::is_standard_layout_v<SessionSlot> && std::is_trivially_copyable_v<SessionSlot>);
 static_assert(offsetof(SessionSlot, tRequest) == 0);

@@ -16,7 +16,6 @@ namespace
 /** A session that is not done by then is closed without a reply. */
 constexpr uint32_t SESSION_LIMIT_MS = 8000;
 constexpr uint32_t ROUND_BUDGET_MS = 1000;
-constexpr uint32_t AGAIN_SLEEP_MS = 100;
 
 using StateRoutine = int (*)(KelpaFdServer *ptServer, int32_t iSlot);
 
@@ -136,6 +135,8 @@ int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
     return 0;
 }
 
+// The routines of Done and Rearm are never called: KelpaFdServer_Task looks at the state first, and ends the
+// session or its round.
 int KelpaFdServer_StateRoutine_Done(KelpaFdServer *, int32_t)
 {
     Trace("[%s]The session is finished\n", __func__);

@@ -151,6 +151,9 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
     TextBuffer<1024> pairs;
     for (int32_t i = 0; i < param.iWindowCount; ++i)
         AddWindowPairs(pairs, param, i);
+    // Five windows with everything can be more than one set text holds; half of it would store a wrong window.
+    if (pairs.Cut())
+        return Session_Refuse(slot, StatusKind::BadRequest);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;
 
@@ -167,7 +170,7 @@ int MappingGetRoutine_Motion(SessionSlot &slot)
 {
     auto &result = Session_Result<MotionResult>(slot);
     int32_t iSwitch = 0;
-    ConfigerReply<1024> reply(__func__);
+    ConfigerReply<2048> reply(__func__); // eight windows have more than 1024 bytes to say
     reply.Get({"capability_nmotion&motion_c0_enable&motion_c0_win_i0_objsize&motion_c0_win_i0_sensitivity&"});
     TakeWindowCount(reply, result.iWindowCount);
     reply.Bool("motion_c0_enable=", iSwitch);

@@ -21,6 +21,8 @@ using Result = MjpgStreamResult;
 
 void ReadCodecs(ConfigerReader &reply, int32_t iStreamCount)
 {
+    if (iStreamCount <= 0)
+        return; // there is nothing to ask for
     TextBuffer<256> keys;
     for (int32_t i = 0; i < iStreamCount && !keys.Cut(); ++i)
         keys.Addf("videoin_c0_s%d_codectype&", i);

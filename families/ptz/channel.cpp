@@ -2,17 +2,22 @@
 
 #include "configer/reply.h"
 #include "platform/log.h"
+#include "platform/path.h"
 #include "platform/unix_socket.h"
 #include "text/builder.h"
 
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace
 {
 
 constexpr char PTZ_PATH[] = "/tmp/ptzctrl";
+/** A daemon that does not even take connections any more must not hold everybody else up for longer. */
+constexpr timeval CONNECT_LIMIT = {1, 0};
 
 int WriteCommand(int iSocket, std::string_view command)
 {
@@ -35,10 +40,13 @@ int WriteCommand(int iSocket, std::string_view command)
 
 int PTZCtrl_SendCommand(std::string_view command)
 {
-    const int iSocket = UnixSocket_OpenFixed(SOCK_STREAM, PTZ_PATH);
+    char acPath[sizeof(sockaddr_un::sun_path) + 1];
+    const int iSocket = Path_Resolve(PTZ_PATH, acPath) == 0 ? UnixSocket_Open(SOCK_STREAM) : -1;
     if (iSocket < 0)
         return -1;
-    const int iResult = WriteCommand(iSocket, command);
+    // unix(7): connecting waits while the listener's queue is full, and obeys the limit for sending.
+    setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &CONNECT_LIMIT, sizeof CONNECT_LIMIT);
+    const int iResult = UnixSocket_Connect(iSocket, acPath) == 0 ? WriteCommand(iSocket, command) : -1;
     close(iSocket);
     return iResult;
 }

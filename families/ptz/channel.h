@@ -6,7 +6,8 @@
 
 /**
  * Sends one command to the PTZ daemon, on a connection of its own: "channel=0&camid=<id>&<command>" in one write,
- * nothing is read back. A daemon that is busy makes it fail. Returns 0 when it was written, else -1.
+ * nothing is read back. A daemon that takes no command, or no connection within a second, makes it fail. Returns 0 when
+ * it was written, else -1.
  */
 [[nodiscard]] int PTZCtrl_SendCommand(std::string_view command);
 

@@ -125,6 +125,7 @@ void ReadLocalClock(DateTimeResult &result)
 {
     const time_t now = time(nullptr);
     tm tLocal;
+    tzset(); // localtime_r(3) alone stays in the zone of its first call, and requests change the zone
     localtime_r(&now, &tLocal);
     result.iYear = tLocal.tm_year + 1900;
     result.iMonth = tLocal.tm_mon + 1;

@@ -56,7 +56,7 @@ int MappingGetRoutine_DeviceInfo(SessionSlot &slot)
     char acFirmware[64] = {};
     char acSerial[16] = {};
     ConfigerReply<1024> reply(__func__);
-    // Three of these names are asked for and never used.
+    // KEPT: system_info_modelname, system_info_firmwareversion and system_hostname are asked for and never used.
     reply.Get({"system_info_modelname&", "system_info_extendedmodelname&", "system_info_firmwareversion&",
                "system_hostname&", "system_info_serialnumber&", "network_ipaddress&", "network_subnet&",
                "network_router&", "capability_ndi&", "capability_ndo&", "capability_supportvideoout&",

@@ -210,19 +210,37 @@ TEST(Motion, WindowsAreBoundedByTheRequestTheCameraAndTheMask)
                       {all, Switch(1 + (1 << 30))}}});
 }
 
-TEST(Motion, WhatIsWrittenIsCutAt1023Characters)
+TEST(Motion, AChangeOfMoreThan1023CharactersIsRefusedWhole)
 {
     TestCamera camera({.settings = Windows(5, {})});
-    std::string query = "sensitivity=100&percentage=100";
-    for (int k = 1; k <= 5; ++k)
-        query += "&enable" + std::to_string(k) + "=yes&mdw" + std::to_string(k) + "=320,240,320,240";
-    std::string pairs;
-    for (int i = 0; i < 5; ++i)
-        pairs += Key(i, "sensitivity=100&") + Key(i, "objsize=100&") + Enable(i, 1) + Key(i, "left=320&") +
-                 Key(i, "top=240&") + Key(i, "width=320&") + Key(i, "height=240&");
-    ASSERT_GT(pairs.size(), 1023U);
-    ExpectExchanges(camera, URL,
-                    {{"five whole windows", query, EchoReply(query), {pairs.substr(0, 1023), Switch(31)}}});
+    // Most of what five windows can be given; the first numbers of the rectangles have three digits.
+    const auto change = [](int longNumbers) {
+        ExchangeCase made = {
+            std::to_string(longNumbers) + " long numbers", "sensitivity=100&percentage=100", "", {}};
+        std::string pairs;
+        for (int i = 0, number = 0; i < 5; ++i) {
+            const std::string window = std::to_string(i + 1);
+            pairs += Key(i, "sensitivity=100&") + Key(i, "objsize=100&") + (i < 3 ? Enable(i, 1) : "");
+            made.query += (i < 3 ? "&enable" + window + "=yes" : "") + "&mdw" + window + "=";
+            for (const std::string side : {"left", "top", "width", "height"}) {
+                const std::string value = number++ < longNumbers ? "200" : "20";
+                pairs += Key(i, side) + "=" + value + "&";
+                made.query += value + (side == "height" ? "" : ",");
+            }
+        }
+        made.sets = {pairs, Switch(7)};
+        made.reply = EchoReply(made.query);
+        return made;
+    };
+    int longNumbers = 0;
+    while (change(longNumbers + 1).sets[0].size() <= 1023)
+        ++longNumbers;
+    ExchangeCase fits = change(longNumbers);
+    ASSERT_EQ(fits.sets[0].size(), 1023U);
+    ExchangeCase tooLong = change(longNumbers + 1);
+    tooLong.reply = BAD_REQUEST;
+    tooLong.sets.clear();
+    ExpectExchanges(camera, URL, {fits, tooLong});
 }
 
 TEST(Motion, AFailureHalfWayKeepsWhatIsWritten)
