@@ -15,6 +15,7 @@ AudioUpstreamWaits g_tAudioUpstreamWaits = {OSThread_SleepMs, 60000};
 namespace
 {
 
+constexpr char MAIN_TASK[] = "AudioUpstream_MainTask";
 constexpr uint32_t QUEUE_WAIT_MS = 1000;
 /** A stream begins with four bytes of any value. */
 constexpr uint32_t RANDOM_4CC_SIZE = 4;
@@ -32,12 +33,11 @@ void StartSession(AudioUpstreamState &state, const AudioUpstreamHandOver &messag
 {
     ClearState(state);
     state.iClientSocket = message.iClientSocket;
-    Trace("[%s]Start session, sckClient = %d\n", "AudioUpstream_MainTask", state.iClientSocket);
-    Log_Crit("[%s]Start session\n", "AudioUpstream_MainTask");
+    Trace("[%s]Start session, sckClient = %d\n", MAIN_TASK, state.iClientSocket);
+    Log_Crit("[%s]Start session\n", MAIN_TASK);
     if (message.uiConsumed < RANDOM_4CC_SIZE) {
         state.uiSkip = RANDOM_4CC_SIZE - message.uiConsumed;
-        Trace("[%s]Skip %lu bytes of random 4CC\n", "AudioUpstream_MainTask",
-              static_cast<unsigned long>(state.uiSkip));
+        Trace("[%s]Skip %u bytes of random 4CC\n", MAIN_TASK, state.uiSkip);
     }
     if (state.iDecoderSocket < 0)
         state.iDecoderSocket = AudioUpstream_OpenAdecUnixSocket();
@@ -84,12 +84,12 @@ int Talk(const AudioUpstreamContext &context, AudioUpstreamState &state)
     case OSWait::Readable:
         break;
     case OSWait::TimedOut:
-        Trace("[%s]%u seconds timeout\n", "AudioUpstream_MainTask", uiLimitMs / 1000);
+        Trace("[%s]%u seconds timeout\n", MAIN_TASK, uiLimitMs / 1000);
         return -1;
     case OSWait::Stopped:
         return -1;
     case OSWait::Failed:
-        Trace("[%s]select error\n", "AudioUpstream_MainTask");
+        Trace("[%s]select error\n", MAIN_TASK);
         return -1;
     }
     if (AudioUpstream_Receive(state) != 0)
@@ -97,8 +97,8 @@ int Talk(const AudioUpstreamContext &context, AudioUpstreamState &state)
     if (state.uiSkip != 0)
         AudioUpstream_SkipData(state);
     if (AudioUpstream_Play(state) != 0) {
-        Trace("[%s]AudioUpstream_Play failed\n", "AudioUpstream_MainTask");
-        Log_Crit("[%s]AudioUpstream_Play failed\n", "AudioUpstream_MainTask");
+        Trace("[%s]AudioUpstream_Play failed\n", MAIN_TASK);
+        Log_Crit("[%s]AudioUpstream_Play failed\n", MAIN_TASK);
         return -1;
     }
     return 0;

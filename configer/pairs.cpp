@@ -2,6 +2,16 @@
 
 #include "configer/configer.h"
 
+void PairBuilder::AddGiven(uint32_t uiBits, const char *pcFormat, ...)
+{
+    if (!Given(uiBits))
+        return;
+    va_list args;
+    va_start(args, pcFormat);
+    Addv(pcFormat, args);
+    va_end(args);
+}
+
 int Session_WritePairs(SessionSlot &slot, const TextBuilder &pairs, StatusKind failReason, StatusKind emptyReason)
 {
     if (pairs.Empty())

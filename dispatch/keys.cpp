@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr size_t MAX_VALUE_SIZE = 128;
+constexpr size_t MAX_VALUE_SIZE = MAX_INT_TEXT + 1;
 
 KeyOutcome TakeText(std::string_view text, const KeyRow &row, void *pvRecord)
 {
@@ -44,17 +44,17 @@ KeyOutcome Request_TakeInt(std::string_view text, std::string_view key, int32_t 
     int32_t iGiven = 0;
     if (GetIntValueFromText(text, key, iGiven) != 0)
         return KeyOutcome::NotGiven;
-    if (iGiven < iMin || iGiven > iMax)
+    if (!IsWithin(iGiven, iMin, iMax))
         return KeyOutcome::Bad;
     iValue = iGiven;
     return KeyOutcome::Taken;
 }
 
 KeyOutcome Request_TakeWord(std::string_view text, std::string_view key, std::string_view one,
-                            std::string_view zero, int32_t &iValue)
+                            std::string_view zero, int32_t &iValue, size_t maxLength)
 {
-    char acWord[MAX_KEY_WORD + 1];
-    if (GetStringValueFromText(text, key, acWord) != 0)
+    char acWord[MAX_VALUE_SIZE];
+    if (GetStringValueFromText(text, key, std::span(acWord).first(std::min(maxLength + 1, sizeof acWord))) != 0)
         return KeyOutcome::NotGiven;
     const std::string_view word = acWord;
     if (word != one && word != zero)

@@ -18,9 +18,17 @@ inline constexpr size_t MAX_KEY_WORD = 15;
 /** Takes a decimal number of `iMin` to `iMax`. */
 [[nodiscard]] KeyOutcome Request_TakeInt(std::string_view text, std::string_view key, int32_t iMin, int32_t iMax,
                                          int32_t &iValue);
-/** Takes a word: exactly `one` gives 1, exactly `zero` gives 0, upper and lower case differ. */
+/**
+ * Takes a word: exactly `one` gives 1, exactly `zero` gives 0, upper and lower case differ. A text of more than
+ * `maxLength` characters (127 at most) counts as not given.
+ */
 [[nodiscard]] KeyOutcome Request_TakeWord(std::string_view text, std::string_view key, std::string_view one,
-                                          std::string_view zero, int32_t &iValue);
+                                          std::string_view zero, int32_t &iValue, size_t maxLength = MAX_KEY_WORD);
+
+[[nodiscard]] constexpr bool IsWithin(int32_t iValue, int32_t iMin, int32_t iMax)
+{
+    return iValue >= iMin && iValue <= iMax;
+}
 
 /** One key of a family that has many: how its value is checked, where it goes, which bit says that it was given. */
 struct KeyRow {
@@ -52,21 +60,26 @@ template <typename Record, size_t N>
 }
 
 /* Builders of rows. The field is a pointer to a member, `KeyText<&NetworkConfigParam::acIPAddr>("ip=", 0x2,
- * check)`. */
+ * check)`, or two, of a record in the record and of the field in that. */
 
-template <auto Member>
+template <auto... Members>
 struct KeyField;
 template <typename Record, typename Field, Field Record::*Member>
 struct KeyField<Member> {
     static constexpr size_t SIZE = sizeof(Field);
     static void *Of(void *pvRecord) { return &(static_cast<Record *>(pvRecord)->*Member); }
 };
+template <typename Record, typename Inner, Inner Record::*Outer, typename Field, Field Inner::*Member>
+struct KeyField<Outer, Member> {
+    static constexpr size_t SIZE = sizeof(Field);
+    static void *Of(void *pvRecord) { return &(static_cast<Record *>(pvRecord)->*Outer.*Member); }
+};
 
 /** A text that fits the field; with a check, one that passes it. */
-template <auto Member>
+template <auto... Members>
 constexpr KeyRow KeyText(std::string_view key, uint32_t uiBit, bool (*pfnCheck)(std::string_view) = nullptr)
 {
-    using Field = KeyField<Member>;
+    using Field = KeyField<Members...>;
     return {.eKind = KeyRow::Kind::Text,
             .key = key,
             .uiBit = uiBit,
@@ -99,6 +112,13 @@ constexpr KeyRow KeyInt(std::string_view key, uint32_t uiBit, int32_t iMin, int3
             .iMin = iMin,
             .iMax = iMax,
             .pfnIntCheck = pfnCheck};
+}
+
+/** A number that passes the check. */
+template <auto Member>
+constexpr KeyRow KeyInt(std::string_view key, uint32_t uiBit, bool (*pfnCheck)(int32_t))
+{
+    return KeyInt<Member>(key, uiBit, INT32_MIN, INT32_MAX, pfnCheck);
 }
 
 template <auto Function>

@@ -10,7 +10,7 @@ namespace
 /** The URLs that a single selector, such as "profileid=1", reads instead of changing. */
 constexpr const char *SELECTOR_URLS[] = {"/config/video.cgi", "/config/rtspurl.cgi", "/video/mjpg.cgi",
                                          "/config/audio.cgi"};
-/** "profileid=" and one digit. */
+/** KEPT: "profileid=" and one digit; with two digits it is a change. */
 constexpr size_t SELECTOR_LENGTH = 11;
 
 bool TakesSelector(const char *pcUrl)

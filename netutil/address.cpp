@@ -1,6 +1,7 @@
 #include "netutil/address.h"
 
 #include "platform/log.h"
+#include "text/finder.h"
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -12,14 +13,9 @@ constexpr size_t MIN_ADDRESS_LENGTH = 7;
 constexpr size_t MAX_ADDRESS_LENGTH = 15;
 constexpr size_t MAC_LENGTH = 12;
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool IsHexDigit(char c)
 {
-    return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+    return Text_IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
 
 bool InNetwork(uint32_t uiAddress, uint32_t uiNetwork, int iBits)
@@ -35,13 +31,13 @@ int NetUtility_IsValidIP(const char *pcText, size_t length)
         Trace("[NetUtility_IsValidIP] Invalid arguments\r");
         return 0;
     }
-    if (length < MIN_ADDRESS_LENGTH || length > MAX_ADDRESS_LENGTH || !IsDigit(pcText[0]))
+    if (length < MIN_ADDRESS_LENGTH || length > MAX_ADDRESS_LENGTH || !Text_IsDigit(pcText[0]))
         return 0;
     int iDots = 0;
     int iDigits = 0;
     int iGroup = 0;
     for (size_t i = 0; i < length; ++i) {
-        if (IsDigit(pcText[i])) {
+        if (Text_IsDigit(pcText[i])) {
             if (++iDigits > 3)
                 return 0;
             iGroup = iGroup * 10 + (pcText[i] - '0');

@@ -37,5 +37,7 @@ enum class IPClass : int32_t {
  */
 [[nodiscard]] IPClass NetUtility_GetIPClass(const char *pcText, size_t length);
 
+/** 1 for an address of 169.254.0.0/16 (RFC 3927), else 0. */
 [[nodiscard]] int NetUtility_IsLinkLocalIP(const char *pcText, size_t length);
+/** 1 for an address of one of the three private networks (RFC 1918), else 0. */
 [[nodiscard]] int NetUtility_IsPrivateIP(const char *pcText, size_t length);

@@ -6,6 +6,7 @@
 
 /** Closes the socket and stores -1 in its place; leaves -1 and -2, the two marks of "no socket", as they are. */
 void NetUtility_CloseSocket(int32_t &iSocket);
+/** Closes each of the sockets so. */
 void NetUtility_CloseSockets(std::span<int32_t> sockets);
 
 /** Sets SO_REUSEADDR. Returns 0, or -1 with errno. */

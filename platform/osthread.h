@@ -30,6 +30,7 @@ struct OSThread {
     bool started;
 };
 
+/** Prepares a thread with a copy of the attributes; nothing runs yet. OSThread_Release gives it back. */
 [[nodiscard]] int OSThread_Initial(OSThread *ptThread, const OSThreadAttributes *ptAttributes);
 /**
  * Starts the entry routine on a thread of its own, with every signal blocked: signals belong to the main thread.
@@ -41,6 +42,7 @@ void OSThread_Release(OSThread *ptThread);
 
 /* What a running thread calls. On a thread that OSThread_Start did not start, nothing asks to stop. */
 
+/** True once OSThread_Release waits for this thread to return. */
 [[nodiscard]] bool OSThread_StopRequested();
 
 enum class OSWait { Readable, TimedOut, Stopped, Failed };

@@ -1,7 +1,6 @@
 #include "text/builder.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -23,11 +22,16 @@ void TextBuilder::Add(std::string_view text)
 
 void TextBuilder::Addf(const char *pcFormat, ...)
 {
-    const size_t space = m_out.size() - m_length;
     va_list args;
     va_start(args, pcFormat);
-    const int iLength = vsnprintf(m_out.data() + m_length, space, pcFormat, args);
+    Addv(pcFormat, args);
     va_end(args);
+}
+
+void TextBuilder::Addv(const char *pcFormat, va_list args)
+{
+    const size_t space = m_out.size() - m_length;
+    const int iLength = vsnprintf(m_out.data() + m_length, space, pcFormat, args);
     if (iLength < 0) {
         m_out[m_length] = '\0';
         m_cut = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -18,7 +19,9 @@ class TextBuilder
     explicit TextBuilder(std::span<char> out);
 
     void Add(std::string_view text);
+    /** As printf(3). */
     void Addf(const char *pcFormat, ...) __attribute__((format(printf, 2, 3)));
+    void Addv(const char *pcFormat, va_list args) __attribute__((format(printf, 2, 0)));
 
     /* The lines of text replies: the key with its "=", the value, CR LF. */
     void Line(std::string_view key, std::string_view value);

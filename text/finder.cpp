@@ -8,11 +8,6 @@ bool IsBlank(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /** Takes one number off the front of `rest`; false, with blanks and sign gone, when there are no digits. */
 bool TakeInt(std::string_view &rest, int32_t &iValue)
 {
@@ -21,12 +16,12 @@ bool TakeInt(std::string_view &rest, int32_t &iValue)
     const bool negative = !rest.empty() && rest.front() == '-';
     if (negative || (!rest.empty() && rest.front() == '+'))
         rest.remove_prefix(1);
-    if (rest.empty() || !IsDigit(rest.front()))
+    if (rest.empty() || !Text_IsDigit(rest.front()))
         return false;
 
     const int64_t limit = negative ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
     int64_t value = 0;
-    for (; !rest.empty() && IsDigit(rest.front()); rest.remove_prefix(1))
+    for (; !rest.empty() && Text_IsDigit(rest.front()); rest.remove_prefix(1))
         if (value <= limit)
             value = value * 10 + (rest.front() - '0');
     if (value > limit)

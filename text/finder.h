@@ -5,6 +5,11 @@
 #include <span>
 #include <string_view>
 
+[[nodiscard]] constexpr bool Text_IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
 /**
  * Finds the value of a key: it stands behind the first occurrence of `key` (given with its "=") anywhere in `text`
  * and runs to the next `cEnd`, "&" in requests, a line feed in replies of the configuration store. Returns 0, or -1

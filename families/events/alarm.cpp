@@ -8,6 +8,7 @@
 namespace
 {
 
+/** The trigger must always be given. */
 enum Given : uint32_t { GIVEN_ENABLE = 0x1, GIVEN_TRIGGER = 0x2 };
 
 constexpr int32_t EVENT_SLOT = 2;
@@ -19,17 +20,7 @@ constexpr std::string_view FIXED_PAIRS =
     "event_i2_action_server_i0_enable=0&event_i2_action_server_i1_enable=0&event_i2_action_server_i2_enable=0&"
     "event_i2_action_server_i3_enable=0&event_i2_action_server_i4_enable=0&event_i2_action_patrol_enable=0&";
 
-bool TakeKeys(std::string_view text, AlarmParam &param)
-{
-    const KeyOutcome outcome = Request_TakeInt(text, "toOut1=", 0, 1, param.iEnable);
-    if (outcome == KeyOutcome::Taken)
-        param.uiSetMask |= GIVEN_ENABLE;
-    if (outcome == KeyOutcome::Bad ||
-        Trigger_FromRequest(text, "out1ByMotion=", "out1ByIn1=", "out1ByIn2=", param.tTrigger) != 0)
-        return false;
-    param.uiSetMask |= GIVEN_TRIGGER;
-    return true;
-}
+constexpr KeyRow KEYS[] = {KeyInt<&AlarmParam::iEnable>("toOut1=", GIVEN_ENABLE, 0, 1)};
 
 } // namespace
 
@@ -38,20 +29,21 @@ int Parser_Alarm_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::Alarm, __func__, text, StatusKind::InvalidParameter) != 0)
         return -1;
-    if (!TakeKeys(text, Session_Param<AlarmParam>(slot)))
+    auto &param = Session_Param<AlarmParam>(slot);
+    if (Request_TakeKeys(text, KEYS, param) != 0 ||
+        Trigger_FromRequest(text, "out1ByMotion=", "out1ByIn1=", "out1ByIn2=", param.tTrigger) != 0)
         return Session_Refuse(slot, StatusKind::InvalidParameter);
+    param.uiSetMask |= GIVEN_TRIGGER;
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_Alarm(SessionSlot &slot)
 {
     const auto &param = Session_Param<AlarmParam>(slot);
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Add(FIXED_PAIRS);
-    if ((param.uiSetMask & GIVEN_ENABLE) != 0)
-        pairs.Addf("event_i2_enable=%d&", param.iEnable);
-    if ((param.uiSetMask & GIVEN_TRIGGER) != 0)
-        Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "");
+    pairs.AddGiven(GIVEN_ENABLE, "event_i2_enable=%d&", param.iEnable);
+    Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "");
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
 }
 
@@ -63,9 +55,8 @@ int MappingGetRoutine_Alarm(SessionSlot &slot)
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::ServiceUnavailable);
     reply.Bool("event_i2_enable=", result.iEnable);
-    if (reply.Failed() || GetEventTriggerFromText(reply.View(), result.tTrigger, EVENT_SLOT) != 0)
-        return Session_Fail(slot, StatusKind::InternalError);
-    return Session_Succeed(slot);
+    Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 
 void Compose_Alarm(TextBuilder &body, SessionSlot &slot)

@@ -26,7 +26,6 @@ constexpr uint32_t GivenRectangle(int32_t iWindow)
 
 constexpr int32_t MAX_LEFT = 320;
 constexpr int32_t MAX_TOP = 240;
-constexpr size_t MAX_VALUE_SIZE = 128;
 
 /** KEPT: the passive infrared sensor cannot be set here; a request that tries is refused. */
 bool RefusePir(std::string_view, MotionParam &)
@@ -37,39 +36,32 @@ bool RefusePir(std::string_view, MotionParam &)
 constexpr KeyRow KEYS[] = {
     KeyInt<&MotionParam::iSensitivity>("sensitivity=", GIVEN_SENSITIVITY, 0, 100),
     KeyInt<&MotionParam::iPercentage>("percentage=", GIVEN_PERCENTAGE, 0, 100),
-    KeySpecial<RefusePir>("pir=", 0, MAX_VALUE_SIZE - 1),
+    KeySpecial<RefusePir>("pir=", 0, MAX_INT_TEXT),
 };
-
-bool Within(int32_t iValue, int32_t iMax)
-{
-    return iValue >= 0 && iValue <= iMax;
-}
 
 /** Takes "enable<n>=" and "mdw<n>=" of a window; false when one is given and bad. */
 bool TakeWindow(std::string_view text, int32_t iWindow, MotionParam &param)
 {
     MotionWindow &window = param.atWindows[iWindow];
-    char acValue[MAX_VALUE_SIZE];
-    if (GetStringValueFromText(text, Key("enable%d=", iWindow + 1), acValue) == 0) {
-        const std::string_view word = acValue;
-        if (word != "yes" && word != "no")
-            return false;
-        window.iEnable = word == "yes" ? 1 : 0;
+    const KeyOutcome outcome =
+        Request_TakeWord(text, Key("enable%d=", iWindow + 1), "yes", "no", window.iEnable, MAX_INT_TEXT);
+    if (outcome == KeyOutcome::Bad)
+        return false;
+    if (outcome == KeyOutcome::Taken)
         param.uiSetMask |= GivenEnable(iWindow);
-    }
-    if (GetStringValueFromText(text, Key("mdw%d=", iWindow + 1), acValue) == 0) {
-        int32_t aiRectangle[4];
-        if (Text_ScanInts(acValue, ',', aiRectangle) != 0)
-            return false;
-        window.iLeft = aiRectangle[0];
-        window.iTop = aiRectangle[1];
-        window.iWidth = aiRectangle[2];
-        window.iHeight = aiRectangle[3];
-        param.uiSetMask |= GivenRectangle(iWindow);
-        return Within(window.iLeft, MAX_LEFT) && Within(window.iTop, MAX_TOP) && Within(window.iWidth, MAX_LEFT) &&
-               Within(window.iHeight, MAX_TOP);
-    }
-    return true;
+    char acRectangle[MAX_INT_TEXT + 1];
+    if (GetStringValueFromText(text, Key("mdw%d=", iWindow + 1), acRectangle) != 0)
+        return true;
+    int32_t aiRectangle[4];
+    if (Text_ScanInts(acRectangle, ',', aiRectangle) != 0)
+        return false;
+    window.iLeft = aiRectangle[0];
+    window.iTop = aiRectangle[1];
+    window.iWidth = aiRectangle[2];
+    window.iHeight = aiRectangle[3];
+    param.uiSetMask |= GivenRectangle(iWindow);
+    return IsWithin(window.iLeft, 0, MAX_LEFT) && IsWithin(window.iTop, 0, MAX_TOP) &&
+           IsWithin(window.iWidth, 0, MAX_LEFT) && IsWithin(window.iHeight, 0, MAX_TOP);
 }
 
 /** Reads the number of windows, bounded by what a mask can hold. */
@@ -79,21 +71,18 @@ void TakeWindowCount(ConfigerReader &reply, int32_t &iCount)
     iCount = std::min(iCount, MOTION_MAX_WINDOWS);
 }
 
-void AddWindowPairs(TextBuilder &pairs, const MotionParam &param, int32_t iWindow)
+void AddWindowPairs(PairBuilder &pairs, const MotionParam &param, int32_t iWindow)
 {
-    const auto given = [&param](uint32_t uiBit) { return (param.uiSetMask & uiBit) != 0; };
-    if (given(GIVEN_SENSITIVITY))
-        pairs.Addf("motion_c0_win_i%d_sensitivity=%d&", iWindow, param.iSensitivity);
-    if (given(GIVEN_PERCENTAGE))
-        pairs.Addf("motion_c0_win_i%d_objsize=%d&", iWindow, param.iPercentage);
+    pairs.AddGiven(GIVEN_SENSITIVITY, "motion_c0_win_i%d_sensitivity=%d&", iWindow, param.iSensitivity);
+    pairs.AddGiven(GIVEN_PERCENTAGE, "motion_c0_win_i%d_objsize=%d&", iWindow, param.iPercentage);
     if (iWindow >= MOTION_REQUEST_WINDOWS)
         return;
     const MotionWindow &window = param.atWindows[iWindow];
-    if (given(GivenEnable(iWindow)))
-        pairs.Addf("motion_c0_win_i%1$d_enable=%2$d&motion_c0_win_i%1$d_name=kelpa_motion_%3$d&", iWindow,
+    pairs.AddGiven(GivenEnable(iWindow),
+                   "motion_c0_win_i%1$d_enable=%2$d&motion_c0_win_i%1$d_name=kelpa_motion_%3$d&", iWindow,
                    window.iEnable, iWindow + 1);
-    if (given(GivenRectangle(iWindow)))
-        pairs.Addf("motion_c0_win_i%5$d_left=%1$d&motion_c0_win_i%5$d_top=%2$d&motion_c0_win_i%5$d_width=%3$d&"
+    pairs.AddGiven(GivenRectangle(iWindow),
+                   "motion_c0_win_i%5$d_left=%1$d&motion_c0_win_i%5$d_top=%2$d&motion_c0_win_i%5$d_width=%3$d&"
                    "motion_c0_win_i%5$d_height=%4$d&",
                    window.iLeft, window.iTop, window.iWidth, window.iHeight, iWindow);
 }
@@ -148,7 +137,7 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::InternalError);
 
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     for (int32_t i = 0; i < param.iWindowCount; ++i)
         AddWindowPairs(pairs, param, i);
     // Five windows with everything can be more than one set text holds; half of it would store a wrong window.

@@ -10,6 +10,7 @@
 namespace
 {
 
+/** Trigger, targets and mode must always be given. */
 enum Given : uint32_t {
     GIVEN_ENABLE = 1U << 0,
     GIVEN_PROFILE = 1U << 1,
@@ -64,11 +65,6 @@ constexpr KeyRow FILE_KEYS[] = {
     KeyInt<&Record::iRecycle>("recycle=", GIVEN_RECYCLE, 0, 1),
 };
 
-bool IsGiven(const Record &param, uint32_t uiBits)
-{
-    return (param.uiSetMask & uiBits) != 0;
-}
-
 bool TakeTargets(std::string_view text, Record &param)
 {
     return Request_TakeInt(text, "toUSB=", 0, 1, param.iToUSB) == KeyOutcome::Taken &&
@@ -89,15 +85,13 @@ bool TakeKeys(std::string_view text, Record &param)
     return true;
 }
 
-/*
- * Each of the next appends its part of what is written. Those that may fail return Ok or the mapping result.
- */
+/* Each of the next appends its part of what is written. Those that may fail return Ok or the mapping result. */
 
-StatusKind AddClipPairs(TextBuilder &pairs, const Record &param)
+StatusKind AddClipPairs(PairBuilder &pairs, const Record &param)
 {
-    if (IsGiven(param, GIVEN_ENABLE))
+    if (pairs.Given(GIVEN_ENABLE))
         pairs.Add(param.iEnable == 1 ? "event_i0_enable=1&" : "event_i0_enable=0&recording_i0_enable=0&");
-    if (IsGiven(param, GIVEN_PROFILE)) {
+    if (pairs.Given(GIVEN_PROFILE)) {
         int32_t iStreamCount = 0;
         ConfigerReply<1024> reply("MappingSetRoutine_Recorder");
         reply.Get({"capability_nmediastream&"});
@@ -108,16 +102,14 @@ StatusKind AddClipPairs(TextBuilder &pairs, const Record &param)
             return StatusKind::InvalidParameter;
         pairs.Addf("media_i0_videoclip_source=%1$d&recording_i0_source=%1$d&", param.iProfileID - 1);
     }
-    if (IsGiven(param, GIVEN_PRE_RECORD))
-        pairs.Addf("media_i0_videoclip_preevent=%d&", param.iPreRecord);
+    pairs.AddGiven(GIVEN_PRE_RECORD, "media_i0_videoclip_preevent=%d&", param.iPreRecord);
     // The clip's whole length.
-    if (IsGiven(param, GIVEN_POST_RECORD))
-        pairs.Addf("media_i0_videoclip_maxduration=%d&", param.iPreRecord + param.iPostRecord);
+    pairs.AddGiven(GIVEN_POST_RECORD, "media_i0_videoclip_maxduration=%d&", param.iPreRecord + param.iPostRecord);
     return StatusKind::Ok;
 }
 
 /** With a trigger the event slot records and the recording slot is off; without one it is the other way round. */
-StatusKind AddTriggerPairs(TextBuilder &pairs, const Record &param)
+StatusKind AddTriggerPairs(PairBuilder &pairs, const Record &param)
 {
     Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "");
     if (Trigger_Any(param.tTrigger)) {
@@ -125,7 +117,7 @@ StatusKind AddTriggerPairs(TextBuilder &pairs, const Record &param)
         return StatusKind::Ok;
     }
     int32_t iEnable = param.iEnable;
-    if (!IsGiven(param, GIVEN_ENABLE)) {
+    if (!pairs.Given(GIVEN_ENABLE)) {
         ConfigerReply<1024> reply("MappingSetRoutine_Recorder");
         reply.Get({"event_i0_enable&"});
         reply.Bool("event_i0_enable=", iEnable);
@@ -137,50 +129,45 @@ StatusKind AddTriggerPairs(TextBuilder &pairs, const Record &param)
     return StatusKind::Ok;
 }
 
-void AddTargetPairs(TextBuilder &pairs, const Record &param)
+void AddTargetPairs(PairBuilder &pairs, const Record &param)
 {
     pairs.Addf("event_i0_action_cf_enable=%d&event_i0_action_server_i0_enable=%d&", param.iToUSB, param.iToSamba);
     const char *pcDestination = param.iToUSB == 1 ? "cf" : param.iToSamba == 1 ? "0" : "";
     pairs.Addf("recording_i0_dest=%s&", pcDestination);
 }
 
-void AddAccountPairs(TextBuilder &pairs, const Record &param)
+void AddAccountPairs(PairBuilder &pairs, const Record &param)
 {
-    if (IsGiven(param, GIVEN_ANONYMOUS) && param.iAnonymous == 1) {
+    if (pairs.Given(GIVEN_ANONYMOUS) && param.iAnonymous == 1) {
         pairs.Add("server_i0_ns_username=anonymous&server_i0_ns_passwd=&");
         return;
     }
-    if (IsGiven(param, GIVEN_USER))
-        pairs.Addf("server_i0_ns_username=%s&", param.acUser);
-    if (IsGiven(param, GIVEN_PASSWORD))
-        pairs.Addf("server_i0_ns_passwd=%s&", param.acPassword);
+    pairs.AddGiven(GIVEN_USER, "server_i0_ns_username=%s&", param.acUser);
+    pairs.AddGiven(GIVEN_PASSWORD, "server_i0_ns_passwd=%s&", param.acPassword);
 }
 
 /** The event slot and the recording slot always get the same schedule. */
-StatusKind AddSchedulePairs(TextBuilder &pairs, const Record &param)
+int AddSchedulePairs(PairBuilder &pairs, const Record &param)
 {
     StoredSchedule stored;
     bool changes = false;
-    if (Schedule_ToStore(param.tSchedule, IsGiven(param, GIVEN_ITEMS), stored, changes) != 0)
-        return StatusKind::InvalidParameter;
+    if (Schedule_ToStore(param.tSchedule, pairs.Given(GIVEN_ITEMS), stored, changes) != 0)
+        return -1;
     if (changes)
         pairs.Addf("event_i0_weekday=%1$d&event_i0_begintime=%2$s&event_i0_endtime=%3$s&"
                    "recording_i0_weekday=%1$d&recording_i0_begintime=%2$s&recording_i0_endtime=%3$s&",
                    stored.iWeekdays, stored.acBegin, stored.acEnd);
-    return StatusKind::Ok;
+    return 0;
 }
 
-void AddFilePairs(TextBuilder &pairs, const Record &param)
+void AddFilePairs(PairBuilder &pairs, const Record &param)
 {
-    if (IsGiven(param, GIVEN_KEEP_SPACE))
-        pairs.Addf("recording_i0_limitsize=1&recording_i0_reserveamount=%d&", param.iKeepSpace);
-    if (IsGiven(param, GIVEN_FILE_LEN))
-        pairs.Addf("recording_i0_duration=%d&", param.iFileLenMin * SECONDS_PER_MINUTE);
-    if (IsGiven(param, GIVEN_RECYCLE))
-        pairs.Addf("recording_i0_cyclic=%1$d&disk_i0_cyclic_enabled=%1$d&", param.iRecycle);
+    pairs.AddGiven(GIVEN_KEEP_SPACE, "recording_i0_limitsize=1&recording_i0_reserveamount=%d&", param.iKeepSpace);
+    pairs.AddGiven(GIVEN_FILE_LEN, "recording_i0_duration=%d&", param.iFileLenMin * SECONDS_PER_MINUTE);
+    pairs.AddGiven(GIVEN_RECYCLE, "recording_i0_cyclic=%1$d&disk_i0_cyclic_enabled=%1$d&", param.iRecycle);
 }
 
-StatusKind AddPairs(TextBuilder &pairs, const Record &param)
+StatusKind AddPairs(PairBuilder &pairs, const Record &param)
 {
     pairs.Add(FIXED_PAIRS);
     StatusKind result = AddClipPairs(pairs, param);
@@ -190,9 +177,10 @@ StatusKind AddPairs(TextBuilder &pairs, const Record &param)
         return result;
     AddTargetPairs(pairs, param);
     AddAccountPairs(pairs, param);
-    result = AddSchedulePairs(pairs, param);
+    if (AddSchedulePairs(pairs, param) != 0)
+        return StatusKind::InvalidParameter;
     AddFilePairs(pairs, param);
-    return result;
+    return StatusKind::Ok;
 }
 
 void ReadShare(ConfigerReader &reply, Record &result)
@@ -234,16 +222,16 @@ int Parser_Recorder_Set(SessionSlot &slot)
 int MappingSetRoutine_Recorder(SessionSlot &slot)
 {
     const auto &param = Session_Param<Record>(slot);
-    TextBuffer<2048> pairs;
+    PairBuffer<2048> pairs(param.uiSetMask);
     if (const StatusKind result = AddPairs(pairs, param); result != StatusKind::Ok)
         return Session_Fail(slot, result);
     if (Session_WritePairs(slot, pairs, StatusKind::UpdateFailed) != 0)
         return -1;
-    if (IsGiven(param, GIVEN_SERVER | GIVEN_SHARE_FOLDER) &&
-        Recorder_SetShareLocation(param.acServer, IsGiven(param, GIVEN_SERVER), param.acShareFolder,
-                                  IsGiven(param, GIVEN_SHARE_FOLDER)) != 0)
+    if (pairs.Given(GIVEN_SERVER | GIVEN_SHARE_FOLDER) &&
+        Recorder_SetShareLocation(pairs.Given(GIVEN_SERVER) ? param.acServer : nullptr,
+                                  pairs.Given(GIVEN_SHARE_FOLDER) ? param.acShareFolder : nullptr) != 0)
         return Session_Fail(slot, StatusKind::UpdateFailed);
-    if (IsGiven(param, GIVEN_PRE_RECORD | GIVEN_POST_RECORD))
+    if (pairs.Given(GIVEN_PRE_RECORD | GIVEN_POST_RECORD))
         (void)Program_Run("/usr/bin/gen_task", "-e");
     return Session_Succeed(slot);
 }
@@ -267,8 +255,7 @@ int MappingGetRoutine_Recorder(SessionSlot &slot)
     reply.Int("media_i0_videoclip_maxduration=", iClipLength);
     reply.Bool("event_i0_action_cf_enable=", result.iToUSB);
     reply.Bool("event_i0_action_server_i0_enable=", result.iToSamba);
-    if (GetEventTriggerFromText(reply.View(), result.tTrigger, EVENT_SLOT) != 0)
-        reply.Fail();
+    Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
     ReadShare(reply, result);
     Schedule_Read(reply, EVENT_SLOT, result.tSchedule);
     ReadFiles(reply, result);

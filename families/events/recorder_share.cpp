@@ -24,7 +24,7 @@ struct RecordingState {
     int32_t iRecording;
 };
 
-bool ReadRecordingState(RecordingState &state)
+int ReadRecordingState(RecordingState &state)
 {
     constexpr std::string_view EVENT_KEY = "event_i0_enable=";
     // KEPT: looks four characters behind the value; in the store's usual order that is never "1".
@@ -35,9 +35,9 @@ bool ReadRecordingState(RecordingState &state)
     const std::string_view text = reply.View();
     const size_t at = text.find(EVENT_KEY);
     if (reply.Failed() || at == std::string_view::npos)
-        return false;
+        return -1;
     state.iEvent = at + EVENT_OFFSET < text.size() && text[at + EVENT_OFFSET] == '1' ? 1 : 0;
-    return true;
+    return 0;
 }
 
 int WriteRecordingState(RecordingState state)
@@ -81,10 +81,10 @@ void GetShareFromUNC(std::string_view unc, std::span<char> out)
     Text_Copy(out, unc);
 }
 
-int Recorder_SetShareLocation(const char *pcServer, bool serverGiven, const char *pcFolder, bool folderGiven)
+int Recorder_SetShareLocation(const char *pcServer, const char *pcFolder)
 {
     RecordingState state = {};
-    if (!ReadRecordingState(state))
+    if (ReadRecordingState(state) != 0)
         return -1;
     const bool wasOn = state.iEvent == 1 || state.iRecording == 1;
     if (wasOn) {
@@ -94,19 +94,19 @@ int Recorder_SetShareLocation(const char *pcServer, bool serverGiven, const char
     }
 
     char acKept[32] = {};
-    if (!serverGiven || !folderGiven) {
+    if (pcServer == nullptr || pcFolder == nullptr) {
         char acLocation[64] = {};
         ConfigerReply<1024> reply(__func__);
         reply.Get({"server_i0_ns_location&"});
         reply.Text("server_i0_ns_location=", acLocation);
         if (reply.Failed())
             return -1;
-        if (serverGiven)
+        if (pcServer != nullptr)
             GetShareFromUNC(acLocation, acKept);
         else
             GetServerFromUNC(acLocation, acKept);
     }
-    if (WriteLocation(serverGiven ? pcServer : acKept, folderGiven ? pcFolder : acKept) != 0)
+    if (WriteLocation(pcServer != nullptr ? pcServer : acKept, pcFolder != nullptr ? pcFolder : acKept) != 0)
         return -1;
     return wasOn ? WriteRecordingState(state) : 0;
 }

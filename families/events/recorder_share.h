@@ -11,9 +11,8 @@ void GetServerFromUNC(std::string_view unc, std::span<char> out);
 void GetShareFromUNC(std::string_view unc, std::span<char> out);
 
 /**
- * Stores a new server, a new folder, or both; an empty part that was not given is kept from the stored name.
- * Recording is stopped while the share changes. Returns 0; or -1, with recording left stopped if it had been
+ * Stores a new server, a new folder, or both; null keeps that part of the stored name, an empty text is stored as
+ * it is. Recording is stopped while the share changes. Returns 0; or -1, with recording left stopped if it had been
  * stopped.
  */
-[[nodiscard]] int Recorder_SetShareLocation(const char *pcServer, bool serverGiven, const char *pcFolder,
-                                            bool folderGiven);
+[[nodiscard]] int Recorder_SetShareLocation(const char *pcServer, const char *pcFolder);

@@ -17,11 +17,6 @@ constexpr int32_t DayBit(int32_t iDay)
     return 64 >> iDay;
 }
 
-bool Within(int32_t iValue, int32_t iMax)
-{
-    return iValue >= 0 && iValue <= iMax;
-}
-
 bool HasSameTimes(const ScheduleItem &a, const ScheduleItem &b)
 {
     return a.iBeginHour == b.iBeginHour && a.iBeginMinute == b.iBeginMinute && a.iEndHour == b.iEndHour &&
@@ -37,7 +32,8 @@ bool IsWholeDays(const ScheduleItem &item)
 bool AddWholeDays(const ScheduleItem &item, int32_t &iWeekdays)
 {
     // A day that does not exist would never be reached.
-    if (item.iBeginDay == item.iEndDay || !Within(item.iBeginDay, DAYS - 1) || !Within(item.iEndDay, DAYS - 1))
+    if (item.iBeginDay == item.iEndDay || !IsWithin(item.iBeginDay, 0, DAYS - 1) ||
+        !IsWithin(item.iEndDay, 0, DAYS - 1))
         return false;
     for (int32_t iDay = item.iBeginDay; iDay != item.iEndDay; iDay = (iDay + 1) % DAYS)
         iWeekdays |= DayBit(iDay);
@@ -48,7 +44,7 @@ bool AddWindow(const ScheduleItem &item, int32_t &iWeekdays)
 {
     const bool inverted = item.iBeginHour > item.iEndHour ||
                           (item.iBeginHour == item.iEndHour && item.iBeginMinute >= item.iEndMinute);
-    if (item.iBeginDay != item.iEndDay || !Within(item.iBeginDay, DAYS - 1) || inverted)
+    if (item.iBeginDay != item.iEndDay || !IsWithin(item.iBeginDay, 0, DAYS - 1) || inverted)
         return false;
     iWeekdays |= DayBit(item.iBeginDay);
     return true;
@@ -72,8 +68,9 @@ int GetScheduleItemsFromText(std::string_view text, std::span<ScheduleItem> item
             return -1;
         item = {aiNumbers[0], aiNumbers[1], aiNumbers[2], aiNumbers[3], aiNumbers[4], aiNumbers[5]};
         // The end day has no upper bound here; the conversion finds a bad one.
-        if (!Within(item.iBeginDay, DAYS - 1) || item.iEndDay < 0 || !Within(item.iBeginHour, 23) ||
-            !Within(item.iEndHour, 23) || !Within(item.iBeginMinute, 59) || !Within(item.iEndMinute, 59))
+        if (!IsWithin(item.iBeginDay, 0, DAYS - 1) || item.iEndDay < 0 || !IsWithin(item.iBeginHour, 0, 23) ||
+            !IsWithin(item.iEndHour, 0, 23) || !IsWithin(item.iBeginMinute, 0, 59) ||
+            !IsWithin(item.iEndMinute, 0, 59))
             return -1;
     }
     return 0;

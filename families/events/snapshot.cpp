@@ -8,6 +8,7 @@
 namespace
 {
 
+/** Trigger, targets and mode must always be given. */
 enum Given : uint32_t {
     GIVEN_ENABLE = 1U << 0,
     GIVEN_TARGETS = 1U << 1,
@@ -83,53 +84,35 @@ bool TakeKeys(std::string_view text, Record &param)
     return true;
 }
 
-/** Appends "name=text&" or "name=number&" for what was given. */
-struct PairWriter {
-    TextBuilder &pairs;
-    uint32_t uiSetMask;
-
-    [[nodiscard]] bool Given(uint32_t uiBit) const { return (uiSetMask & uiBit) != 0; }
-    void Text(uint32_t uiBit, const char *pcKey, const char *pcValue) const
-    {
-        if (Given(uiBit))
-            pairs.Addf("%s%s&", pcKey, pcValue);
-    }
-    void Int(uint32_t uiBit, const char *pcKey, int32_t iValue) const
-    {
-        if (Given(uiBit))
-            pairs.Addf("%s%d&", pcKey, iValue);
-    }
-};
-
-void AddFtpPairs(const PairWriter &write, const Record &param)
+void AddFtpPairs(PairBuilder &pairs, const Record &param)
 {
-    write.Text(GIVEN_FTP_ENABLE, "server_i2_type=", param.iFtpEnable1 == 1 ? "ftp" : "");
-    write.Text(GIVEN_FTP_USER, "server_i2_ftp_username=", param.acFtpUser1);
-    write.Text(GIVEN_FTP_PASS, "server_i2_ftp_passwd=", param.acFtpPass1);
-    write.Text(GIVEN_FTP_SERVER, "server_i2_ftp_address=", param.acFtpServer1);
-    write.Text(GIVEN_FOLDER, "server_i2_ftp_location=", param.acFolder1);
-    write.Text(GIVEN_FIX_FILE, "media_i2_snapshot_prefix=", param.acFixFile1);
-    write.Int(GIVEN_FTP_PORT, "server_i2_ftp_port=", param.iFtpPort1);
-    write.Int(GIVEN_FTP_INTERVAL, "event_i1_inter=", param.iFtpInterval / SECONDS_PER_MINUTE);
-    write.Int(GIVEN_PASSIVE, "server_i2_ftp_passive=", param.iPassive1);
+    pairs.AddGiven(GIVEN_FTP_ENABLE, "server_i2_type=%s&", param.iFtpEnable1 == 1 ? "ftp" : "");
+    pairs.AddGiven(GIVEN_FTP_USER, "server_i2_ftp_username=%s&", param.acFtpUser1);
+    pairs.AddGiven(GIVEN_FTP_PASS, "server_i2_ftp_passwd=%s&", param.acFtpPass1);
+    pairs.AddGiven(GIVEN_FTP_SERVER, "server_i2_ftp_address=%s&", param.acFtpServer1);
+    pairs.AddGiven(GIVEN_FOLDER, "server_i2_ftp_location=%s&", param.acFolder1);
+    pairs.AddGiven(GIVEN_FIX_FILE, "media_i2_snapshot_prefix=%s&", param.acFixFile1);
+    pairs.AddGiven(GIVEN_FTP_PORT, "server_i2_ftp_port=%d&", param.iFtpPort1);
+    pairs.AddGiven(GIVEN_FTP_INTERVAL, "event_i1_inter=%d&", param.iFtpInterval / SECONDS_PER_MINUTE);
+    pairs.AddGiven(GIVEN_PASSIVE, "server_i2_ftp_passive=%d&", param.iPassive1);
 }
 
-void AddMailPairs(const PairWriter &write, const Record &param)
+void AddMailPairs(PairBuilder &pairs, const Record &param)
 {
-    write.Text(GIVEN_SMTP_ENABLE, "server_i1_type=", param.iSmtpEnable1 == 1 ? "email" : "");
-    write.Text(GIVEN_SMTP_USER, "server_i1_email_username=", param.acSmtpUser1);
-    write.Text(GIVEN_SMTP_PASS, "server_i1_email_passwd=", param.acSmtpPass1);
-    write.Text(GIVEN_SMTP_SERVER, "server_i1_email_address=", param.acSmtpServer1);
-    write.Text(GIVEN_SENDER, "server_i1_email_senderemail=", param.acSender1);
-    write.Text(GIVEN_RECEIVER, "server_i1_email_recipientemail=", param.acReceiver1);
-    write.Int(GIVEN_SMTP_PORT, "server_i1_email_port=", param.iSmtpPort1);
+    pairs.AddGiven(GIVEN_SMTP_ENABLE, "server_i1_type=%s&", param.iSmtpEnable1 == 1 ? "email" : "");
+    pairs.AddGiven(GIVEN_SMTP_USER, "server_i1_email_username=%s&", param.acSmtpUser1);
+    pairs.AddGiven(GIVEN_SMTP_PASS, "server_i1_email_passwd=%s&", param.acSmtpPass1);
+    pairs.AddGiven(GIVEN_SMTP_SERVER, "server_i1_email_address=%s&", param.acSmtpServer1);
+    pairs.AddGiven(GIVEN_SENDER, "server_i1_email_senderemail=%s&", param.acSender1);
+    pairs.AddGiven(GIVEN_RECEIVER, "server_i1_email_recipientemail=%s&", param.acReceiver1);
+    pairs.AddGiven(GIVEN_SMTP_PORT, "server_i1_email_port=%d&", param.iSmtpPort1);
 }
 
-int AddSchedulePairs(TextBuilder &pairs, const Record &param)
+int AddSchedulePairs(PairBuilder &pairs, const Record &param)
 {
     StoredSchedule stored;
     bool changes = false;
-    if (Schedule_ToStore(param.tSchedule, (param.uiSetMask & GIVEN_ITEMS) != 0, stored, changes) != 0)
+    if (Schedule_ToStore(param.tSchedule, pairs.Given(GIVEN_ITEMS), stored, changes) != 0)
         return -1;
     if (changes)
         pairs.Addf("event_i1_weekday=%d&event_i1_begintime=%s&event_i1_endtime=%s&", stored.iWeekdays,
@@ -182,18 +165,17 @@ int Parser_Snapshot_Set(SessionSlot &slot)
 int MappingSetRoutine_Snapshot(SessionSlot &slot)
 {
     const auto &param = Session_Param<Record>(slot);
-    TextBuffer<2048> pairs;
-    const PairWriter write = {pairs, param.uiSetMask};
+    PairBuffer<2048> pairs(param.uiSetMask);
     pairs.Add(FIXED_PAIRS);
-    write.Int(GIVEN_ENABLE, "event_i1_enable=", param.iEnable);
+    pairs.AddGiven(GIVEN_ENABLE, "event_i1_enable=%d&", param.iEnable);
     Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "seq"); // without a trigger it is driven by time
     pairs.Addf("event_i1_action_server_i1_enable=%d&event_i1_action_server_i2_enable=%d&", param.iToSmtp,
                param.iToFtp);
     // The store counts whole minutes.
-    if (write.Given(GIVEN_FTP_INTERVAL) && param.iFtpInterval < SECONDS_PER_MINUTE)
+    if (pairs.Given(GIVEN_FTP_INTERVAL) && param.iFtpInterval < SECONDS_PER_MINUTE)
         return Session_Fail(slot, StatusKind::InvalidParameter);
-    AddFtpPairs(write, param);
-    AddMailPairs(write, param);
+    AddFtpPairs(pairs, param);
+    AddMailPairs(pairs, param);
     if (AddSchedulePairs(pairs, param) != 0)
         return Session_Fail(slot, StatusKind::InvalidParameter);
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
@@ -216,8 +198,7 @@ int MappingGetRoutine_Snapshot(SessionSlot &slot)
     reply.Bool("event_i1_action_server_i2_enable=", result.iToFtp);
     reply.Bool("server_i2_ftp_passive=", result.iPassive1);
     ReadServers(reply, result);
-    if (GetEventTriggerFromText(reply.View(), result.tTrigger, EVENT_SLOT) != 0)
-        reply.Fail();
+    Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
     Schedule_Read(reply, EVENT_SLOT, result.tSchedule);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }

@@ -1,6 +1,5 @@
 #include "families/events/trigger.h"
 
-#include "configer/reply.h"
 #include "dispatch/request_text.h"
 
 namespace
@@ -45,6 +44,12 @@ int GetEventTriggerFromText(std::string_view reply, EventTrigger &trigger, int32
     if ((iInputs & INPUT_2) != 0)
         trigger.iByIn2 = 1;
     return 0;
+}
+
+void Trigger_Read(ConfigerReader &reply, int32_t iEventSlot, EventTrigger &trigger)
+{
+    if (GetEventTriggerFromText(reply.View(), trigger, iEventSlot) != 0)
+        reply.Fail();
 }
 
 void Trigger_Compose(TextBuilder &body, const EventTrigger &trigger)

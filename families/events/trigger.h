@@ -1,5 +1,6 @@
 #pragma once
 
+#include "configer/reply.h"
 #include "text/builder.h"
 
 #include <cstdint>
@@ -30,6 +31,9 @@ void Trigger_AddPairs(TextBuilder &pairs, int32_t iEventSlot, const EventTrigger
  * -1 when the trigger, or for inputs their mask, is missing or too long.
  */
 [[nodiscard]] int GetEventTriggerFromText(std::string_view reply, EventTrigger &trigger, int32_t iEventSlot);
+
+/** GetEventTriggerFromText of what was read; its failure is the reader's. */
+void Trigger_Read(ConfigerReader &reply, int32_t iEventSlot, EventTrigger &trigger);
 
 /** Writes the <triggerBy> element. */
 void Trigger_Compose(TextBuilder &body, const EventTrigger &trigger);

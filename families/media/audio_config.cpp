@@ -73,10 +73,8 @@ int TakeCodec(SessionSlot &slot, std::string_view text, Record &param)
                    ? 0
                    : Session_Refuse(slot, StatusKind::BadRequest);
     const int32_t iStream = param.iProfileID - 1;
-    ConfigerReply<1024> reply("Parser_AudioConfig_Set");
-    reply.Get({Key("audioin_c0_s%d_codectype&", iStream)});
-    reply.Text(Key("audioin_c0_s%d_codectype=", iStream), param.acCodec);
-    return reply.Failed() ? Session_Refuse(slot, StatusKind::InternalError) : 0;
+    return Profile_ReadCodec(slot, "Parser_AudioConfig_Set", Key("audioin_c0_s%d_codectype&", iStream),
+                             Key("audioin_c0_s%d_codectype=", iStream), param.acCodec);
 }
 
 int32_t AacSampleRate(int32_t iBitRate)
@@ -159,12 +157,11 @@ int MappingSetRoutine_AudioConfig(SessionSlot &slot)
 {
     const auto &param = Session_Param<Record>(slot);
     const int32_t iStream = param.iProfileID - 1;
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Addf("audioin_c0_s%d_codectype=%s", iStream, param.acCodec);
     if (param.acG711Mode[0] != '\0')
         pairs.Addf("&audioin_c0_s%d_g711_mode=%s", iStream, param.acG711Mode);
-    if ((param.uiSetMask & GIVEN_BIT_RATE) != 0)
-        pairs.Addf("&audioin_c0_s%d_%s_bitrate=%d", iStream, param.acCodec, param.iBitRate);
+    pairs.AddGiven(GIVEN_BIT_RATE, "&audioin_c0_s%d_%s_bitrate=%d", iStream, param.acCodec, param.iBitRate);
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }
 

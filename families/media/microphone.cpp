@@ -32,11 +32,10 @@ int Parser_MicroPhoneConfig_Set(SessionSlot &slot)
 int MappingSetRoutine_MicroPhoneConfig(SessionSlot &slot)
 {
     const auto &param = Session_Param<Record>(slot);
-    TextBuffer<128> pairs;
-    if ((param.uiSetMask & GIVEN_MUTE) != 0)
-        pairs.Addf("audioin_c0_mute=%d", param.iMute);
-    if ((param.uiSetMask & GIVEN_VOLUME) != 0)
-        pairs.Addf("&audioin_c0_gain=%d", param.iVolume);
+    PairBuffer<128> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_MUTE, "audioin_c0_mute=%d", param.iMute);
+    // KEPT: a volume alone begins with "&"; the store takes an empty pair for none.
+    pairs.AddGiven(GIVEN_VOLUME, "&audioin_c0_gain=%d", param.iVolume);
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }
 

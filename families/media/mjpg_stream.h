@@ -5,6 +5,7 @@
 
 /* "/video/mjpg.cgi": hands the client's socket to the web server, which pushes the pictures. */
 
+/** Begins as the record of a video profile does; mask and H.264 are of no use here. */
 struct MjpgStreamResult {
     uint32_t uiSetMask;
     int32_t iStreamCount;

@@ -37,6 +37,7 @@ bool Capability_Lists(std::span<char> answer, std::string_view ask, std::string_
     ConfigerReader reply(__func__, answer);
     reply.Get({ask});
     std::string_view list;
+    // KEPT: a piece of a listed word, even an empty one, counts as listed.
     return !reply.Failed() && Text_FindValue(reply.View(), key, '\n', list) == 0 &&
            list.find(word) != std::string_view::npos;
 }
@@ -55,6 +56,15 @@ const CodecAlias *Codec_FindAlias(std::span<const CodecAlias> aliases, std::stri
         if (text.starts_with(alias.prefix))
             return &alias;
     return nullptr;
+}
+
+int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view ask, std::string_view key,
+                      std::span<char> codec)
+{
+    ConfigerReply<1024> reply(pcParser);
+    reply.Get({ask});
+    reply.Text(key, codec);
+    return reply.Failed() ? Session_Refuse(slot, StatusKind::InternalError) : 0;
 }
 
 int Profile_FromQuery(const SessionSlot &slot, int32_t iCount, int32_t &iProfileID)

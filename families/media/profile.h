@@ -45,6 +45,13 @@ struct CodecAlias {
 /** The alias that the client's text begins with, or null. */
 [[nodiscard]] const CodecAlias *Codec_FindAlias(std::span<const CodecAlias> aliases, std::string_view text);
 
+/**
+ * Reads, for a SET parser, the codec that a stream has now; `ask` is the key with "&", `key` with "=". Returns 0,
+ * or -1 with the status kind set.
+ */
+[[nodiscard]] int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view ask,
+                                    std::string_view key, std::span<char> codec);
+
 /** Takes "profileid=" out of a read's query string; 0 when it is there and from 1 to `iCount`, else -1. */
 [[nodiscard]] int Profile_FromQuery(const SessionSlot &slot, int32_t iCount, int32_t &iProfileID);
 

@@ -43,7 +43,7 @@ constexpr KeyRow KEYS[] = {
     // KEPT: the same range, although the text of ranges says -3 to 3.
     KeyInt<&Record::iSharpness>("sharpness=", GIVEN_SHARPNESS, -5, 5),
     KeyText<&Record::acWhiteBalance>("whitebalance=", GIVEN_WHITE_BALANCE, IsWhiteBalance),
-    KeyInt<&Record::iMaxExposure>("maxexposuretime=", GIVEN_MAX_EXPOSURE, 5, 480, IsExposureTime),
+    KeyInt<&Record::iMaxExposure>("maxexposuretime=", GIVEN_MAX_EXPOSURE, IsExposureTime),
     KeyWord<&Record::iBacklightComp>("backlightcomp=", GIVEN_BACKLIGHT_COMP, "yes", "no"),
     KeyWord<&Record::iMirror>("mirror=", GIVEN_MIRROR, "on", "off"),
     KeyWord<&Record::iFlip>("flip=", GIVEN_FLIP, "on", "off"),
@@ -65,22 +65,18 @@ int Parser_SensorConfig_Set(SessionSlot &slot)
 int MappingSetRoutine_SensorConfig(SessionSlot &slot)
 {
     const auto &param = Session_Param<Record>(slot);
-    TextBuffer<1024> pairs;
-    const auto add = [&](uint32_t uiBit, const char *pcKey, int32_t iValue) {
-        if ((param.uiSetMask & uiBit) != 0)
-            pairs.Addf("%s%d", pcKey, iValue);
-    };
-    add(GIVEN_BRIGHTNESS, "image_c0_brightness=", param.iBrightness);
-    add(GIVEN_CONTRAST, "&image_c0_contrast=", param.iContrast);
-    add(GIVEN_SATURATION, "&image_c0_saturation=", param.iSaturation);
-    add(GIVEN_SHARPNESS, "&image_c0_sharpness=", param.iSharpness);
-    if ((param.uiSetMask & GIVEN_WHITE_BALANCE) != 0)
-        pairs.Addf("&videoin_c0_whitebalance=%s", param.acWhiteBalance);
-    add(GIVEN_MAX_EXPOSURE, "&videoin_c0_maxexposure=", param.iMaxExposure);
-    add(GIVEN_BACKLIGHT_COMP, "&videoin_c0_enableblc=", param.iBacklightComp);
-    add(GIVEN_MIRROR, "&videoin_c0_mirror=", param.iMirror);
-    add(GIVEN_FLIP, "&videoin_c0_flip=", param.iFlip);
-    add(GIVEN_COLOR, "&videoin_c0_color=", param.iColor);
+    PairBuffer<1024> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_BRIGHTNESS, "image_c0_brightness=%d", param.iBrightness);
+    // KEPT: without a brightness the text begins with "&"; the store takes an empty pair for none.
+    pairs.AddGiven(GIVEN_CONTRAST, "&image_c0_contrast=%d", param.iContrast);
+    pairs.AddGiven(GIVEN_SATURATION, "&image_c0_saturation=%d", param.iSaturation);
+    pairs.AddGiven(GIVEN_SHARPNESS, "&image_c0_sharpness=%d", param.iSharpness);
+    pairs.AddGiven(GIVEN_WHITE_BALANCE, "&videoin_c0_whitebalance=%s", param.acWhiteBalance);
+    pairs.AddGiven(GIVEN_MAX_EXPOSURE, "&videoin_c0_maxexposure=%d", param.iMaxExposure);
+    pairs.AddGiven(GIVEN_BACKLIGHT_COMP, "&videoin_c0_enableblc=%d", param.iBacklightComp);
+    pairs.AddGiven(GIVEN_MIRROR, "&videoin_c0_mirror=%d", param.iMirror);
+    pairs.AddGiven(GIVEN_FLIP, "&videoin_c0_flip=%d", param.iFlip);
+    pairs.AddGiven(GIVEN_COLOR, "&videoin_c0_color=%d", param.iColor);
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }
 

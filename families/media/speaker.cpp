@@ -28,9 +28,8 @@ int Parser_Speaker_Set(SessionSlot &slot)
 int MappingSetRoutine_Speaker(SessionSlot &slot)
 {
     const auto &param = Session_Param<SpeakerResult>(slot);
-    TextBuffer<64> pairs;
-    if ((param.uiSetMask & GIVEN_ENABLE) != 0)
-        pairs.Addf("audioout_c0_speaker_enable=%d", param.iEnable);
+    PairBuffer<64> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_ENABLE, "audioout_c0_speaker_enable=%d", param.iEnable);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;
     g_tServerGlobals.tAudioUpstream.uiSpeakerEnable = static_cast<uint32_t>(param.iEnable);

@@ -74,10 +74,8 @@ int TakeCodec(SessionSlot &slot, std::string_view text, Record &param)
     if (GetStringValueFromText(text, "codec=", param.acCodec) == 0)
         return Capability_CheckVideoCodec(param.acCodec) ? 0 : Session_Refuse(slot, StatusKind::BadRequest);
     const int32_t iStream = param.iProfileID - 1;
-    ConfigerReply<1024> reply("Parser_VideoConfig_Set");
-    reply.Get({Key("videoin_c0_s%d_codectype&", iStream)});
-    reply.Text(Key("videoin_c0_s%d_codectype=", iStream), param.acCodec);
-    return reply.Failed() ? Session_Refuse(slot, StatusKind::InternalError) : 0;
+    return Profile_ReadCodec(slot, "Parser_VideoConfig_Set", Key("videoin_c0_s%d_codectype&", iStream),
+                             Key("videoin_c0_s%d_codectype=", iStream), param.acCodec);
 }
 
 bool TakeQualityMode(std::string_view text, Record &param)
@@ -187,22 +185,20 @@ int MappingSetRoutine_VideoConfig(SessionSlot &slot)
     const auto &param = Session_Param<Record>(slot);
     const int32_t iStream = param.iProfileID - 1;
     const char *pcCodec = param.acCodec;
-    const auto given = [&param](uint32_t uiBit) { return (param.uiSetMask & uiBit) != 0; };
     const bool mjpeg = IsMjpeg(param); // has no rate to control; what is given for it is dropped
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Addf("videoin_c0_s%d_codectype=%s", iStream, pcCodec);
-    if (given(GIVEN_RESOLUTION))
-        pairs.Addf("&videoin_c0_s%d_resolution=%s", iStream, param.acResolution);
-    if (given(GIVEN_FRAME_RATE))
-        pairs.Addf("&videoin_c0_s%d_%s_maxframe=%d", iStream, pcCodec, param.iFrameRate);
-    if (given(GIVEN_BIT_RATE) && !mjpeg)
-        pairs.Addf("&videoin_c0_s%d_%s_bitrate=%d", iStream, pcCodec, param.iBitRate * 1000);
-    if (given(GIVEN_INTRA_PERIOD) && !mjpeg)
-        pairs.Addf("&videoin_c0_s%d_%s_intraperiod=%d", iStream, pcCodec, param.iIntraPeriod);
-    if (given(GIVEN_QUALITY))
-        pairs.Addf("&videoin_c0_s%d_%s_quant=%d", iStream, pcCodec, param.iQuality);
-    if (given(GIVEN_RATE_CONTROL) && !mjpeg)
-        pairs.Addf("&videoin_c0_s%d_%s_ratecontrolmode=%s", iStream, pcCodec, param.acRateControl);
+    pairs.AddGiven(GIVEN_RESOLUTION, "&videoin_c0_s%d_resolution=%s", iStream, param.acResolution);
+    pairs.AddGiven(GIVEN_FRAME_RATE, "&videoin_c0_s%d_%s_maxframe=%d", iStream, pcCodec, param.iFrameRate);
+    if (!mjpeg)
+        pairs.AddGiven(GIVEN_BIT_RATE, "&videoin_c0_s%d_%s_bitrate=%d", iStream, pcCodec, param.iBitRate * 1000);
+    if (!mjpeg)
+        pairs.AddGiven(GIVEN_INTRA_PERIOD, "&videoin_c0_s%d_%s_intraperiod=%d", iStream, pcCodec,
+                       param.iIntraPeriod);
+    pairs.AddGiven(GIVEN_QUALITY, "&videoin_c0_s%d_%s_quant=%d", iStream, pcCodec, param.iQuality);
+    if (!mjpeg)
+        pairs.AddGiven(GIVEN_RATE_CONTROL, "&videoin_c0_s%d_%s_ratecontrolmode=%s", iStream, pcCodec,
+                       param.acRateControl);
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }
 

@@ -2,6 +2,7 @@
 
 #include "configer/pairs.h"
 #include "configer/reply.h"
+#include "dispatch/keys.h"
 #include "dispatch/request_text.h"
 
 namespace
@@ -15,13 +16,29 @@ enum Given : uint32_t {
     GIVEN_PASS = 0x10,
 };
 
-/** Takes a text of the account when it is given and fits. */
-template <size_t N>
-void TakeText(std::string_view text, std::string_view key, char (&acField)[N], uint32_t uiBit, uint32_t &uiSetMask)
+bool TakeSwitch(std::string_view value, DDNSParam &param)
 {
-    if (GetStringValueFromText(text, key, acField) == 0)
-        uiSetMask |= uiBit;
+    param.iDDNSEnable = value == "on" ? 1 : 0;
+    return value == "on" || value == "off";
 }
+
+bool TakeProvider(std::string_view value, DDNSParam &param)
+{
+    DDNS_SetProvider(param.tDDNS, value);
+    return true;
+}
+
+/**
+ * KEPT: keys are found by substring, so "ddnsprovider=" and its like, the names of the network settings, work too.
+ */
+constexpr KeyRow KEYS[] = {
+    // Longer than other switches: a bad value of up to 63 characters is refused, not passed over.
+    KeySpecial<TakeSwitch>("ddns=", GIVEN_DDNS, 63),
+    KeySpecial<TakeProvider>("provider=", GIVEN_PROVIDER, sizeof DDNSAccount::acProvider - 1),
+    KeyText<&DDNSParam::tDDNS, &DDNSAccount::acHost>("host=", GIVEN_HOST),
+    KeyText<&DDNSParam::tDDNS, &DDNSAccount::acUser>("user=", GIVEN_USER),
+    KeyText<&DDNSParam::tDDNS, &DDNSAccount::acPass>("pass=", GIVEN_PASS),
+};
 
 } // namespace
 
@@ -30,41 +47,21 @@ int Parser_DDNS_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::DDNS, __func__, text) != 0)
         return -1;
-    auto &param = Session_Param<DDNSParam>(slot);
-    // The switch is looked at as a text of up to 63 characters: a long bad value is refused here, not passed over.
-    char acWord[64];
-    if (GetStringValueFromText(text, "ddns=", acWord) == 0) {
-        const std::string_view word = acWord;
-        if (word != "on" && word != "off")
-            return Session_Refuse(slot, StatusKind::BadRequest);
-        param.iDDNSEnable = word == "on" ? 1 : 0;
-        param.uiSetMask |= GIVEN_DDNS;
-    }
-    // KEPT: keys are found by substring, so "ddnsprovider=" and its like, the names of the network settings, work
-    // too.
-    char acProvider[sizeof param.tDDNS.acProvider];
-    if (GetStringValueFromText(text, "provider=", acProvider) == 0) {
-        DDNS_SetProvider(param.tDDNS, acProvider);
-        param.uiSetMask |= GIVEN_PROVIDER;
-    }
-    TakeText(text, "host=", param.tDDNS.acHost, GIVEN_HOST, param.uiSetMask);
-    TakeText(text, "user=", param.tDDNS.acUser, GIVEN_USER, param.uiSetMask);
-    TakeText(text, "pass=", param.tDDNS.acPass, GIVEN_PASS, param.uiSetMask);
+    if (Request_TakeKeys(text, KEYS, Session_Param<DDNSParam>(slot)) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_DDNS(SessionSlot &slot)
 {
     const auto &param = Session_Param<DDNSParam>(slot);
-    const auto given = [&param](uint32_t uiBit) { return (param.uiSetMask & uiBit) != 0; };
-    TextBuffer<2048> pairs;
-    if (given(GIVEN_DDNS))
-        pairs.Addf("&ddns_enable=%d", param.iDDNSEnable);
+    PairBuffer<2048> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_DDNS, "&ddns_enable=%d", param.iDDNSEnable);
     DDNS_AddPairs(pairs, param.tDDNS,
-                  {.provider = given(GIVEN_PROVIDER),
-                   .host = given(GIVEN_HOST),
-                   .user = given(GIVEN_USER),
-                   .pass = given(GIVEN_PASS)});
+                  {.provider = pairs.Given(GIVEN_PROVIDER),
+                   .host = pairs.Given(GIVEN_HOST),
+                   .user = pairs.Given(GIVEN_USER),
+                   .pass = pairs.Given(GIVEN_PASS)});
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed, StatusKind::InvalidParameter);
 }
 

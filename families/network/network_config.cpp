@@ -45,13 +45,6 @@ bool TakeProvider(std::string_view value, Param &param)
     return true;
 }
 
-template <auto Member>
-bool TakeDDNSText(std::string_view value, Param &param)
-{
-    Text_Copy(param.tDDNS.*Member, value);
-    return true;
-}
-
 constexpr KeyRow KEYS[] = {
     KeyWord<&Param::iDHCP>("dhcp=", GIVEN_DHCP, "on", "off"),
     KeyText<&Param::acIPAddr>("ip=", GIVEN_IP, NetUtility_IsAddressText),
@@ -64,9 +57,9 @@ constexpr KeyRow KEYS[] = {
     KeyText<&Param::acPPPoEPass>("pppoepass=", GIVEN_PPPOE_PASS),
     KeyWord<&Param::iDDNSEnable>("ddns=", GIVEN_DDNS, "on", "off"),
     KeySpecial<TakeProvider>("ddnsprovider=", GIVEN_DDNS_PROVIDER, sizeof DDNSAccount::acProvider - 1),
-    KeySpecial<TakeDDNSText<&DDNSAccount::acHost>>("ddnshost=", GIVEN_DDNS_HOST, sizeof DDNSAccount::acHost - 1),
-    KeySpecial<TakeDDNSText<&DDNSAccount::acUser>>("ddnsuser=", GIVEN_DDNS_USER, sizeof DDNSAccount::acUser - 1),
-    KeySpecial<TakeDDNSText<&DDNSAccount::acPass>>("ddnspass=", GIVEN_DDNS_PASS, sizeof DDNSAccount::acPass - 1),
+    KeyText<&Param::tDDNS, &DDNSAccount::acHost>("ddnshost=", GIVEN_DDNS_HOST),
+    KeyText<&Param::tDDNS, &DDNSAccount::acUser>("ddnsuser=", GIVEN_DDNS_USER),
+    KeyText<&Param::tDDNS, &DDNSAccount::acPass>("ddnspass=", GIVEN_DDNS_PASS),
     KeyWord<&Param::iUPnP>("upnp=", GIVEN_UPNP, "on", "off"),
     KeyInt<&Param::iHTTPPort>("httpport=", GIVEN_HTTP_PORT, 1, 65535),
     KeyInt<&Param::iHTTPExternalPort>("httpexternalport=", GIVEN_HTTP_EXTERNAL_PORT, 1, 65535),
@@ -74,44 +67,28 @@ constexpr KeyRow KEYS[] = {
 };
 
 /** KEPT: pairs that follow an absent DHCP pair begin with "&" all the same; the store passes over it. */
-void AddPairs(TextBuilder &pairs, const Param &param)
+void AddPairs(PairBuilder &pairs, const Param &param)
 {
-    const auto given = [&param](uint32_t uiBit) { return (param.uiSetMask & uiBit) != 0; };
-    if (given(GIVEN_DHCP))
-        pairs.Addf("network_resetip=%d", param.iDHCP);
-    if (given(GIVEN_IP))
-        pairs.Addf("&network_ipaddress=%s", param.acIPAddr);
-    if (given(GIVEN_NETMASK))
-        pairs.Addf("&network_subnet=%s", param.acNetmask);
-    if (given(GIVEN_GATEWAY))
-        pairs.Addf("&network_router=%s", param.acGateway);
-    if (given(GIVEN_DNS1))
-        pairs.Addf("&network_dns1=%s", param.acDNS1);
-    if (given(GIVEN_DNS2))
-        pairs.Addf("&network_dns2=%s", param.acDNS2);
-    if (given(GIVEN_PPPOE))
-        pairs.Addf("&network_type=%s", param.iPPPoE == 1 ? "pppoe" : "lan");
-    if (given(GIVEN_PPPOE_USER))
-        pairs.Addf("&network_pppoe_user=%s", param.acPPPoEUser);
-    if (given(GIVEN_PPPOE_PASS))
-        pairs.Addf("&network_pppoe_pass=%s", param.acPPPoEPass);
-    if (given(GIVEN_DDNS))
-        pairs.Addf("&ddns_enable=%d", param.iDDNSEnable);
+    pairs.AddGiven(GIVEN_DHCP, "network_resetip=%d", param.iDHCP);
+    pairs.AddGiven(GIVEN_IP, "&network_ipaddress=%s", param.acIPAddr);
+    pairs.AddGiven(GIVEN_NETMASK, "&network_subnet=%s", param.acNetmask);
+    pairs.AddGiven(GIVEN_GATEWAY, "&network_router=%s", param.acGateway);
+    pairs.AddGiven(GIVEN_DNS1, "&network_dns1=%s", param.acDNS1);
+    pairs.AddGiven(GIVEN_DNS2, "&network_dns2=%s", param.acDNS2);
+    pairs.AddGiven(GIVEN_PPPOE, "&network_type=%s", param.iPPPoE == 1 ? "pppoe" : "lan");
+    pairs.AddGiven(GIVEN_PPPOE_USER, "&network_pppoe_user=%s", param.acPPPoEUser);
+    pairs.AddGiven(GIVEN_PPPOE_PASS, "&network_pppoe_pass=%s", param.acPPPoEPass);
+    pairs.AddGiven(GIVEN_DDNS, "&ddns_enable=%d", param.iDDNSEnable);
     DDNS_AddPairs(pairs, param.tDDNS,
-                  {.provider = given(GIVEN_DDNS_PROVIDER),
-                   .host = given(GIVEN_DDNS_HOST),
-                   .user = given(GIVEN_DDNS_USER),
-                   .pass = given(GIVEN_DDNS_PASS)});
-    if (given(GIVEN_UPNP))
-        pairs.Addf("&upnpportforwarding_enable=%d", param.iUPnP);
-    if (given(GIVEN_HTTP_PORT))
-        pairs.Addf("&network_http_port=%d", param.iHTTPPort);
-    if (given(GIVEN_HTTP_EXTERNAL_PORT))
-        pairs.Addf("&network_http_alternateport=%d", param.iHTTPExternalPort);
-    if (given(GIVEN_RTSP_PORT))
-        pairs.Addf("&network_rtsp_port=%d", param.iRTSPPort);
-    if (given(RESTARTS_CAMERA))
-        pairs.Add("&system_reset=10");
+                  {.provider = pairs.Given(GIVEN_DDNS_PROVIDER),
+                   .host = pairs.Given(GIVEN_DDNS_HOST),
+                   .user = pairs.Given(GIVEN_DDNS_USER),
+                   .pass = pairs.Given(GIVEN_DDNS_PASS)});
+    pairs.AddGiven(GIVEN_UPNP, "&upnpportforwarding_enable=%d", param.iUPnP);
+    pairs.AddGiven(GIVEN_HTTP_PORT, "&network_http_port=%d", param.iHTTPPort);
+    pairs.AddGiven(GIVEN_HTTP_EXTERNAL_PORT, "&network_http_alternateport=%d", param.iHTTPExternalPort);
+    pairs.AddGiven(GIVEN_RTSP_PORT, "&network_rtsp_port=%d", param.iRTSPPort);
+    pairs.AddGiven(RESTARTS_CAMERA, "&system_reset=10");
 }
 
 } // namespace
@@ -129,7 +106,7 @@ int Parser_NetworkConfig_Set(SessionSlot &slot)
 int MappingSetRoutine_NetworkConfig(SessionSlot &slot)
 {
     const auto &param = Session_Param<Param>(slot);
-    TextBuffer<2048> pairs;
+    PairBuffer<2048> pairs(param.uiSetMask);
     AddPairs(pairs, param);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;

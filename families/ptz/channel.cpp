@@ -56,3 +56,15 @@ int Session_SendCommand(SessionSlot &slot, std::string_view command)
     return PTZCtrl_SendCommand(command) == 0 ? Session_Succeed(slot)
                                              : Session_Fail(slot, StatusKind::InternalError);
 }
+
+// KEPT: only the beginning of an "act=" is looked at; clients send "delete", "gone" and "stopped" as well.
+int PTZ_TakeAct(std::string_view act, std::span<const ActWord> words, std::span<char> command)
+{
+    for (const ActWord &word : words) {
+        if (act.starts_with(word.prefix)) {
+            Text_Copy(command, word.command);
+            return 0;
+        }
+    }
+    return -1;
+}

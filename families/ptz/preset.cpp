@@ -8,11 +8,7 @@
 namespace
 {
 
-/** KEPT: the words of "act=" are matched by their beginning alone; clients send "delete" and "gone" as well. */
-constexpr struct {
-    std::string_view prefix;
-    std::string_view command;
-} ACTIONS[] = {{"add", "cam=preset&name"}, {"del", "cam=clearpreset&name"}, {"go", "recall"}};
+constexpr ActWord ACTIONS[] = {{"add", "cam=preset&name"}, {"del", "cam=clearpreset&name"}, {"go", "recall"}};
 
 } // namespace
 
@@ -24,15 +20,9 @@ int Parser_Preset_Set(SessionSlot &slot)
     auto &param = Session_Param<PresetParam>(slot);
     char acAct[8];
     if (GetStringValueFromText(text, "name=", param.acName) != 0 ||
-        GetStringValueFromText(text, "act=", acAct) != 0)
+        GetStringValueFromText(text, "act=", acAct) != 0 || PTZ_TakeAct(acAct, ACTIONS, param.acCommand) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    for (const auto &action : ACTIONS) {
-        if (std::string_view(acAct).starts_with(action.prefix)) {
-            Text_Copy(param.acCommand, action.command);
-            return Session_Accept(slot);
-        }
-    }
-    return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
 }
 
 int MappingSetRoutine_Preset(SessionSlot &slot)

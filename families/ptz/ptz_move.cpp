@@ -15,6 +15,8 @@ enum GivenDirection : uint32_t { GIVEN_DIRECTION = 0x1, GIVEN_SPEED = 0x2 };
 
 constexpr int32_t MAX_STEP = 32;
 constexpr int32_t STEPS_PER_PICTURE = 64;
+/** The PTZ daemon's speeds begin at -4. */
+constexpr int32_t SPEED_OFFSET = 5;
 
 constexpr KeyRow MOVE_KEYS[] = {
     KeyInt<&PTZMoveRelParam::iPan>("p=", GIVEN_PAN, -MAX_STEP, MAX_STEP),
@@ -38,11 +40,7 @@ constexpr struct {
     {6, "focus=far", nullptr},      {7, "move=down", "&speedtilt="}, {8, "focus=near", nullptr},
 };
 
-/** KEPT: as with presets, the words of "act=" are matched by their beginning alone: "stopped" stops. */
-constexpr struct {
-    std::string_view prefix;
-    std::string_view command;
-} AUTO_PAN_WORDS[] = {{"go", "auto=pan"}, {"continue", "auto=pan"}, {"stop", "auto=stop"}};
+constexpr ActWord AUTO_PAN_WORDS[] = {{"go", "auto=pan"}, {"continue", "auto=pan"}, {"stop", "auto=stop"}};
 
 struct Resolution {
     char acWidth[8];
@@ -139,15 +137,11 @@ int Parser_AutoPan_Set(SessionSlot &slot)
     if (Parser_Begin(slot, SetIndex::AutoPan, __func__, text) != 0)
         return -1;
     auto &param = Session_Param<AutoPanParam>(slot);
-    if (GetStringValueFromText(text, "act=", param.acCommand) != 0)
+    char acAct[sizeof param.acCommand];
+    if (GetStringValueFromText(text, "act=", acAct) != 0 ||
+        PTZ_TakeAct(acAct, AUTO_PAN_WORDS, param.acCommand) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    for (const auto &word : AUTO_PAN_WORDS) {
-        if (std::string_view(param.acCommand).starts_with(word.prefix)) {
-            Text_Copy(param.acCommand, word.command);
-            return Session_Accept(slot);
-        }
-    }
-    return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
 }
 
 int MappingSetRoutine_AutoPan(SessionSlot &slot)
@@ -163,25 +157,25 @@ int Parser_RS485Do_Set(SessionSlot &slot)
     auto &param = Session_Param<RS485DoParam>(slot);
     if (Request_TakeKeys(text, DIRECTION_KEYS, param) != 0 || (param.uiSetMask & GIVEN_DIRECTION) == 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    param.iSpeed -= 5;
+    if ((param.uiSetMask & GIVEN_SPEED) != 0)
+        param.iSpeed -= SPEED_OFFSET;
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_RS485Do(SessionSlot &slot)
 {
     const auto &param = Session_Param<RS485DoParam>(slot);
-    TextBuffer<1024> command;
+    const bool hasSpeed = (param.uiSetMask & GIVEN_SPEED) != 0;
     for (const auto &direction : DIRECTIONS) {
         if (direction.iDirection != param.iDirection)
             continue;
-        command.Add(direction.command);
-        if ((param.uiSetMask & GIVEN_SPEED) == 0)
+        if (hasSpeed && direction.pcSpeedKey == nullptr)
             break;
-        if (direction.pcSpeedKey == nullptr)
-            return Session_Refuse(slot, StatusKind::BadRequest);
-        command.Addf("%s%d", direction.pcSpeedKey, param.iSpeed);
+        TextBuffer<64> command;
+        command.Add(direction.command);
+        if (hasSpeed)
+            command.Addf("%s%d", direction.pcSpeedKey, param.iSpeed);
+        return Session_SendCommand(slot, command.View());
     }
-    if (command.Empty())
-        return Session_Refuse(slot, StatusKind::BadRequest);
-    return Session_SendCommand(slot, command.View());
+    return Session_Refuse(slot, StatusKind::BadRequest);
 }

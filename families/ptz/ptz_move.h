@@ -25,7 +25,7 @@ struct AutoPanParam {
 struct RS485DoParam {
     uint32_t uiSetMask;
     int32_t iDirection; ///< 0 to 8, a key pad with home in its centre
-    int32_t iSpeed;     ///< -4 to 5
+    int32_t iSpeed;     ///< -4 to 5, when given
 };
 
 [[nodiscard]] int Parser_PTZMoveRel_Set(SessionSlot &slot);

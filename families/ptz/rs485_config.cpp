@@ -106,14 +106,14 @@ constexpr KeyRow KEYS[] = {
     KeyWord<&Param::iEnable>("enable=", GIVEN_ENABLE, "yes", "no"),
     KeySpecial<TakeProto>("proto=", GIVEN_PROTO, MAX_KEY_WORD),
     KeyInt<&Param::iDevId>("devid=", GIVEN_DEV_ID, 0, 255),
-    KeyInt<&Param::iBaudRate>("baudrate=", GIVEN_BAUD_RATE, 1200, 115200, IsBaudRate),
+    KeyInt<&Param::iBaudRate>("baudrate=", GIVEN_BAUD_RATE, IsBaudRate),
     KeyInt<&Param::iDataBits>("databits=", GIVEN_DATA_BITS, 7, 8),
     KeySpecial<TakeParity>("parity=", GIVEN_PARITY, MAX_KEY_WORD),
     KeyInt<&Param::iStopBits>("stopbits=", GIVEN_STOP_BITS, 1, 2),
     KeySpecial<RefuseDelayTime>("delaytime=", 0, MAX_KEY_WORD),
 };
 
-/** True when one of the numbers is given, but is so long that it is not read. */
+/** KEPT: a number that is too long to be read is refused here; elsewhere it counts as not given. */
 bool HasOverlongNumber(std::string_view text)
 {
     for (const KeyRow &row : KEYS) {
@@ -162,20 +162,15 @@ int Parser_RS485Config_Set(SessionSlot &slot)
 int MappingSetRoutine_RS485Config(SessionSlot &slot)
 {
     const auto &param = Session_Param<Param>(slot);
-    TextBuffer<1024> pairs;
-    const auto add = [&](uint32_t uiBit, const char *pcKey, int32_t iValue) {
-        if ((param.uiSetMask & uiBit) != 0)
-            pairs.Addf("%s%d", pcKey, iValue);
-    };
-    add(GIVEN_ENABLE, "camctrl_c0_isptz=", param.iEnable);
+    PairBuffer<1024> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_ENABLE, "camctrl_c0_isptz=%d", param.iEnable);
     // KEPT: without the first pair the text begins with "&"; the store takes an empty pair for none.
-    add(GIVEN_PROTO, "&uart_i0_ptzdriver=", param.iProto);
-    add(GIVEN_DEV_ID, "&camctrl_c0_cameraid=", param.iDevId);
-    add(GIVEN_BAUD_RATE, "&uart_i0_baudrate=", param.iBaudRate);
-    add(GIVEN_DATA_BITS, "&uart_i0_databit=", param.iDataBits);
-    if ((param.uiSetMask & GIVEN_PARITY) != 0)
-        pairs.Addf("&uart_i0_paritybit=%s", param.acParity);
-    add(GIVEN_STOP_BITS, "&uart_i0_stopbit=", param.iStopBits);
+    pairs.AddGiven(GIVEN_PROTO, "&uart_i0_ptzdriver=%d", param.iProto);
+    pairs.AddGiven(GIVEN_DEV_ID, "&camctrl_c0_cameraid=%d", param.iDevId);
+    pairs.AddGiven(GIVEN_BAUD_RATE, "&uart_i0_baudrate=%d", param.iBaudRate);
+    pairs.AddGiven(GIVEN_DATA_BITS, "&uart_i0_databit=%d", param.iDataBits);
+    pairs.AddGiven(GIVEN_PARITY, "&uart_i0_paritybit=%s", param.acParity);
+    pairs.AddGiven(GIVEN_STOP_BITS, "&uart_i0_stopbit=%d", param.iStopBits);
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }
 

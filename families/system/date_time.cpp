@@ -1,5 +1,6 @@
 #include "families/system/date_time.h"
 
+#include "configer/pairs.h"
 #include "configer/reply.h"
 #include "dispatch/keys.h"
 #include "dispatch/request_text.h"
@@ -35,12 +36,11 @@ void SplitNumbers(std::string_view text, char cSeparator, std::initializer_list<
     }
 }
 
-/** Hour 24, minute 60 and second 60 pass, and so does a day that its month does not have. */
+/** KEPT: hour 24, minute 60 and second 60 pass, and so does a day that its month does not have. */
 bool IsValidClock(const DateTimeParam &param)
 {
-    const auto within = [](int32_t iValue, int32_t iMin, int32_t iMax) { return iValue >= iMin && iValue <= iMax; };
-    return within(param.iMonth, 1, 12) && within(param.iDay, 1, 31) && within(param.iHour, 0, 24) &&
-           within(param.iMinute, 0, 60) && within(param.iSecond, 0, 60);
+    return IsWithin(param.iMonth, 1, 12) && IsWithin(param.iDay, 1, 31) && IsWithin(param.iHour, 0, 24) &&
+           IsWithin(param.iMinute, 0, 60) && IsWithin(param.iSecond, 0, 60);
 }
 
 bool TakeManualClock(std::string_view text, DateTimeParam &param)
@@ -90,11 +90,10 @@ bool TakeKeys(std::string_view text, DateTimeParam &param)
 
 int WriteTimeZone(const DateTimeParam &param)
 {
-    TextBuffer<64> pairs;
-    if ((param.uiSetMask & GIVEN_TIME_ZONE) != 0)
-        pairs.Addf("system_timezoneindex=%d", TimeZone_ToStore(param.iTimeZone));
+    PairBuffer<64> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_TIME_ZONE, "system_timezoneindex=%d", TimeZone_ToStore(param.iTimeZone));
     char acReply[1024];
-    // Without a zone the write is empty, and made all the same.
+    // KEPT: without a zone the write is empty, and made all the same.
     return Set_Configer_Parameter(acReply, pairs.View());
 }
 
@@ -103,15 +102,14 @@ int WriteClock(const DateTimeParam &param)
 {
     const bool ntp = param.iMethod != 0;
     const int32_t iInterval = ntp ? NTP_INTERVAL_S : 0;
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Addf("system_updateinterval=%d", iInterval);
-    if (ntp && (param.uiSetMask & GIVEN_TIME_SERVER) != 0)
-        pairs.Addf("&system_ntp=%s", param.acTimeServer);
-    if (!ntp && (param.uiSetMask & GIVEN_DATE) != 0)
-        pairs.Addf("&system_date=%d/%02d/%02d&system_time=%02d:%02d:%02d", param.iYear, param.iMonth, param.iDay,
-                   param.iHour, param.iMinute, param.iSecond);
-    if ((param.uiSetMask & GIVEN_DST) != 0)
-        pairs.Addf("&system_daylight_enable=%d", param.iDSTEnable);
+    if (ntp)
+        pairs.AddGiven(GIVEN_TIME_SERVER, "&system_ntp=%s", param.acTimeServer);
+    if (!ntp)
+        pairs.AddGiven(GIVEN_DATE, "&system_date=%d/%02d/%02d&system_time=%02d:%02d:%02d", param.iYear,
+                       param.iMonth, param.iDay, param.iHour, param.iMinute, param.iSecond);
+    pairs.AddGiven(GIVEN_DST, "&system_daylight_enable=%d", param.iDSTEnable);
 
     char acReply[1024];
     int32_t iStored = 0;
@@ -136,9 +134,9 @@ void ReadLocalClock(DateTimeResult &result)
 }
 
 /** Logs what could not be read, in the GET routine's name, and ends it. */
-int FailRead(SessionSlot &slot, const char *pcWhat)
+int FailRead(SessionSlot &slot, const char *pcMessage)
 {
-    Log_Crit("[%s]Get %s information failed\n", "MappingGetRoutine_DateTime", pcWhat);
+    Log_Crit("[%s]%s\n", "MappingGetRoutine_DateTime", pcMessage);
     return Session_Fail(slot, StatusKind::InternalError);
 }
 
@@ -174,20 +172,20 @@ int MappingGetRoutine_DateTime(SessionSlot &slot)
     if (result.iMethod == METHOD_NTP)
         reply.Text("system_ntp=", result.acTimeServer);
     if (reply.Failed())
-        return FailRead(slot, "NTP");
+        return FailRead(slot, "Get NTP information failed");
 
     ReadLocalClock(result);
     int32_t iZone = 0;
     reply.Get({"system_timezoneindex&"});
     reply.Int("system_timezoneindex=", iZone);
     if (reply.Failed())
-        return FailRead(slot, "TimeZone");
+        return FailRead(slot, "Get TimeZone information failed");
     result.iTimeZone = TimeZone_FromStore(iZone);
 
     reply.Get({"system_daylight_enable&"});
     reply.Bool("system_daylight_enable=", result.iDSTEnable);
     if (reply.Failed())
-        return FailRead(slot, "daylight");
+        return FailRead(slot, "Get daylight information failed");
     return Session_Succeed(slot);
 }
 

@@ -10,11 +10,6 @@ namespace
 
 enum Given : uint32_t { GIVEN_ENABLE = 0x1, GIVEN_WEEKDAY = 0x2, GIVEN_TIME = 0x4 };
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /** Reads "1,3,5": the days, single digits, with one "," between them. */
 bool TakeWeekday(std::string_view value, ScheduleRebootParam &param)
 {
@@ -32,11 +27,12 @@ bool TakeWeekday(std::string_view value, ScheduleRebootParam &param)
 /** Reads "hh:mm" with both digits each, 00:00 to 23:59. */
 bool TakeTime(std::string_view value, ScheduleRebootParam &param)
 {
-    if (value.size() != 5 || value[2] != ':' || !IsDigit(value[0]) || !IsDigit(value[1]) || !IsDigit(value[3]) ||
-        !IsDigit(value[4]))
+    if (value.size() != 5 || value[2] != ':')
         return false;
-    int32_t aiTime[2];
-    if (Text_ScanInts(value, ':', aiTime) != 0 || aiTime[0] > 23 || aiTime[1] > 59)
+    for (const size_t i : {0, 1, 3, 4})
+        if (!Text_IsDigit(value[i]))
+            return false;
+    if (std::string_view(value.data(), 2) > "23" || std::string_view(value.data() + 3, 2) > "59")
         return false;
     Text_Copy(param.acTime, value);
     return true;
@@ -84,13 +80,10 @@ int Parser_ScheduleReboot_Set(SessionSlot &slot)
 int MappingSetRoutine_ScheduleReboot(SessionSlot &slot)
 {
     const auto &param = Session_Param<ScheduleRebootParam>(slot);
-    TextBuffer<1024> pairs;
+    PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Add("event_i3_priority=255&event_i3_trigger=schedulereboot&");
-    if ((param.uiSetMask & GIVEN_ENABLE) != 0)
-        pairs.Addf("event_i3_enable=%d&", param.iEnable);
-    if ((param.uiSetMask & GIVEN_WEEKDAY) != 0)
-        pairs.Addf("event_i3_weekday=%d&", param.iWeekday);
-    if ((param.uiSetMask & GIVEN_TIME) != 0)
-        pairs.Addf("event_i3_begintime=%s&event_i3_endtime=%s&", param.acTime, param.acTime);
+    pairs.AddGiven(GIVEN_ENABLE, "event_i3_enable=%d&", param.iEnable);
+    pairs.AddGiven(GIVEN_WEEKDAY, "event_i3_weekday=%d&", param.iWeekday);
+    pairs.AddGiven(GIVEN_TIME, "event_i3_begintime=%s&event_i3_endtime=%s&", param.acTime, param.acTime);
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
 }

@@ -134,7 +134,7 @@ int MappingSetRoutine_DeleteUser(SessionSlot &slot)
             continue;
         if (name == ADMIN)
             return Session_Refuse(slot, StatusKind::BadRequest);
-        TextBuffer<128> query;
+        TextBuffer<128> query; // KEPT: the query has 127 characters at most, a longer name is cut
         query.Add("method=delete&username=");
         query.Add(name);
         if (RunAccountProgram(slot, query) != 0)

@@ -21,8 +21,7 @@ class RecorderShare : public testing::Test
     {
         store.ClearRequests();
         clock.sleeps.clear();
-        return Recorder_SetShareLocation(server != nullptr ? server : "", server != nullptr,
-                                         folder != nullptr ? folder : "", folder != nullptr);
+        return Recorder_SetShareLocation(server, folder);
     }
 
     RootEnvironment root;
