@@ -17,6 +17,7 @@ inline constexpr std::string_view GROUP_VIEW = "view";
 /** The account that always exists and always belongs to the group of the same name. */
 inline constexpr std::string_view ADMIN_ACCOUNT = "admin";
 
+/** A user, from the password, group and shadow files together. */
 struct Account {
     std::string name;
     std::string group;

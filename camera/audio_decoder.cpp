@@ -193,28 +193,36 @@ class AudioDecoder : public Neighbour
         });
     }
 
-    void endTalk() { talk_.reset(); }
+    void endTalk()
+    {
+        if (talk_)
+            last_ = describe(*talk_);
+        talk_.reset();
+    }
+
+    [[nodiscard]] nlohmann::json describe(const Talk &talk) const
+    {
+        return {{"file", pathOf(files_.all().back())},
+                {"seconds", talk.file.seconds()},
+                {"level", std::round(talk.level * 10) / 10}};
+    }
+
+    static std::string pathOf(const TalkFile &file) { return std::string(TALK_FOLDER.substr(1)) + "/" + file.name; }
 
     [[nodiscard]] nlohmann::json state() const
     {
         nlohmann::json files = nlohmann::json::array();
         for (const TalkFile &file : files_.all())
-            files.push_back(std::string(TALK_FOLDER.substr(1)) + "/" + file.name);
-        nlohmann::json current;
-        if (talk_)
-            current = {{"file", files.back()},
-                       {"seconds", talk_->file.seconds()},
-                       {"level", std::round(talk_->level * 10) / 10}};
-        return {{"talks", talks_},
-                {"frames", frames_},
-                {"rejected", rejected_},
-                {"current", current},
-                {"files", files}};
+            files.push_back(pathOf(file));
+        return {{"talks", talks_},       {"frames", frames_},
+                {"rejected", rejected_}, {"current", talk_ ? describe(*talk_) : nlohmann::json()},
+                {"last", last_},         {"files", files}};
     }
 
     std::string socketPath_;
     TalkFiles files_;
     std::optional<Talk> talk_;
+    nlohmann::json last_;     ///< what the talk before was, with the level of its end
     bool configured_ = false; ///< a decoder that was not told its codec plays nothing
     std::uint64_t talks_ = 0;
     std::uint64_t frames_ = 0;

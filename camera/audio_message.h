@@ -21,11 +21,14 @@ inline constexpr size_t AUDIO_FRAME_HEAD = 44;
 /** The longest datagram of a frame: the daemon's limit for a client's frame is below it. */
 inline constexpr size_t AUDIO_MAX_MESSAGE = 16384;
 
+/** Announces the codec of the frames that follow. */
 struct AudioConfiguration {
 };
+/** A piece of sound. */
 struct AudioFrame {
     std::string_view samples; ///< G.711 mu-law; lies in the datagram
 };
+/** Neither of the two. */
 struct AudioMalformed {
 };
 

@@ -23,6 +23,7 @@ enum class Need { AnyAccount, Operator, Admin };
 [[nodiscard]] Need neededFor(const HttpHead &head);
 [[nodiscard]] bool groupSuffices(std::string_view group, Need need);
 
+/** What a client has sent as its name and password (RFC 7617). */
 struct Credentials {
     std::string name;
     std::string password;

@@ -10,9 +10,12 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <cerrno>
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace camera
@@ -66,6 +69,8 @@ class Neighbourhood
 void runCamera(const Options &options)
 {
     signal(SIGPIPE, SIG_IGN);
+    if (access(options.daemon.c_str(), X_OK) != 0)
+        throw std::system_error(errno, std::generic_category(), "the daemon " + options.daemon);
     // Everything that ends with the camera is taken down in the reverse of this order. The io_context comes late:
     // what still waits on it may use all that stands before it.
     RootFolder root(options.root);
@@ -90,21 +95,24 @@ void runCamera(const Options &options)
     Supervisor supervisor(around, {.program = options.daemon, .verbose = options.verbose});
     WebServer server(around, std::move(listening),
                      options.authentication ? std::make_unique<Authenticator>(io, accounts) : nullptr);
-    const PowerCycle power(around, supervisor, server, [&] { return listenAtAddress(options.address, port); });
+    PowerCycle power(around, supervisor, server, [&] { return listenAtAddress(options.address, port); });
 
     asio::signal_set stopSignals(io, SIGINT, SIGTERM, SIGHUP);
     const std::function<void()> waitForStop = [&] {
         stopSignals.async_wait([&](const boost::system::error_code &error, int) {
             if (error)
                 return;
+            power.end();
             supervisor.stop([&] { io.stop(); });
             waitForStop(); // a second signal does not wait for a daemon that is busy
         });
     };
     waitForStop();
 
-    supervisor.start(
-        [&] { std::cout << "kelpa-camera: listening on " << url << ", root " << root.folder() << std::endl; });
+    supervisor.start([&] {
+        std::cout << "kelpa-camera: listening on " << url << ", root " << root.folder()
+                  << (options.authentication ? ", clients have to log in" : "") << std::endl;
+    });
     io.run();
 }
 

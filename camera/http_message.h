@@ -18,6 +18,7 @@ inline constexpr size_t HTTP_MAX_PATH = 127;
 inline constexpr size_t HTTP_MAX_QUERY = 4095;
 inline constexpr size_t HTTP_MAX_BODY = 4095;
 
+/** What the camera needs to know of a request's head. */
 struct HttpHead {
     std::string method;
     std::string path;  ///< as received, percent-encoding and all

@@ -24,12 +24,21 @@
  * To add one: write its file with a function that makes it, and name that function in neighbours.h. It is given the
  * Surroundings and finds there:
  *
- *   settings     store.text("key"), store.number("key"); store.watch("key", ...) tells of every set, whoever made
- * it events       events.emit({...}) raises one, events.connect(...) hears of all; inputs and motion windows own
- * URLs     router.add("POST", "/camera/input/" "*", ...), all of them below /camera/ state state.add("inputs", ...)
- * contributes a part of GET /camera/state daemon       daemonReady tells that a daemon has just taken up its work
+ *   settings     store.text("key"), store.number("key")
+ *                store.watch("key", ...) tells of every set, whoever made it
+ *
+ *   events       events.emit({...}) raises one, events.connect(...) hears of all: inputs and motion windows
+ *
+ *   own URLs     router.add("POST", "/camera/input/" "*", ...), all of them below /camera/
+ *
+ *   state        state.add("inputs", ...) contributes a part of GET /camera/state
+ *
+ *   daemon       daemonReady tells that a daemon has just taken up its work
+ *
  *   files        root.path("/tmp/ptzctrl") is where a path of the camera lies
+ *
  *   time, wires  io, for timers and sockets; clock is what the camera takes for the time
+ *
  *   power        rebootWanted.emit("reason") restarts the camera; powerOff and powerOn tell of it
  *
  * Subscriptions are kept as members: they end with the neighbour.
@@ -67,6 +76,7 @@ class StateBoard
     std::vector<NamedPart> parts_;
 };
 
+/** What a neighbour is given; see above. It outlives all neighbours. */
 struct Surroundings {
     boost::asio::io_context &io;
     const RootFolder &root;
@@ -83,6 +93,7 @@ struct Surroundings {
     PictureSource *pictures = nullptr;             ///< the streams, from the moment they are made
 };
 
+/** Does its work from its constructor to its destructor; nothing else is asked of it. */
 class Neighbour
 {
   public:

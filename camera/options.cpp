@@ -19,6 +19,8 @@ void parseListen(const std::string &text, Options &options)
     const size_t colon = text.rfind(':');
     const std::string port = colon == std::string::npos ? "" : text.substr(colon + 1);
     options.address = text.substr(0, colon);
+    if (options.address == "localhost")
+        options.address = "127.0.0.1";
     if (options.address.starts_with('[') && options.address.ends_with(']'))
         options.address = options.address.substr(1, options.address.size() - 2);
     else if (options.address.find(':') != std::string::npos)
@@ -61,7 +63,7 @@ Options parseOptions(std::span<const char *const> arguments)
             authentication = parseOnOff(name, value());
         else if (name == "--verbose")
             options.verbose = true;
-        else if (name == "--help")
+        else if (name == "--help" || name == "-h")
             options.help = true;
         else
             throw UsageError("unknown option " + name);

@@ -7,6 +7,7 @@
 namespace camera
 {
 
+/** The command line; parseOptions has put the defaults in. */
 struct Options {
     std::string root;
     std::string address = "127.0.0.1";

@@ -82,13 +82,12 @@ class Overlay
 
     enum class Side { Left, Right };
 
-    /** Writes a line at the top or the bottom; what does not fit the width is left out. */
-    void write(std::string_view text, Side side, bool top)
+    /** Writes a line at the top or the bottom, of at most so many characters; the rest is left out. */
+    void write(std::string_view text, Side side, bool top, int atMost)
     {
         std::vector<Glyph> glyphs = glyphsOf(text);
         const int margin = 4 * dot_;
-        const int room = (image_.width - 2 * margin) / (CELL_WIDTH * dot_);
-        glyphs.resize(std::min(glyphs.size(), static_cast<size_t>(std::max(0, room))));
+        glyphs.resize(std::min(glyphs.size(), static_cast<size_t>(std::max(0, std::min(atMost, room())))));
         const int width = static_cast<int>(glyphs.size()) * CELL_WIDTH * dot_;
         const int height = CELL_HEIGHT * dot_;
         if (glyphs.empty() || height + 2 * margin > image_.height)
@@ -145,10 +144,9 @@ Image drawPicture(const PictureContent &content)
     // The clock comes first where title and clock do not both find room.
     const std::string_view time = clock;
     const int rest = overlay.room() - static_cast<int>(time.size()) - 1;
-    overlay.write(std::string_view(content.title).substr(0, static_cast<size_t>(std::max(0, rest))),
-                  Overlay::Side::Left, true);
-    overlay.write(time, Overlay::Side::Right, true);
-    overlay.write(content.label, Overlay::Side::Left, false);
+    overlay.write(content.title, Overlay::Side::Left, true, rest);
+    overlay.write(time, Overlay::Side::Right, true, overlay.room());
+    overlay.write(content.label, Overlay::Side::Left, false, overlay.room());
     return image;
 }
 

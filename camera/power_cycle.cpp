@@ -27,6 +27,12 @@ PowerCycle::PowerCycle(Surroundings &around, Supervisor &supervisor, WebServer &
     });
 }
 
+void PowerCycle::end()
+{
+    down_ = true;
+    timer_.cancel();
+}
+
 void PowerCycle::goDown(const std::string &reason)
 {
     if (down_)

@@ -23,6 +23,9 @@ class PowerCycle
     PowerCycle(Surroundings &around, Supervisor &supervisor, WebServer &server,
                std::function<FileDescriptor()> listen);
 
+    /** The camera is switched off for good: no restart any more, and one that is going on is not completed. */
+    void end();
+
   private:
     void goDown(const std::string &reason);
     void comeUp();

@@ -27,6 +27,7 @@ struct PtzCentre {
     int height;
 };
 
+/* Presets are kept, forgotten and recalled by name. */
 struct PtzKeep {
     std::string name;
 };
@@ -40,6 +41,7 @@ struct PtzRecall {
 /** From -5, the slowest, to 5. A speed stays until it is given anew. */
 inline constexpr int MAX_PTZ_SPEED = 5;
 
+/** One command line of the daemon: whatever of this it names. */
 struct PtzCommand {
     std::optional<int> panSpeed = {};
     std::optional<int> tiltSpeed = {};

@@ -22,14 +22,8 @@ namespace
 {
 
 constexpr std::string_view FOLDERS[] = {
-    "/etc",
-    "/tmp",
-    "/usr/bin",
-    "/usr/share/www/cgi-bin/admin",
-    "/var/run/aenc/s0",
-    "/var/run/eventmgr",
-    "/var/run/http",
-    "/var/run/iod",
+    "/tmp",          "/usr/bin",     "/usr/share/www/cgi-bin/admin", "/var/run/aenc/s0", "/var/run/eventmgr",
+    "/var/run/http", "/var/run/iod",
 };
 constexpr std::string_view RUNTIME_FOLDERS[] = {"/tmp", "/var/run"};
 
@@ -80,12 +74,17 @@ RootFolder::RootFolder(const std::string &folder)
                                  std::to_string(MAX_FOLDER) + "): " + folder_);
     fs::create_directories(folder_);
     lock_ = lockFolder(folder_);
+    // The first file that a camera's folder gets tells it from everybody else's.
+    const bool isCameras = fs::exists(path(ACCOUNT_CONFIGURATION));
+    if (!isCameras && !fs::is_empty(folder_))
+        throw std::runtime_error(folder_ + " is neither empty nor a camera's: choose another folder with --root");
     fs::permissions(folder_, fs::perms::owner_all);
+    fs::create_directories(path("/etc"));
+    if (!isCameras)
+        replaceFile(path(ACCOUNT_CONFIGURATION), ACCOUNT_CONFIGURATION_TEXT, 0644);
     for (const std::string_view wanted : FOLDERS)
         fs::create_directories(path(wanted));
     removeRuntimeFiles();
-    if (!fs::exists(path(ACCOUNT_CONFIGURATION)))
-        replaceFile(path(ACCOUNT_CONFIGURATION), ACCOUNT_CONFIGURATION_TEXT, 0644);
     linkAccountProgram(path(ACCOUNT_PROGRAM));
 }
 

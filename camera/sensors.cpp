@@ -1,5 +1,6 @@
 #include "camera/neighbours.h"
 
+#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -29,16 +30,16 @@ class Sensors : public Neighbour
     explicit Sensors(Surroundings &around) : around_(around)
     {
         around.router.add("POST", "/camera/input/*", [this](const OwnRequest &request) {
-            return change(request, CameraEvent::Source::Input, "input", "capability_ndi");
+            return change(request, CameraEvent::Source::Input, "input", countOf("capability_ndi"));
         });
         around.router.add("POST", "/camera/motion/*", [this](const OwnRequest &request) {
-            return change(request, CameraEvent::Source::Motion, "motion", "capability_nmotion");
+            return change(request, CameraEvent::Source::Motion, "motion", countOf("capability_nmotion"));
         });
         around.state.add("inputs", [this] { return line("status_di_i", "capability_ndi"); });
         around.state.add("outputs", [this] { return line("status_do_i", "capability_ndo"); });
         around.state.add("motion", [this] {
             json windows = json::array();
-            for (int i = 0; i < around_.store.number("capability_nmotion"); ++i)
+            for (int i = 0; i < countOf("capability_nmotion"); ++i)
                 windows.push_back(
                     onOff(static_cast<size_t>(i) < motion_.size() && motion_[static_cast<size_t>(i)]));
             return windows;
@@ -46,23 +47,25 @@ class Sensors : public Neighbour
     }
 
   private:
+    /** The store may say anything; a camera has a few of each. */
+    [[nodiscard]] int countOf(const char *key) const { return std::clamp(around_.store.number(key), 0, 32); }
+
     json line(const std::string &status, const char *count) const
     {
         json states = json::array();
-        for (int i = 0; i < around_.store.number(count); ++i)
+        for (int i = 0; i < countOf(count); ++i)
             states.push_back(onOff(around_.store.text(status + std::to_string(i)).starts_with('1')));
         return states;
     }
 
-    HttpResponse change(const OwnRequest &request, CameraEvent::Source source, const std::string &name,
-                        const char *count)
+    HttpResponse change(const OwnRequest &request, CameraEvent::Source source, const std::string &name, int highest)
     {
         int number = 0;
         const char *const end = request.tail.data() + request.tail.size();
         const auto [parsed, error] = std::from_chars(request.tail.data(), end, number);
-        const int highest = around_.store.number(count);
+        const std::string noun = source == CameraEvent::Source::Motion ? "motion window" : "input";
         if (error != std::errc() || parsed != end || number < 1 || number > highest)
-            return errorResponse(404, "there is no " + name + " " + request.tail + ", only 1 to " +
+            return errorResponse(404, "there is no " + noun + " " + request.tail + ", only 1 to " +
                                           std::to_string(highest));
         const std::string state = request.parameter("state");
         if (state != "on" && state != "off")

@@ -53,11 +53,15 @@ Store::Store(const std::string &file)
     database_.reset(database);
     if (result != SQLITE_OK)
         fail(database, file.c_str());
-    // With a write-ahead log a commit does not wait for the disk; the end of this process loses nothing.
-    execute("PRAGMA journal_mode=WAL");
-    execute("PRAGMA synchronous=NORMAL");
-    execute("CREATE TABLE IF NOT EXISTS settings (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID");
-    load();
+    try {
+        // With a write-ahead log a commit does not wait for the disk; the end of this process loses nothing.
+        execute("PRAGMA journal_mode=WAL");
+        execute("PRAGMA synchronous=NORMAL");
+        execute("CREATE TABLE IF NOT EXISTS settings (key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID");
+        load();
+    } catch (const StoreError &error) {
+        throw StoreError(file + ": " + error.what() + "; to begin with the factory settings, remove it");
+    }
 }
 
 Store::~Store() = default;

@@ -15,6 +15,7 @@ struct sqlite3;
 namespace camera
 {
 
+/** One pair of the configuration. */
 struct Setting {
     std::string key;
     std::string value;

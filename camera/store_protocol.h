@@ -23,9 +23,11 @@ namespace camera
 /** The longest request that is looked at; the daemon sends at most 2047 bytes. */
 inline constexpr size_t STORE_MAX_REQUEST = 65536;
 
+/** Asks for values. */
 struct StoreGet {
     std::vector<std::string> keys;
 };
+/** Changes values, all or none. */
 struct StoreSet {
     std::vector<Setting> settings;
 };

@@ -126,9 +126,9 @@ nlohmann::json StreamChannel::state()
         dropped += client->dropped();
     nlohmann::json line = {{"profile", profile_},
                            {"clients", clients_.size()},
-                           {"framesDrawn", framesDrawn_},
-                           {"framesSent", framesSent()},
-                           {"framesDropped", dropped}};
+                           {"frames_drawn", framesDrawn_},
+                           {"frames_sent", framesSent()},
+                           {"frames_dropped", dropped}};
     if (const std::optional<StreamProfile> profile = readProfile(around_.store, profile_)) {
         line["codec"] = profile->codec;
         line["resolution"] = toText(profile->resolution);

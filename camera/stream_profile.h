@@ -12,6 +12,7 @@ namespace camera
 
 struct Surroundings;
 
+/** The size of a picture in pixels. */
 struct Resolution {
     int width, height;
     bool operator==(const Resolution &) const = default;

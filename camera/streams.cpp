@@ -158,7 +158,7 @@ class Streams : public Neighbour, private PictureSource
             profiles.push_back(channel.state());
             sent += channel.framesSent();
         }
-        return {{"clients", clientCount()}, {"framesSent", sent}, {"profiles", std::move(profiles)}};
+        return {{"clients", clientCount()}, {"frames_sent", sent}, {"profiles", std::move(profiles)}};
     }
 
     Surroundings &around_;

@@ -36,6 +36,8 @@ constexpr milliseconds MAX_BACK_OFF(10000);
 constexpr milliseconds HEALTHY_TIME(10000);
 /** A request may keep the daemon busy for a few seconds; after that it is killed. */
 constexpr milliseconds STOP_TIME(5000);
+/** What is kept of the daemon's output, for the message of its end. */
+constexpr size_t MAX_LAST_WORDS = 1000;
 
 /** The environment of this process with some variables of the daemon's. */
 class Environment
@@ -112,7 +114,19 @@ Supervisor::~Supervisor()
 void Supervisor::start(std::function<void()> settled)
 {
     settled_ = std::move(settled);
-    spawn();
+    tryToSpawn();
+}
+
+void Supervisor::tryToSpawn()
+{
+    try {
+        spawn();
+    } catch (const std::system_error &failure) { // no process or descriptor is to be had at the moment
+        std::cerr << "kelpa-camera: " << failure.what() << "\n";
+        backOff_ = std::max(backOff_, FIRST_BACK_OFF);
+        settle();
+        startLater();
+    }
 }
 
 void Supervisor::settle()
@@ -147,6 +161,7 @@ void Supervisor::spawn()
         throw std::system_error(errno, std::generic_category(), "cannot start the daemon");
     setpgid(child_, child_); // the child does it too: whoever comes first
     ++starts_;
+    lastWords_.clear();
     startedAt_ = std::chrono::steady_clock::now();
     output_.emplace(around_.io, readEnd.release());
     readOutput();
@@ -159,10 +174,28 @@ void Supervisor::readOutput()
                              [this](const boost::system::error_code &error, size_t got) {
                                  if (error)
                                      return;
-                                 if (options_.verbose)
-                                     std::cout.write(outputBuffer_, static_cast<std::streamsize>(got)).flush();
+                                 takeOutput({outputBuffer_, got});
                                  readOutput();
                              });
+}
+
+void Supervisor::takeOutput(std::string_view text)
+{
+    if (options_.verbose)
+        std::cout << text << std::flush;
+    lastWords_.append(text);
+    if (lastWords_.size() > MAX_LAST_WORDS)
+        lastWords_.erase(0, lastWords_.size() - MAX_LAST_WORDS);
+}
+
+void Supervisor::takeRemainingOutput()
+{
+    boost::system::error_code error;
+    output_->non_blocking(true, error);
+    while (!error)
+        if (const size_t got = output_->read_some(asio::buffer(outputBuffer_), error); got > 0)
+            takeOutput({outputBuffer_, got});
+    output_.reset();
 }
 
 void Supervisor::watchForReadiness()
@@ -201,7 +234,7 @@ void Supervisor::childEnded(int status)
     signalGroup(SIGKILL); // what it has started goes with it
     child_ = -1;
     ready_ = false;
-    output_.reset();
+    takeRemainingOutput();
     unlink(pidFile_.c_str());
     if (stopped_) {
         timer_.cancel();
@@ -211,6 +244,8 @@ void Supervisor::childEnded(int status)
     backOff_ = healthy || backOff_ == milliseconds(0) ? FIRST_BACK_OFF : std::min(backOff_ * 2, MAX_BACK_OFF);
     std::cerr << "kelpa-camera: the daemon " << options_.program << " " << describe(status)
               << "; it is started again in " << backOff_.count() << " ms\n";
+    if (!healthy && !options_.verbose && !lastWords_.empty())
+        std::cerr << "It said last:\n" << lastWords_ << (lastWords_.ends_with('\n') ? "" : "\n");
     settle();
     startLater();
 }
@@ -219,14 +254,8 @@ void Supervisor::startLater()
 {
     timer_.expires_after(backOff_);
     timer_.async_wait([this](const boost::system::error_code &error) {
-        if (error)
-            return;
-        try {
-            spawn();
-        } catch (const std::system_error &failure) { // no process or descriptor is to be had at the moment
-            std::cerr << "kelpa-camera: " << failure.what() << "\n";
-            startLater();
-        }
+        if (!error)
+            tryToSpawn();
     });
 }
 

@@ -42,10 +42,13 @@ class Supervisor
 
   private:
     void spawn();
+    void tryToSpawn();
     void startLater();
     void waitForChild();
     void childEnded(int status);
     void readOutput();
+    void takeOutput(std::string_view text);
+    void takeRemainingOutput();
     void watchForReadiness();
     void settle();
     void stopped();
@@ -59,6 +62,7 @@ class Supervisor
     boost::asio::steady_timer timer_; ///< until the next look for readiness, the next start, or the kill
     std::optional<boost::asio::posix::stream_descriptor> output_;
     char outputBuffer_[4096];
+    std::string lastWords_; ///< the end of what the daemon has printed
     pid_t child_ = -1;
     bool ready_ = false;
     int starts_ = 0;

@@ -23,6 +23,8 @@ namespace
 constexpr std::chrono::seconds CLIENT_TIME(10);
 /** More connections than that are refused: each may cost a descriptor here and one on its way to the daemon. */
 constexpr int MAX_CLIENTS = 400;
+/** So many are told so at a time; beyond that they are closed without a word. */
+constexpr int MAX_REFUSALS = 50;
 
 constexpr std::string_view DAEMON_PREFIXES[] = {"/common/", "/config/", "/video/", "/dev/", "/cgi/admin/"};
 /** The body of this URL is a stream, which the daemon reads itself. */
@@ -116,18 +118,23 @@ void WebServer::open(FileDescriptor listening)
 
 void WebServer::accept(FileDescriptor socket)
 {
-    if (*clients_ == MAX_CLIENTS) {
-        // It was not asked for anything yet; what fits the socket's buffer is all that it gets.
-        const std::string text = serialise(plainResponse(503));
-        [[maybe_unused]] const ssize_t sent =
-            send(socket.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (*clients_ == MAX_CLIENTS + MAX_REFUSALS)
         return;
-    }
+    const bool refused = *clients_ >= MAX_CLIENTS;
     ++*clients_;
     std::shared_ptr<void> place(clients_.get(), [clients = clients_](void *) { --*clients; });
     std::string peer = peerAddress(socket.get());
-    asio::co_spawn(around_.io, serve(Client(around_.io, std::move(socket)), std::move(peer), std::move(place)),
+    Client client(around_.io, std::move(socket));
+    asio::co_spawn(around_.io,
+                   refused ? refuse(std::move(client), std::move(place))
+                           : serve(std::move(client), std::move(peer), std::move(place)),
                    asio::detached);
+}
+
+asio::awaitable<void> WebServer::refuse(Client client, [[maybe_unused]] std::shared_ptr<void> place)
+{
+    HttpResponse response = plainResponse(503);
+    co_await reply(client, std::move(response));
 }
 
 asio::awaitable<void> WebServer::serve(Client client, std::string peer,

@@ -32,6 +32,7 @@ class WebServer
   private:
     void accept(FileDescriptor socket);
     boost::asio::awaitable<void> serve(Client client, std::string peer, std::shared_ptr<void> place);
+    boost::asio::awaitable<void> refuse(Client client, std::shared_ptr<void> place);
     boost::asio::awaitable<void> handOver(Client &client, const HttpHead &head, const std::string &body);
     boost::asio::awaitable<HttpResponse> routed(OwnRequest request);
     boost::asio::awaitable<void> answer(Client &client, const HttpHead &head, const std::string &body);

@@ -87,9 +87,9 @@ TEST_F(CameraReaction, HeadGoesWhereTheClientSendsItAndKeepsPresets)
     ask("/config/ptz_move_rel.cgi?p=0&t=0&z=32");
     EXPECT_GT(waitForRest()["zoom"], 1.5);
     ask("/config/auto_pan.cgi?act=go");
-    EXPECT_EQ(camera.state()["ptz"]["autopan"], true);
+    EXPECT_EQ(camera.state()["ptz"]["auto_pan"], true);
     ask("/config/auto_pan.cgi?act=stop");
-    EXPECT_EQ(waitForRest()["autopan"], false);
+    EXPECT_EQ(waitForRest()["auto_pan"], false);
 
     EXPECT_EQ(camera.stop(SIGTERM), 0);
     camera.start();

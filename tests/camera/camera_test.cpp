@@ -210,7 +210,7 @@ TEST(Camera, DeadDaemonIsStartedAgainAndToldWhatIsActive)
 
 TEST(Camera, WithoutADaemonTheAnswerIs503)
 {
-    const CameraProcess camera({"--kelpa", "/nonexistent"});
+    const CameraProcess camera({"--kelpa", "/bin/false"});
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 503);
     EXPECT_EQ(camera.state()["daemon"]["ready"], false);
 }

@@ -37,7 +37,7 @@ class HandOverTest : public testing::Test
         return FileDescriptor(socket);
     }
 
-    CameraProcess camera{{"--kelpa", "/nonexistent"}};
+    CameraProcess camera{{"--kelpa", "/bin/false"}};
     FDCGI_Handle endpoint = nullptr;
 };
 

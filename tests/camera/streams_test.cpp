@@ -292,7 +292,7 @@ TEST(Streams, OneClientThatReadsNothingHoldsNobodyUp)
     for (;;) {
         (void)stream.readPart();
         const nlohmann::json profile = camera.state()["streams"]["profiles"][1];
-        if (profile["framesDropped"] > 30)
+        if (profile["frames_dropped"] > 30)
             break;
     }
     EXPECT_GE(camera.state()["streams"]["clients"], 2);
@@ -324,7 +324,7 @@ TEST(Streams, NothingIsDrawnWhileNobodyWatches)
     const CameraProcess camera;
     setInStore(camera, "videoin_c0_s1_mjpeg_maxframe=100&");
     const auto streams = [&] { return camera.state()["streams"]; };
-    EXPECT_EQ(streams()["profiles"][1]["framesDrawn"], 0);
+    EXPECT_EQ(streams()["profiles"][1]["frames_drawn"], 0);
     {
         StreamReader stream(camera);
         (void)stream.readFrame();
@@ -333,10 +333,10 @@ TEST(Streams, NothingIsDrawnWhileNobodyWatches)
     while (streams()["clients"] != 0)
         std::this_thread::yield();
     (void)camera.get("/camera/snapshot?profile=1"); // a picture that was begun is done before this one
-    const int drawn = streams()["profiles"][1]["framesDrawn"];
+    const int drawn = streams()["profiles"][1]["frames_drawn"];
     for (int i = 0; i < 10; ++i)
         EXPECT_EQ(statusOf(camera.get("/camera/snapshot?profile=1")), 200);
-    EXPECT_EQ(streams()["profiles"][1]["framesDrawn"], drawn);
+    EXPECT_EQ(streams()["profiles"][1]["frames_drawn"], drawn);
     StreamReader again(camera);
     (void)again.readFrame();
 }
