@@ -13,18 +13,13 @@ const std::string FIXED =
     "event_i2_action_server_i0_enable=0&event_i2_action_server_i1_enable=0&event_i2_action_server_i2_enable=0&"
     "event_i2_action_server_i3_enable=0&event_i2_action_server_i4_enable=0&event_i2_action_patrol_enable=0&";
 
-std::string Request(int motion, int in1, int in2)
-{
-    return "out1ByMotion=" + std::to_string(motion) + "&out1ByIn1=" + std::to_string(in1) +
-           "&out1ByIn2=" + std::to_string(in2);
-}
+const std::string NO_TRIGGER = "out1ByMotion=0&out1ByIn1=0&out1ByIn2=0";
 
-std::string Reply(int enable, int motion, int in1, int in2)
+std::string Reply(int enable, const std::string &motion, const std::string &in1, const std::string &in2)
 {
     return OkReply("<config><digitalOutput><toOut1><enable>" + std::to_string(enable) +
-                   "</enable><triggerBy><byMotion>" + std::to_string(motion) + "</byMotion><byIn1>" +
-                   std::to_string(in1) + "</byIn1><byIn2>" + std::to_string(in2) +
-                   "</byIn2></triggerBy></toOut1></digitalOutput></config>");
+                   "</enable><triggerBy><byMotion>" + motion + "</byMotion><byIn1>" + in1 + "</byIn1><byIn2>" +
+                   in2 + "</byIn2></triggerBy></toOut1></digitalOutput></config>");
 }
 
 } // namespace
@@ -33,46 +28,38 @@ TEST(Alarm, IsWrittenAndReadBack)
 {
     TestCamera camera({.settings = {{"event_i2_enable", "0"}, {"event_i2_di", "0"}}});
     const struct {
-        int motion, in1, in2;
-        const char *trigger;
-    } cases[] = {{1, 0, 0, "event_i2_trigger=motion&"},
-                 {0, 1, 0, "event_i2_trigger=di&event_i2_di=1&"},
-                 {0, 0, 1, "event_i2_trigger=di&event_i2_di=2&"},
-                 {0, 1, 1, "event_i2_trigger=di&event_i2_di=3&"},
-                 {0, 0, 0, "event_i2_trigger=&"}};
-    for (const auto &c : cases) {
-        const std::string query = Request(c.motion, c.in1, c.in2);
-        ExpectExchanges(camera, URL,
-                        {{"on", "toOut1=1&" + query, XML_OK, {FIXED + "event_i2_enable=1&" + c.trigger}}});
-        EXPECT_EQ(camera.Get(URL), Reply(1, c.motion, c.in1, c.in2));
-        ExpectExchanges(camera, URL, {{"no change of the switch", query, XML_OK, {FIXED + c.trigger}}});
-        EXPECT_EQ(camera.Get(URL), Reply(1, c.motion, c.in1, c.in2));
-        ExpectExchanges(camera, URL,
-                        {{"off", query + "&toOut1=0", XML_OK, {FIXED + "event_i2_enable=0&" + c.trigger}}});
-        EXPECT_EQ(camera.Get(URL), Reply(0, c.motion, c.in1, c.in2));
+        std::string motion, in1, in2, written;
+    } cases[] = {{"1", "0", "0", "event_i2_trigger=motion&"},
+                 {"0", "1", "0", "event_i2_trigger=di&event_i2_di=1&"},
+                 {"0", "0", "1", "event_i2_trigger=di&event_i2_di=2&"},
+                 {"0", "1", "1", "event_i2_trigger=di&event_i2_di=3&"},
+                 {"0", "0", "0", "event_i2_trigger=&"}};
+    for (const auto &[motion, in1, in2, written] : cases) {
+        const std::string query = "out1ByMotion=" + motion + "&out1ByIn1=" + in1 + "&out1ByIn2=" + in2;
+        ExpectChanges(camera, URL, {{"on", "toOut1=1&" + query, FIXED + "event_i2_enable=1&" + written}});
+        EXPECT_EQ(camera.Get(URL), Reply(1, motion, in1, in2));
+        ExpectChanges(camera, URL, {{"no change of the switch", query, FIXED + written}});
+        EXPECT_EQ(camera.Get(URL), Reply(1, motion, in1, in2));
+        ExpectChanges(camera, URL, {{"off", query + "&toOut1=0", FIXED + "event_i2_enable=0&" + written}});
+        EXPECT_EQ(camera.Get(URL), Reply(0, motion, in1, in2));
     }
 }
 
 TEST(Alarm, BadRequestsWriteNothing)
 {
     TestCamera camera;
-    const std::string good = Request(0, 0, 0);
-    ExpectExchanges(camera, URL,
-                    {{"a switch of 2", "toOut1=2&" + good, INVALID_PARAMETER},
-                     {"a switch of -1", "toOut1=-1&" + good, INVALID_PARAMETER},
-                     {"motion with input 1", Request(1, 1, 0), INVALID_PARAMETER},
-                     {"motion with input 2", Request(1, 0, 1), INVALID_PARAMETER},
-                     {"an input of 2", Request(0, 2, 0), INVALID_PARAMETER},
-                     {"no input 2", "out1ByMotion=1&out1ByIn1=0", INVALID_PARAMETER},
-                     {"no motion", "out1ByIn1=1&out1ByIn2=0", INVALID_PARAMETER},
-                     {"the switch alone", "toOut1=1", INVALID_PARAMETER},
-                     {"a full text", std::string(4095, 'x'), INVALID_PARAMETER},
-                     {"forbidden characters", good + "&a=<b>", BAD_REQUEST},
-                     {"two ampersands", good + "&&toOut1=1", BAD_REQUEST}});
+    ExpectRefused(camera, URL,
+                  "toOut1=2&" + NO_TRIGGER + " toOut1=-1&" + NO_TRIGGER +
+                      " out1ByMotion=1&out1ByIn1=1&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0&out1ByIn2=1 "
+                      "out1ByMotion=0&out1ByIn1=2&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0 out1ByIn1=1&out1ByIn2=0 "
+                      "toOut1=1 " +
+                      std::string(4095, 'x'),
+                  INVALID_PARAMETER);
+    ExpectRefused(camera, URL, NO_TRIGGER + "&a=<b> " + NO_TRIGGER + "&&toOut1=1");
     EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
-    EXPECT_EQ(camera.Post(URL, good), XML_OK);
+    EXPECT_EQ(camera.Post(URL, NO_TRIGGER), XML_OK);
     camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL, good), UPDATE_FAILED);
+    EXPECT_EQ(camera.Get(URL, NO_TRIGGER), UPDATE_FAILED);
 }
 
 TEST(Alarm, AFailedReadIsUnavailableAndAMissingValueAnError)
@@ -81,17 +68,13 @@ TEST(Alarm, AFailedReadIsUnavailableAndAMissingValueAnError)
         {"event_i2_enable", "1"}, {"event_i2_trigger", "di"}, {"event_i2_di", "3"}};
     TestCamera camera({.settings = settings});
     camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(URL), Reply(1, 0, 1, 1));
+    EXPECT_EQ(camera.Get(URL), Reply(1, "0", "1", "1"));
     EXPECT_EQ(camera.store.Requests(),
               std::vector<std::string>{"get NameValue 99 0\nevent_i2_enable&event_i2_trigger&event_i2_di&"});
-    for (const auto &[name, value] : settings) {
-        camera.store.Remove(name);
-        EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << name;
-        camera.store.Set(name, value);
-    }
-    camera.store.Set({{"event_i2_trigger", "motion"}});
+    ExpectAllNeeded(camera, URL, settings);
+    camera.store.Set("event_i2_trigger", "motion");
     camera.store.Remove("event_i2_di");
-    EXPECT_EQ(camera.Get(URL), Reply(1, 1, 0, 0)) << "motion needs no inputs";
+    EXPECT_EQ(camera.Get(URL), Reply(1, "1", "0", "0")) << "motion needs no inputs";
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(URL), SERVICE_UNAVAILABLE);
     camera.store.Refuse();

@@ -35,8 +35,15 @@ FakeStore::Settings Windows(int count, const std::vector<int> &on)
 std::string Switch(int mask)
 {
     const std::string text = std::to_string(mask);
-    return std::string("motion_c0_enable=") + (mask != 0 ? "1" : "0") + "&event_i0_mdwin=" + text +
+    return std::string("\nmotion_c0_enable=") + (mask != 0 ? "1" : "0") + "&event_i0_mdwin=" + text +
            "&event_i1_mdwin=" + text + "&event_i2_mdwin=" + text + "&";
+}
+
+std::string Rectangle(int window, int left, int top, int width, int height)
+{
+    return Key(window, "left=") + std::to_string(left) + "&" + Key(window, "top=") + std::to_string(top) + "&" +
+           Key(window, "width=") + std::to_string(width) + "&" + Key(window, "height=") + std::to_string(height) +
+           "&";
 }
 
 /** The pairs that a window's enable key gives. */
@@ -74,140 +81,89 @@ TEST(Motion, IsRead)
 
 TEST(Motion, EveryMissingValueFailsTheRead)
 {
-    const FakeStore::Settings settings = Windows(2, {0});
+    FakeStore::Settings settings = Windows(2, {0});
     TestCamera camera({.settings = settings});
+    settings.erase(Key(1, "sensitivity")); // those of the first window stand for all
+    settings.erase(Key(1, "objsize"));
+    ExpectAllNeeded(camera, URL, settings);
     for (const auto &[name, value] : settings) {
-        if (name == Key(1, "sensitivity") || name == Key(1, "objsize"))
-            continue; // those of the first window stand for all
-        camera.store.Remove(name);
-        EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << name;
-        const bool isFlag = name.ends_with("enable");
         camera.store.Set(name, "00000001");
-        EXPECT_EQ(camera.Get(URL) == INTERNAL_ERROR, !isFlag) << name << " of 8 characters";
+        EXPECT_EQ(camera.Get(URL) == INTERNAL_ERROR, !name.ends_with("enable")) << name << " of 8 characters";
         camera.store.Set(name, value);
     }
     for (const int request : {1, 2}) {
         camera.store.AnswerNothing(request);
         EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << "request " << request;
     }
-    const struct {
-        int count;
-        std::string reply;
-    } counts[] = {{0, OkReply("totalnum=0\r\nsensitivity=70\r\npercentage=10\r\n")},
-                  {-1, OkReply("totalnum=-1\r\nsensitivity=70\r\npercentage=10\r\n")},
-                  {3, INTERNAL_ERROR},
-                  {9999999, INTERNAL_ERROR}};
-    for (const auto &c : counts) {
-        camera.store.Set("capability_nmotion", std::to_string(c.count));
-        EXPECT_EQ(camera.Get(URL), c.reply) << c.count << " windows";
-    }
+    const std::string none = "totalnum=0\r\nsensitivity=70\r\npercentage=10\r\n";
+    ExpectReads(camera, URL, none,
+                {{"none", "capability_nmotion=0", "0", "0"}, {"fewer", "capability_nmotion=-1", "0", "-1"}});
+    ExpectUnreadable(camera, URL, "capability_nmotion=3 capability_nmotion=9999999");
 }
 
 TEST(Motion, WritesWhatIsGivenAndThenTheSwitchAndMasks)
 {
     TestCamera camera({.settings = Windows(3, {1})});
-    const auto written = [](const std::string &description, const std::string &query, const std::string &pairs,
-                            int mask) {
-        return ExchangeCase{description, query, EchoReply(query), {pairs, Switch(mask)}};
-    };
-    ExpectExchanges(
-        camera, URL,
-        {written("sensitivity goes to every window", "sensitivity=80",
-                 Key(0, "sensitivity=80&") + Key(1, "sensitivity=80&") + Key(2, "sensitivity=80&"), 2),
-         written("percentage too", "percentage=0",
-                 Key(0, "objsize=0&") + Key(1, "objsize=0&") + Key(2, "objsize=0&"), 2),
-         written("the largest numbers", "sensitivity=100&percentage=100",
-                 Key(0, "sensitivity=100&") + Key(0, "objsize=100&") + Key(1, "sensitivity=100&") +
-                     Key(1, "objsize=100&") + Key(2, "sensitivity=100&") + Key(2, "objsize=100&"),
-                 2),
-         written("a window with its rectangle", "mdw3=10,20,100,80&enable3=yes",
-                 Enable(2, 1) + Key(2, "left=10&") + Key(2, "top=20&") + Key(2, "width=100&") +
-                     Key(2, "height=80&"),
-                 6),
-         written("a rectangle alone", "mdw1=0,0,320,240",
-                 Key(0, "left=0&") + Key(0, "top=0&") + Key(0, "width=320&") + Key(0, "height=240&"), 6),
-         written("the largest rectangle, followed by more", "mdw1=320, 240,0,0,9",
-                 Key(0, "left=320&") + Key(0, "top=240&") + Key(0, "width=0&") + Key(0, "height=0&"), 6),
-         written("two windows, off and on", "enable1=yes&enable2=no", Enable(0, 1) + Enable(1, 0), 5),
-         written("off with all of them", "enable1=no&enable3=no", Enable(0, 0) + Enable(2, 0), 0),
-         written("a value of 128 characters is passed over", "enable1=" + std::string(128, 'y') + "&enable2=yes",
-                 Enable(1, 1), 2)});
+    const auto all = [](const std::string &pair) { return Key(0, pair) + Key(1, pair) + Key(2, pair); };
+    ExpectChanges(camera, URL,
+                  {{"sensitivity goes to every window", "sensitivity=80", all("sensitivity=80&") + Switch(2)},
+                   {"percentage too", "percentage=0", all("objsize=0&") + Switch(2)},
+                   {"the largest numbers", "sensitivity=100&percentage=100",
+                    Key(0, "sensitivity=100&") + Key(0, "objsize=100&") + Key(1, "sensitivity=100&") +
+                        Key(1, "objsize=100&") + Key(2, "sensitivity=100&") + Key(2, "objsize=100&") + Switch(2)},
+                   {"a window with its rectangle", "mdw3=10,20,100,80&enable3=yes",
+                    Enable(2, 1) + Rectangle(2, 10, 20, 100, 80) + Switch(6)},
+                   {"a rectangle alone", "mdw1=0,0,320,240", Rectangle(0, 0, 0, 320, 240) + Switch(6)},
+                   {"the largest rectangle, followed by more", "mdw1=320, 240,0,0,9",
+                    Rectangle(0, 320, 240, 0, 0) + Switch(6)},
+                   {"two windows, off and on", "enable1=yes&enable2=no", Enable(0, 1) + Enable(1, 0) + Switch(5)},
+                   {"off with all of them", "enable1=no&enable3=no", Enable(0, 0) + Enable(2, 0) + Switch(0)},
+                   {"a value of 128 characters is passed over", "enable1=" + std::string(128, 'y') + "&enable2=yes",
+                    Enable(1, 1) + Switch(2)}});
     EXPECT_EQ(camera.store.Value("event_i2_mdwin"), "2");
 }
 
 TEST(Motion, BadRequestsWriteNothing)
 {
     TestCamera camera({.settings = Windows(3, {1})});
-    std::vector<ExchangeCase> cases;
-    for (const std::string query : {"sensitivity=101",
-                                    "sensitivity=-1",
-                                    "percentage=101",
-                                    "percentage=-1",
-                                    "enable1=on",
-                                    "enable1=YES",
-                                    "enable1=",
-                                    "enable5=1",
-                                    "mdw1=0,0,320",
-                                    "mdw1=",
-                                    "mdw1=1;2;3;4",
-                                    "mdw1=a,b,c,d",
-                                    "mdw1=321,0,1,1",
-                                    "mdw1=-1,0,1,1",
-                                    "mdw1=0,241,1,1",
-                                    "mdw1=0,-1,1,1",
-                                    "mdw1=0,0,321,1",
-                                    "mdw1=0,0,-1,1",
-                                    "mdw1=0,0,1,241",
-                                    "mdw1=0,0,1,-1",
-                                    "sensitivity=50&mdw5=0,0,0,999",
-                                    "x=1"})
-        cases.push_back({"bad", query, BAD_REQUEST});
-    ExpectExchanges(camera, URL, cases);
+    ExpectRefused(camera, URL,
+                  "sensitivity=101 sensitivity=-1 percentage=101 percentage=-1 enable1=on enable1=YES enable1= "
+                  "enable5=1 mdw1=0,0,320 mdw1= mdw1=1;2;3;4 mdw1=a,b,c,d mdw1=321,0,1,1 mdw1=-1,0,1,1 "
+                  "mdw1=0,241,1,1 mdw1=0,-1,1,1 mdw1=0,0,321,1 mdw1=0,0,-1,1 mdw1=0,0,1,241 mdw1=0,0,1,-1 "
+                  "sensitivity=50&mdw5=0,0,0,999 x=1");
 }
 
 TEST(Motion, KeptThePirSensorCannotBeSet)
 {
     TestCamera camera({.settings = Windows(1, {})});
-    const std::string tooLong = "sensitivity=1&pir=" + std::string(128, '0');
-    ExpectExchanges(
-        camera, URL,
-        {{"off", "pir=0", BAD_REQUEST},
-         {"with a good key", "sensitivity=1&pir=1", BAD_REQUEST},
-         {"empty", "sensitivity=1&pir=", BAD_REQUEST},
-         {"127 characters", "sensitivity=1&pir=" + std::string(127, '0'), BAD_REQUEST},
-         {"128 characters are passed over", tooLong, EchoReply(tooLong), {Key(0, "sensitivity=1&"), Switch(0)}}});
+    const std::string longest = "sensitivity=1&pir=" + std::string(127, '0');
+    ExpectRefused(camera, URL, "pir=0 sensitivity=1&pir=1 sensitivity=1&pir= " + longest);
+    ExpectChanges(camera, URL,
+                  {{"128 characters are passed over", longest + "0", Key(0, "sensitivity=1&") + Switch(0)}});
 }
 
 TEST(Motion, WindowsAreBoundedByTheRequestTheCameraAndTheMask)
 {
     TestCamera camera({.settings = Windows(6, {5})});
-    ExpectExchanges(camera, URL,
-                    {{"window 6 cannot be named", "enable6=no&mdw6=1,2,3,4", BAD_REQUEST},
-                     {"window 6 is passed over, but keeps its bit",
-                      "enable5=yes&enable6=no",
-                      EchoReply("enable5=yes&enable6=no"),
-                      {Enable(4, 1), Switch(16 + 32)}}});
+    ExpectRefused(camera, URL, "enable6=no&mdw6=1,2,3,4");
+    ExpectChanges(camera, URL,
+                  {{"window 6 cannot be named, but keeps its bit", "enable5=yes&enable6=no",
+                    Enable(4, 1) + Switch(16 + 32)}});
     camera.store.Set("capability_nmotion", "2");
-    ExpectExchanges(camera, URL,
-                    {{"a window that the camera lacks", "enable3=yes", BAD_REQUEST},
-                     {"beside one that it has",
-                      "enable3=yes&enable2=yes",
-                      EchoReply("enable3=yes&enable2=yes"),
-                      {Enable(1, 1), Switch(2)}}});
+    ExpectRefused(camera, URL, "enable3=yes");
+    ExpectChanges(camera, URL,
+                  {{"a window that the camera lacks", "enable3=yes&enable2=yes", Enable(1, 1) + Switch(2)}});
     for (const char *none : {"0", "-1"}) {
         camera.store.Set("capability_nmotion", none);
-        ExpectExchanges(camera, URL, {{"no windows", "sensitivity=1", BAD_REQUEST}});
+        ExpectRefused(camera, URL, "sensitivity=1");
     }
     camera.store.Set(Windows(31, {0, 30}));
     camera.store.Set("capability_nmotion", "9999999");
     std::string all;
     for (int i = 0; i < 31; ++i)
         all += Key(i, "sensitivity=5&");
-    ExpectExchanges(camera, URL,
-                    {{"more windows than a mask has bits",
-                      "sensitivity=5",
-                      EchoReply("sensitivity=5"),
-                      {all, Switch(1 + (1 << 30))}}});
+    ExpectChanges(camera, URL,
+                  {{"more windows than a mask has bits", "sensitivity=5", all + Switch(1 + (1 << 30))}});
 }
 
 TEST(Motion, AChangeOfMoreThan1023CharactersIsRefusedWhole)
@@ -215,32 +171,26 @@ TEST(Motion, AChangeOfMoreThan1023CharactersIsRefusedWhole)
     TestCamera camera({.settings = Windows(5, {})});
     // Most of what five windows can be given; the first numbers of the rectangles have three digits.
     const auto change = [](int longNumbers) {
-        ExchangeCase made = {
-            std::to_string(longNumbers) + " long numbers", "sensitivity=100&percentage=100", "", {}};
-        std::string pairs;
-        for (int i = 0, number = 0; i < 5; ++i) {
+        ChangeCase made = {"as long as it can be", "sensitivity=100&percentage=100", ""};
+        for (int i = 0; i < 5; ++i) {
+            const auto number = [&](int side) { return 4 * i + side < longNumbers ? 200 : 20; };
             const std::string window = std::to_string(i + 1);
-            pairs += Key(i, "sensitivity=100&") + Key(i, "objsize=100&") + (i < 3 ? Enable(i, 1) : "");
             made.query += (i < 3 ? "&enable" + window + "=yes" : "") + "&mdw" + window + "=";
-            for (const std::string side : {"left", "top", "width", "height"}) {
-                const std::string value = number++ < longNumbers ? "200" : "20";
-                pairs += Key(i, side) + "=" + value + "&";
-                made.query += value + (side == "height" ? "" : ",");
-            }
+            for (int side = 0; side < 4; ++side)
+                made.query += std::to_string(number(side)) + (side < 3 ? "," : "");
+            made.written += Key(i, "sensitivity=100&") + Key(i, "objsize=100&") + (i < 3 ? Enable(i, 1) : "") +
+                            Rectangle(i, number(0), number(1), number(2), number(3));
         }
-        made.sets = {pairs, Switch(7)};
-        made.reply = EchoReply(made.query);
         return made;
     };
     int longNumbers = 0;
-    while (change(longNumbers + 1).sets[0].size() <= 1023)
+    while (change(longNumbers + 1).written.size() <= 1023)
         ++longNumbers;
-    ExchangeCase fits = change(longNumbers);
-    ASSERT_EQ(fits.sets[0].size(), 1023U);
-    ExchangeCase tooLong = change(longNumbers + 1);
-    tooLong.reply = BAD_REQUEST;
-    tooLong.sets.clear();
-    ExpectExchanges(camera, URL, {fits, tooLong});
+    ChangeCase fits = change(longNumbers);
+    ASSERT_EQ(fits.written.size(), 1023U);
+    fits.written += Switch(7);
+    ExpectChanges(camera, URL, {fits});
+    ExpectRefused(camera, URL, change(longNumbers + 1).query);
 }
 
 TEST(Motion, AFailureHalfWayKeepsWhatIsWritten)

@@ -29,20 +29,25 @@ Lines Sent(Lines commands)
 struct PtzCase {
     const char *description;
     std::string query;
-    Lines commands; ///< none: the request is refused and nothing is sent
+    Lines commands;
 };
 
 class Ptz : public testing::Test
 {
   protected:
-    /** Makes every request in turn; a good one has its commands sent and is echoed. */
+    /** Requests that are echoed and have their commands sent. */
     void ExpectCommands(const std::string &url, const std::vector<PtzCase> &cases)
     {
         for (const PtzCase &c : cases) {
             SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
-            EXPECT_EQ(camera.Get(url, c.query), c.commands.empty() ? BAD_REQUEST : EchoReply(c.query));
+            EXPECT_EQ(camera.Get(url, c.query), EchoReply(c.query));
             EXPECT_EQ(ptz.Take(), Sent(c.commands));
         }
+    }
+    void ExpectNoCommand(const std::string &url, const std::string &queries)
+    {
+        ExpectRefused(camera, url, queries);
+        EXPECT_EQ(ptz.Take(), Lines{});
     }
 
     Ptz()
@@ -64,28 +69,22 @@ TEST_F(Ptz, MovesBySixtyFourthsOfThePicture)
                           {"the largest steps the other way", "p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
                           {"pan alone", "p=1", {"video=0&x=330&y=240" + VGA}},
                           {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}},
-                          {"a word is no step", "p=far", {"video=0&x=320&y=240" + VGA}},
-                          {"too far right", "p=33", {}},
-                          {"too far left", "p=-33", {}},
-                          {"too far up", "t=33", {}},
-                          {"too far in", "z=33", {}},
-                          {"too far out", "z=-33", {}},
-                          {"one bad step among good ones", "p=1&t=1&z=99", {}},
-                          {"further than any number", "p=99999999999999999999", {}}});
+                          {"a word is no step", "p=far", {"video=0&x=320&y=240" + VGA}}});
+    ExpectNoCommand(MOVE, "p=33 p=-33 t=33 z=33 z=-33 p=1&t=1&z=99 p=99999999999999999999");
 }
 
 TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
 {
     const std::string centre = "video=0&x=320&y=240" + VGA;
-    ExpectCommands(MOVE, {{"in", "z=4", {centre, "speedzoom=-4", "zoom=tele"}},
-                          {"in as far as it goes", "z=32", {centre, "speedzoom=5", "zoom=tele"}},
-                          {"out as far as it goes", "z=-32", {centre, "speedzoom=5", "zoom=wide"}},
-                          {"1 is as slow as 2", "z=1", {centre, "speedzoom=-5", "zoom=tele"}},
-                          {"2", "z=2", {centre, "speedzoom=-5", "zoom=tele"}},
-                          {"-1", "z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
-                          {"not at all", "z=0", {centre}}});
-    EXPECT_EQ(camera.Get(MOVE, "p=1&t=1&z=3"), EchoReply("p=1&t=1&z=3"));
-    EXPECT_EQ(ptz.Take(), Sent({"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}));
+    ExpectCommands(MOVE,
+                   {{"in", "z=4", {centre, "speedzoom=-4", "zoom=tele"}},
+                    {"in as far as it goes", "z=32", {centre, "speedzoom=5", "zoom=tele"}},
+                    {"out as far as it goes", "z=-32", {centre, "speedzoom=5", "zoom=wide"}},
+                    {"1 is as slow as 2", "z=1", {centre, "speedzoom=-5", "zoom=tele"}},
+                    {"2", "z=2", {centre, "speedzoom=-5", "zoom=tele"}},
+                    {"-1", "z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
+                    {"not at all", "z=0", {centre}},
+                    {"and moves", "p=1&t=1&z=3", {"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}}});
 }
 
 TEST_F(Ptz, MovesInThePictureThatTheStoreSays)
@@ -123,21 +122,22 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
     const Lines commands = Sent({"video=0&x=320&y=240" + VGA, "speedzoom=-4", "zoom=tele"});
     const size_t descriptors = camera.OpenDescriptors();
     for (int failing = 1; failing <= 3; ++failing) {
-        Lines sent(commands.begin(), commands.begin() + failing - 1);
         SCOPED_TRACE("command " + std::to_string(failing));
+        const Lines sent(commands.begin(), commands.begin() + failing - 1);
+        const auto andThen = [&](const char *line) {
+            Lines lines = sent;
+            lines.emplace_back(line);
+            return lines;
+        };
         // The store is asked for the resolution first, and for the camera id once connected, for every command.
         camera.store.AnswerNothing(1 + failing);
         EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "no camera id";
-        Lines withUnused = sent;
-        withUnused.emplace_back("");
-        EXPECT_EQ(ptz.Take(), withUnused);
+        EXPECT_EQ(ptz.Take(), andThen(""));
 
         ptz.HangUp(failing);
         camera.store.Before([this] { ptz.Wait(); }, 1 + failing);
         EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "cannot be written";
-        Lines withHungUp = sent;
-        withHungUp.emplace_back("(hung up)");
-        EXPECT_EQ(ptz.Take(), withHungUp);
+        EXPECT_EQ(ptz.Take(), andThen("(hung up)"));
 
         camera.store.Before([this] { ptz.Refuse(); }, failing);
         EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "nobody listens";
@@ -150,15 +150,11 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
 
 TEST_F(Ptz, GoesHome)
 {
-    for (const std::string query : {"act=go", "x=1&act=go&p=5"}) {
+    for (const std::string query : {"act=go", "x=1&act=go&p=5", "act=gone"}) {
         EXPECT_EQ(camera.Get(HOME, query), OkReply("p=0\r\nt=0\r\nz=0\r\n"));
         EXPECT_EQ(ptz.Take(), Sent({"move=home"}));
     }
-    ExpectCommands(HOME, {{"no word", "act=", {}},
-                          {"half a word", "act=g", {}},
-                          {"a capital", "act=Go", {}},
-                          {"8 characters", "act=gooooooo", {}},
-                          {"no act", "go=1", {}}});
+    ExpectNoCommand(HOME, "act= act=g act=Go act=gooooooo go=1");
 }
 
 TEST_F(Ptz, AddsDeletesAndRecallsPresets)
@@ -168,24 +164,17 @@ TEST_F(Ptz, AddsDeletesAndRecallsPresets)
                             {"delete, the other way round", "act=del&name=door", {"cam=clearpreset&name=door"}},
                             {"recall", "name=door&act=go", {"recall=door"}},
                             {"47 characters", "name=" + longest + "&act=del", {"cam=clearpreset&name=" + longest}},
-                            {"an empty name", "name=&act=go", {"recall="}},
-                            {"48 characters", "name=" + longest + "n&act=go", {}},
-                            {"no name", "act=add", {}},
-                            {"no act", "name=door", {}},
-                            {"an empty act", "name=door&act=", {}},
-                            {"an unknown act", "name=door&act=set", {}},
-                            {"an act of 8 characters", "name=door&act=deletion", {}}});
+                            {"an empty name", "name=&act=go", {"recall="}}});
+    ExpectNoCommand(PRESET, "act=add name=door name=door&act= name=door&act=set name=door&act=deletion name=" +
+                                longest + "n&act=go");
 }
 
 TEST_F(Ptz, PansAndStops)
 {
     ExpectCommands(AUTO_PAN, {{"go", "act=go", {"auto=pan"}},
                               {"continue", "act=continue", {"auto=pan"}},
-                              {"stop", "act=stop", {"auto=stop"}},
-                              {"half a word", "act=contin", {}},
-                              {"12 characters", "act=continue-pan", {}},
-                              {"an unknown word", "act=pan", {}},
-                              {"none", "pan=go", {}}});
+                              {"stop", "act=stop", {"auto=stop"}}});
+    ExpectNoCommand(AUTO_PAN, "act=contin act=continue-pan act=pan pan=go");
 }
 
 TEST_F(Ptz, KeptActWordsMatchByTheirBeginning)
@@ -196,8 +185,6 @@ TEST_F(Ptz, KeptActWordsMatchByTheirBeginning)
     ExpectCommands(AUTO_PAN, {{"gone", "act=gone", {"auto=pan"}},
                               {"continued", "act=continued", {"auto=pan"}},
                               {"stopped", "act=stopped", {"auto=stop"}}});
-    EXPECT_EQ(camera.Get(HOME, "act=gone"), OkReply("p=0\r\nt=0\r\nz=0\r\n"));
-    EXPECT_EQ(ptz.Take(), Sent({"move=home"}));
 }
 
 TEST_F(Ptz, MovesOnAKeyPadOfDirections)
@@ -211,18 +198,15 @@ TEST_F(Ptz, MovesOnAKeyPadOfDirections)
     for (size_t number = 0; number < std::size(pad); ++number) {
         const auto &[command, speedKey] = pad[number];
         const std::string query = "direction=" + std::to_string(number);
-        const bool takesSpeed = !speedKey.empty();
-        ExpectCommands(DIRECTION,
-                       {{"alone", query, {command}},
-                        {"slow", query + "&speed=1", takesSpeed ? Lines{command + speedKey + "-4"} : Lines{}},
-                        {"fast", query + "&speed=10", takesSpeed ? Lines{command + speedKey + "5"} : Lines{}}});
+        ExpectCommands(DIRECTION, {{"alone", query, {command}}});
+        if (speedKey.empty())
+            ExpectNoCommand(DIRECTION, query + "&speed=1 " + query + "&speed=10");
+        else
+            ExpectCommands(DIRECTION, {{"slow", query + "&speed=1", {command + speedKey + "-4"}},
+                                       {"fast", query + "&speed=10", {command + speedKey + "5"}}});
     }
-    ExpectCommands(DIRECTION, {{"a speed alone", "speed=5", {}},
-                               {"too slow", "direction=1&speed=0", {}},
-                               {"too fast", "direction=1&speed=11", {}},
-                               {"off the pad", "direction=9", {}},
-                               {"before the pad", "direction=-1", {}},
-                               {"a word is the first key", "direction=up", {"zoom=wide"}}});
+    ExpectCommands(DIRECTION, {{"a word is the first key", "direction=up", {"zoom=wide"}}});
+    ExpectNoCommand(DIRECTION, "speed=5 direction=1&speed=0 direction=1&speed=11 direction=9 direction=-1");
 }
 
 TEST_F(Ptz, EveryCommandCarriesTheCameraId)
@@ -243,20 +227,13 @@ TEST_F(Ptz, EveryCommandCarriesTheCameraId)
 
 TEST_F(Ptz, CommandsThatCannotBeSentAreAnInternalError)
 {
-    const struct {
-        std::string url;
-        std::string query;
-    } requests[] = {{MOVE, "p=1"},
-                    {HOME, "act=go"},
-                    {PRESET, "name=a&act=go"},
-                    {AUTO_PAN, "act=stop"},
-                    {DIRECTION, "direction=4"}};
+    const std::pair<std::string, std::string> requests[] = {{MOVE, "p=1"},
+                                                            {HOME, "act=go"},
+                                                            {PRESET, "name=a&act=go"},
+                                                            {AUTO_PAN, "act=stop"},
+                                                            {DIRECTION, "direction=4"}};
     for (const auto &[url, query] : requests) {
         SCOPED_TRACE(url);
-        camera.store.Remove("camctrl_c0_cameraid");
-        EXPECT_EQ(camera.Get(url, query), INTERNAL_ERROR);
-        EXPECT_EQ(ptz.Take(), Lines{""});
-        camera.store.Set("camctrl_c0_cameraid", "3");
         ptz.Refuse();
         EXPECT_EQ(camera.Get(url, query), INTERNAL_ERROR);
         EXPECT_EQ(ptz.Take(), Lines{});
@@ -269,20 +246,19 @@ TEST_F(Ptz, CommandsThatCannotBeSentAreAnInternalError)
 
 TEST_F(Ptz, ListsThePresets)
 {
-    std::string request = "get NameValue 99 0\n";
-    std::string all;
+    std::string stored, all;
     for (int i = 0; i < 20; ++i) {
-        const std::string number = std::to_string(i);
-        request += "camctrl_c0_preset_i" + number + "_name&";
-        camera.store.Set("camctrl_c0_preset_i" + number + "_name", std::string(45, 'n') + number);
-        all += (i == 0 ? "" : ",") + std::string(45, 'n') + number;
+        const std::string name = std::string(45, 'n') + std::to_string(i);
+        stored += "camctrl_c0_preset_i" + std::to_string(i) + "_name=" + name + "&";
+        all += (i == 0 ? "" : ",") + name;
     }
+    camera.store.Set(Pairs(stored));
     camera.store.ClearRequests();
     EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=" + all + "\r\n"));
-    EXPECT_EQ(camera.store.Requests(), Lines{request});
+    EXPECT_EQ(camera.store.Requests(), Lines{GetOf(stored)});
 
-    for (int i = 0; i < 20; ++i)
-        camera.store.Set("camctrl_c0_preset_i" + std::to_string(i) + "_name", "");
+    for (const auto &[name, value] : Pairs(stored))
+        camera.store.Set(name, "");
     EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=\r\n"));
     camera.store.Set({{"camctrl_c0_preset_i1_name", "door"},
                       {"camctrl_c0_preset_i11_name", std::string(48, 'n')},
@@ -292,7 +268,7 @@ TEST_F(Ptz, ListsThePresets)
     camera.WaitForTrace("Get camctrl_c0_preset_i11_name= failed\n");
     camera.WaitForTrace("Get camctrl_c0_preset_i4_name= failed\n");
 
-    EXPECT_EQ(camera.Get(PRESET_LIST, "name=door"), BAD_REQUEST);
+    ExpectRefused(camera, PRESET_LIST, "name=door");
     EXPECT_EQ(camera.Post(PRESET_LIST, ""), BAD_REQUEST);
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(PRESET_LIST), INTERNAL_ERROR);

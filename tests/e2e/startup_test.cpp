@@ -28,29 +28,24 @@ void Remove(const std::string &path)
 
 TEST(StartUp, FailsWithAMessage)
 {
+    const std::string notify = "NotifyStream Initial failed!\n";
+    const std::string audio = "[KelpaFdServer_Initial]AudioUpstream_Create failed!\n";
     const struct {
         const char *description;
         std::function<void(TestCamera &)> prepare;
-        const char *trace;
+        std::string trace;
     } cases[] = {
-        {"no store", [](TestCamera &c) { c.store.Refuse(); }, "NotifyStream Initial failed!\n"},
-        {"a store that drops", [](TestCamera &c) { c.store.CloseEarly(); }, "NotifyStream Initial failed!\n"},
-        {"a store of garbage", [](TestCamera &c) { c.store.Answer("?"); }, "NotifyStream Initial failed!\n"},
-        {"no input count", [](TestCamera &c) { c.store.Remove("capability_ndi"); },
-         "NotifyStream Initial failed!\n"},
-        {"no window count", [](TestCamera &c) { c.store.Remove("capability_nmotion"); },
-         "NotifyStream Initial failed!\n"},
-        {"a window count of eight digits", [](TestCamera &c) { c.store.Set("capability_nmotion", "00000003"); },
-         "NotifyStream Initial failed!\n"},
-        {"no audio output count", [](TestCamera &c) { c.store.Remove("capability_naudioout"); },
-         "[KelpaFdServer_Initial]AudioUpstream_Create failed!\n"},
-        {"no speaker switch", [](TestCamera &c) { c.store.Remove("audioout_c0_speaker_enable"); },
-         "[KelpaFdServer_Initial]AudioUpstream_Create failed!\n"},
-        {"a store that drops the second request", [](TestCamera &c) { c.store.AnswerNothing(2); },
-         "AudioUpstream_Create failed!\n"},
+        {"no store", [](TestCamera &c) { c.store.Refuse(); }, notify},
+        {"a store that drops", [](TestCamera &c) { c.store.CloseEarly(); }, notify},
+        {"a store of garbage", [](TestCamera &c) { c.store.Answer("?"); }, notify},
+        {"no input count", [](TestCamera &c) { c.store.Remove("capability_ndi"); }, notify},
+        {"no window count", [](TestCamera &c) { c.store.Remove("capability_nmotion"); }, notify},
+        {"a count of eight digits", [](TestCamera &c) { c.store.Set("capability_nmotion", "00000003"); }, notify},
+        {"no audio output count", [](TestCamera &c) { c.store.Remove("capability_naudioout"); }, audio},
+        {"no speaker switch", [](TestCamera &c) { c.store.Remove("audioout_c0_speaker_enable"); }, audio},
+        {"no second answer", [](TestCamera &c) { c.store.AnswerNothing(2); }, audio},
         {"no account configuration", [](TestCamera &c) { Remove(c.root.Path("/etc/accountmgr.conf")); }, ""},
-        {"a malformed account configuration",
-         [](TestCamera &c) { c.root.Write("/etc/accountmgr.conf", "what?\n"); }, ""},
+        {"a malformed one", [](TestCamera &c) { c.root.Write("/etc/accountmgr.conf", "what?\n"); }, ""},
         {"no place for the event endpoint", [](TestCamera &c) { Remove(c.root.Path("/var/run/eventmgr")); },
          "[KelpaFdServer_Initial]FDCGI_Emkelpa init() failed\n"},
         {"no place for the hand-over endpoint", [](TestCamera &c) { Remove(c.root.Path("/tmp")); },
@@ -65,12 +60,8 @@ TEST(StartUp, FailsWithAMessage)
         EXPECT_TRUE(camera.Log().ends_with("[main]Initial KelpaFdServer failed\n")) << camera.Log();
         EXPECT_FALSE(std::filesystem::exists(camera.PidFile()));
     }
-}
-
-TEST(StartUp, RefusesASocketPathThatIsTooLong)
-{
     const TestCamera camera({.start = false});
-    EXPECT_EQ(RunToTheEnd(camera, camera.root.Path("/tmp/") + std::string(108, 's')), 1);
+    EXPECT_EQ(RunToTheEnd(camera, camera.root.Path("/tmp/") + std::string(108, 's')), 1) << "too long a path";
     EXPECT_EQ(RunToTheEnd(camera, ""), 1);
 }
 
@@ -107,14 +98,6 @@ TEST(StartUp, RemovesStaleSockets)
     EXPECT_EQ(camera.Get("/config/camera_info.cgi"), OkReply("name=Entrance\r\n"));
 }
 
-TEST(StartUp, ToleratesAMissingPasswordFile)
-{
-    TestCamera camera({.start = false});
-    Remove(camera.root.Path("/etc/passwd"));
-    camera.Start();
-    EXPECT_EQ(camera.Get("/config/camera_info.cgi"), OkReply("name=Entrance\r\n"));
-}
-
 TEST(PidFile, IsWrittenAndRemoved)
 {
     TestCamera camera;
@@ -134,9 +117,10 @@ TEST(PidFile, OfANewerInstanceIsLeftAlone)
     EXPECT_EQ(ReadWholeFile(camera.PidFile()), "1\n");
 }
 
-TEST(PidFile, ThatCannotBeWrittenIsDoneWithout)
+TEST(StartUp, DoesWithoutAPidFileAndAPasswordFile)
 {
     TestCamera camera({.start = false});
+    Remove(camera.root.Path("/etc/passwd"));
     std::filesystem::create_directory(camera.PidFile());
     camera.Start();
     camera.WaitForLog("[StashPid]open pid file failed\n");

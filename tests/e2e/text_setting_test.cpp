@@ -89,29 +89,29 @@ TEST_P(TextSetting, IsChanged)
 TEST_P(TextSetting, RefusesABadRequestAndChangesNothing)
 {
     const std::string full = key + "x&" + std::string(4095 - key.size() - 2, 'y');
+    const std::string filtered = std::string("[") + setting.parser + "]XSS Protect\n";
+    const std::string empty = std::string("[") + setting.parser + "]QeryString and PostBody are NULL\n";
     const struct {
         const char *description;
-        std::string text;
-        const char *log;
+        std::string text, log;
     } cases[] = {
         {"too long a text", key + std::string(64, 'x'), ""},
-        {"another key", "colour=red", ""},
         {"a key without equals sign", key.substr(0, key.size() - 1), ""},
         {"another case", "NAME=x&LABEL=y", ""},
-        {"a parenthesis", key + "My(Cam", "]XSS Protect\n"},
-        {"the other one", key + "My)Cam", "]XSS Protect\n"},
-        {"a tag", key + "<b", "]XSS Protect\n"},
-        {"its end", key + "b>", "]XSS Protect\n"},
-        {"an escape that was not decoded", key + "a%2Cb", "]XSS Protect\n"},
-        {"an escape that decodes to a forbidden sign", key + "a%20%3Cb", "]XSS Protect\n"},
-        {"an incomplete escape", key + "a%20b%2", "]XSS Protect\n"},
-        {"a NUL byte", key + "a%20b%00", "]XSS Protect\n"},
-        {"two ampersands", key + "a&&b=c", "]XSS Protect\n"},
-        {"an ampersand at the end, which gets another one", key + "a&", "]XSS Protect\n"},
-        {"a forbidden sign in another value", key + "a&b=(", "]XSS Protect\n"},
+        {"opening parenthesis", key + "My(Cam", filtered},
+        {"closing parenthesis", key + "My)Cam", filtered},
+        {"less than", key + "<b", filtered},
+        {"greater than", key + "b>", filtered},
+        {"an escape that was not decoded", key + "a%2Cb", filtered},
+        {"an escape that decodes to a forbidden sign", key + "a%20%3Cb", filtered},
+        {"an incomplete escape", key + "a%20b%2", filtered},
+        {"a NUL byte", key + "a%20b%00", filtered},
+        {"two ampersands", key + "a&&b=c", filtered},
+        {"an ampersand at the end, which gets another one", key + "a&", filtered},
+        {"a forbidden sign in another value", key + "a&b=(", filtered},
         {"a leading zero", "0=1&" + key + "x", "[GetStringValueFromText]Incorrect source data or keyword data\n"},
-        {"a full buffer", full, "]QeryString and PostBody are NULL\n"},
-        {"more than the buffer, which is cut", full + "zzz", "]QeryString and PostBody are NULL\n"},
+        {"a full buffer", full, empty},
+        {"more than the buffer, which is cut", full + "zzz", empty},
     };
     camera.store.ClearRequests();
     for (const auto &c : cases) {
@@ -119,28 +119,14 @@ TEST_P(TextSetting, RefusesABadRequestAndChangesNothing)
         const size_t logged = camera.Log().size();
         EXPECT_EQ(camera.Get(url, c.text), BAD_REQUEST);
         EXPECT_EQ(camera.Post(url, c.text), BAD_REQUEST);
-        std::string log = c.log;
-        if (log.starts_with("]"))
-            log.insert(0, std::string("[") + setting.parser);
-        EXPECT_EQ(camera.Log().substr(logged), log + log);
+        EXPECT_EQ(camera.Log().substr(logged), c.log + c.log);
     }
     EXPECT_EQ(camera.Post(url, ""), BAD_REQUEST);
     EXPECT_TRUE(camera.store.Requests().empty());
     EXPECT_EQ(camera.Get(url, full.substr(0, 4094)).substr(0, 15), "HTTP/1.1 200 OK") << "4094 characters are fine";
     EXPECT_EQ(camera.store.LastSet(), std::string(setting.stored) + "=x&");
-}
-
-TEST_P(TextSetting, TakesTheQueryStringBeforeTheBody)
-{
-    EXPECT_EQ(camera.Post(url, key + "body", key + "query"), OkReply(key + "query\r\n"));
-    EXPECT_EQ(camera.store.Value(setting.stored), "query");
-}
-
-TEST_P(TextSetting, AnswersWhatTheStoreMakesOfIt)
-{
+    EXPECT_EQ(camera.Post(url, key + "body", key + "query"), OkReply(key + "query\r\n")) << "the query goes first";
     camera.store.Refuse();
     EXPECT_EQ(camera.Get(url), INTERNAL_ERROR);
     EXPECT_EQ(camera.Get(url, key + "x"), UPDATE_FAILED);
-    camera.store.Listen();
-    EXPECT_EQ(camera.Get(url, key + "x"), OkReply(key + "x\r\n"));
 }

@@ -46,36 +46,27 @@ TEST(Video, ProfilesAreReadByCodec)
 TEST(Video, ChangesAreWrittenUnderTheirCodec)
 {
     TestCamera camera({.settings = MediaSettings()});
-    const auto ok = [](const std::string &query, const std::string &pairs) -> ExchangeCase {
-        return {"accepted", query, EchoReply(query), {pairs}};
-    };
-    ExpectExchanges(
+    ExpectChanges(
         camera, VIDEO,
-        {ok("profileid=1&x=1", "videoin_c0_s0_codectype=h264"),
-         ok("profileid=3&codec=H.264&resolution=320x240&framerate=30&bitrate=2000&quality=5&qualitymode=CBR",
-            "videoin_c0_s2_codectype=h264&videoin_c0_s2_resolution=320x240&videoin_c0_s2_h264_maxframe=30&"
-            "videoin_c0_s2_h264_bitrate=2000000&videoin_c0_s2_h264_quant=5&videoin_c0_s2_h264_ratecontrolmode=cbr"),
-         ok("profileid=1&codec=H264x&bitrate=8000",
-            "videoin_c0_s0_codectype=h264&videoin_c0_s0_h264_bitrate=8000000"),
-         ok("profileid=2&bitrate=64&quality=1&qualitymode=Fixquality",
-            "videoin_c0_s1_codectype=mjpeg&videoin_c0_s1_mjpeg_quant=1"),
-         ok("profileid=1&resolution=123456789012", "videoin_c0_s0_codectype=h264"),
-         ok("profileid=1&codec=12345678", "videoin_c0_s0_codectype=h264"),
-         ok("profileid=1&codec=mpeg4&qualitymode=Fixquality",
-            "videoin_c0_s0_codectype=mpeg4&videoin_c0_s0_mpeg4_ratecontrolmode=vbr"),
-         {"KEPT: two digits make a change of a read", "profileid=10", BAD_REQUEST},
-         {"a codec that the camera lacks", "profileid=1&codec=VP8", BAD_REQUEST},
-         {"a resolution that it lacks", "profileid=1&resolution=9x9", BAD_REQUEST},
-         {"CBR for the current MJPEG", "profileid=2&qualitymode=CBR", BAD_REQUEST},
-         {"CBR for a given MJPEG", "profileid=1&codec=MJPEG&qualitymode=CBR", BAD_REQUEST},
-         {"an unknown mode", "profileid=1&qualitymode=VBR", BAD_REQUEST},
-         {"bit rate 0", "profileid=1&bitrate=0", BAD_REQUEST},
-         {"bit rate 8001", "profileid=1&bitrate=8001", BAD_REQUEST},
-         {"frame rate 31", "profileid=1&framerate=31", BAD_REQUEST},
-         {"quality -1", "profileid=1&quality=-1", BAD_REQUEST},
-         {"no profile", "bitrate=64", BAD_REQUEST},
-         {"profile 0", "profileid=0&x=1", BAD_REQUEST},
-         {"profile 4", "profileid=4&x=1", BAD_REQUEST}});
+        {{"nothing", "profileid=1&x=1", "videoin_c0_s0_codectype=h264"},
+         {"everything",
+          "profileid=3&codec=H.264&resolution=320x240&framerate=30&bitrate=2000&quality=5&qualitymode=CBR",
+          "videoin_c0_s2_codectype=h264&videoin_c0_s2_resolution=320x240&videoin_c0_s2_h264_maxframe=30&"
+          "videoin_c0_s2_h264_bitrate=2000000&videoin_c0_s2_h264_quant=5&videoin_c0_s2_h264_ratecontrolmode=cbr"},
+         {"the fastest", "profileid=1&codec=H264x&bitrate=8000",
+          "videoin_c0_s0_codectype=h264&videoin_c0_s0_h264_bitrate=8000000"},
+         {"MJPEG has no bit rate", "profileid=2&bitrate=64&quality=1&qualitymode=Fixquality",
+          "videoin_c0_s1_codectype=mjpeg&videoin_c0_s1_mjpeg_quant=1"},
+         {"12 characters are absent", "profileid=1&resolution=123456789012", "videoin_c0_s0_codectype=h264"},
+         {"8 characters are absent", "profileid=1&codec=12345678", "videoin_c0_s0_codectype=h264"},
+         {"fixed quality", "profileid=1&codec=mpeg4&qualitymode=Fixquality",
+          "videoin_c0_s0_codectype=mpeg4&videoin_c0_s0_mpeg4_ratecontrolmode=vbr"}});
+    // KEPT: two digits make a change of a read.
+    ExpectRefused(camera, VIDEO,
+                  "profileid=10 profileid=1&codec=VP8 profileid=1&resolution=9x9 profileid=2&qualitymode=CBR "
+                  "profileid=1&codec=MJPEG&qualitymode=CBR profileid=1&qualitymode=VBR profileid=1&bitrate=0 "
+                  "profileid=1&bitrate=8001 profileid=1&framerate=31 profileid=1&quality=-1 bitrate=64 "
+                  "profileid=0&x=1 profileid=4&x=1");
     camera.WaitForTrace("esrInvalidOperation, ptVideoConfigResult->iProfileID=4\n");
 }
 

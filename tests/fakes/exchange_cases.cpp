@@ -3,21 +3,109 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
-void ExpectExchanges(TestCamera &camera, const std::string &url, const std::vector<ExchangeCase> &cases)
+namespace
 {
-    for (const ExchangeCase &exchange : cases) {
-        SCOPED_TRACE(url + "?" + exchange.query + " (" + exchange.description + ")");
+
+using Texts = std::vector<std::string>;
+
+Texts Split(const std::string &text, char separator)
+{
+    Texts pieces;
+    std::istringstream rest(text);
+    for (std::string piece; std::getline(rest, piece, separator);)
+        pieces.push_back(piece);
+    return pieces;
+}
+
+std::string SetsOf(const TestCamera &camera)
+{
+    std::string text;
+    for (const std::string &pairs : camera.store.Sets())
+        text += (text.empty() ? "" : "\n") + pairs;
+    return text;
+}
+
+} // namespace
+
+void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases)
+{
+    for (const ChangeCase &c : cases) {
+        SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
         camera.store.ClearRequests();
-        EXPECT_EQ(camera.Get(url, exchange.query), exchange.reply);
-        EXPECT_EQ(camera.store.Sets(), exchange.sets);
+        EXPECT_EQ(camera.Get(url, c.query), url.starts_with("/cgi/admin/") ? XML_OK : EchoReply(c.query));
+        EXPECT_EQ(SetsOf(camera), c.written);
     }
+}
+
+void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries, const std::string &reply)
+{
+    camera.store.ClearRequests();
+    for (const std::string &query : Split(queries, ' ')) {
+        SCOPED_TRACE(url + "?" + query);
+        EXPECT_EQ(camera.Get(url, query), reply);
+        EXPECT_EQ(SetsOf(camera), "");
+    }
+}
+
+void ExpectReads(TestCamera &camera, const std::string &url, const std::string &body,
+                 const std::vector<ReadCase> &cases)
+{
+    const FakeStore::Settings before = camera.store.All();
+    for (const ReadCase &c : cases) {
+        SCOPED_TRACE(c.settings + " (" + c.description + ")");
+        camera.store.Set(Pairs(c.settings));
+        EXPECT_EQ(camera.Get(url), OkReply(Replaced(body, c.from, c.to)));
+        camera.store.Set(before);
+    }
+}
+
+void ExpectAllNeeded(TestCamera &camera, const std::string &url, const FakeStore::Settings &settings)
+{
+    for (const auto &[name, value] : settings) {
+        camera.store.Remove(name);
+        EXPECT_EQ(camera.Get(url), INTERNAL_ERROR) << name;
+        camera.store.Set(name, value);
+    }
+    EXPECT_TRUE(camera.Get(url).starts_with("HTTP/1.1 200 OK\r\n"));
+}
+
+void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings)
+{
+    const FakeStore::Settings before = camera.store.All();
+    for (const std::string &setting : Split(settings, ' ')) {
+        camera.store.Set(Pairs(setting));
+        EXPECT_EQ(camera.Get(url), INTERNAL_ERROR) << setting;
+        camera.store.Set(before);
+    }
+}
+
+FakeStore::Settings Pairs(const std::string &text)
+{
+    FakeStore::Settings settings;
+    for (const std::string &pair : Split(text, '&'))
+        settings[pair.substr(0, pair.find('='))] = pair.substr(pair.find('=') + 1);
+    return settings;
+}
+
+std::string GetOf(const std::string &pairs)
+{
+    std::string request = "get NameValue 99 0\n";
+    for (const std::string &pair : Split(pairs, '&'))
+        request += pair.substr(0, pair.find('=')) + "&";
+    return request;
 }
 
 std::string EchoReply(const std::string &query)
 {
-    std::istringstream pairs(query);
     std::string body;
-    for (std::string pair; std::getline(pairs, pair, '&');)
+    for (const std::string &pair : Split(query, '&'))
         body += pair + "\r\n";
     return OkReply(body);
+}
+
+std::string Replaced(std::string text, const std::string &from, const std::string &to)
+{
+    const size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }

@@ -5,16 +5,43 @@
 #include <string>
 #include <vector>
 
-/** One request of a family: what it is answered, and what it makes the daemon write to the store. */
-struct ExchangeCase {
-    std::string description;
-    std::string query; ///< the reply and the sets are those of a GET with it
-    std::string reply;
-    std::vector<std::string> sets = {}; ///< the pairs of every "set", in order; none for a refused request
-};
+/* Requests of one family, one after the other. A failure names the request. */
 
-/** Makes every request in turn and compares; a failure names the case. */
-void ExpectExchanges(TestCamera &camera, const std::string &url, const std::vector<ExchangeCase> &cases);
+/** A change that is taken: echoed or, below "/cgi/admin/", answered "ok". */
+struct ChangeCase {
+    std::string description;
+    std::string query;
+    std::string written; ///< the pairs of every "set", in order, a line feed between two
+};
+void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases);
+
+/** Requests, blanks between them, that get this reply and write nothing. */
+void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries,
+                   const std::string &reply = BAD_REQUEST);
+
+/** How the body of a read differs while the store holds something else. */
+struct ReadCase {
+    std::string description;
+    std::string settings; ///< as Pairs takes them
+    std::string from;
+    std::string to;
+};
+void ExpectReads(TestCamera &camera, const std::string &url, const std::string &body,
+                 const std::vector<ReadCase> &cases);
+
+/** The read is an internal error without any one of these settings, and good with all of them. */
+void ExpectAllNeeded(TestCamera &camera, const std::string &url, const FakeStore::Settings &settings);
+
+/** The read is an internal error with each of these, blanks between them: "name=value". */
+void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings);
+
+/** "name=value&name=value&", a last "&" or none. */
+[[nodiscard]] FakeStore::Settings Pairs(const std::string &text);
+/** The store's request for the names of these pairs, in their order. */
+[[nodiscard]] std::string GetOf(const std::string &pairs);
 
 /** The reply of a change: the request's own pairs, a line each. */
 [[nodiscard]] std::string EchoReply(const std::string &query);
+
+/** The text with the first `from`, which has to be in it, replaced. */
+[[nodiscard]] std::string Replaced(std::string text, const std::string &from, const std::string &to);
