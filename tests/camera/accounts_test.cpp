@@ -60,15 +60,10 @@ TEST_F(AccountsTest, PasswordsAreSaltedAndForTheOwnerOnly)
     struct stat status = {};
     ASSERT_EQ(stat(folder.path("shadow").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
-}
-
-TEST_F(AccountsTest, NumberOfADeletedUserIsFreeAgain)
-{
-    accounts.add("bob", "p", "view");
-    accounts.add("eve", "p", "view");
     accounts.remove("bob");
     accounts.add("joe", "p", "view");
-    EXPECT_NE(readFile(folder.path("passwd")).find("joe:x:1001:"), std::string::npos);
+    EXPECT_NE(readFile(folder.path("passwd")).find("joe:x:1001:"), std::string::npos)
+        << "a number that is free again";
 }
 
 TEST_F(AccountsTest, LinesOfOthersStayAsTheyAre)
@@ -87,45 +82,39 @@ TEST_F(AccountsTest, RefusedChangeLeavesTheFilesAlone)
     accounts.add("bob", "p", "view");
     const std::string before = allFiles();
     const std::string longest(64, 'n');
-    struct Case {
-        const char *what;
-        std::string request;
+    const std::string requests[] = {
+        "method=add&username=bob&userpass=p&privilege=view",
+        "method=edit&username=eve&userpass=p&privilege=view",
+        "method=delete&username=eve",
+        "method=delete&username=admin",
+        "method=edit&username=admin&userpass=p&privilege=view",
+        "method=add&username=eve&userpass=p&privilege=root",
+        "method=add&username=eve&userpass=p&privilege=",
+        "method=add&username=&userpass=p&privilege=view",
+        "method=add&username=a:b&userpass=p&privilege=view",
+        "method=add&username=a\nb&userpass=p&privilege=view",
+        "method=add&username=a,b&userpass=p&privilege=view",
+        "method=add&username=" + longest + "n&userpass=p&privilege=view",
+        "method=edit&username=bob&userpass=&privilege=view",
+        "method=edit&username=bob&userpass=" + longest + "&privilege=view",
+        "method=edit&username=bob&userpass=a\nb&privilege=view",
+        "method=add&username=eve&userpass=p",
+        "method=add&username=eve&privilege=view&userpass=p",
+        "method=list&username=eve",
+        "",
     };
-    const Case cases[] = {
-        {"user that exists", "method=add&username=bob&userpass=p&privilege=view"},
-        {"user that does not", "method=edit&username=eve&userpass=p&privilege=view"},
-        {"deleting nobody", "method=delete&username=eve"},
-        {"deleting admin", "method=delete&username=admin"},
-        {"admin in another group", "method=edit&username=admin&userpass=p&privilege=view"},
-        {"unknown group", "method=add&username=eve&userpass=p&privilege=root"},
-        {"empty group", "method=add&username=eve&userpass=p&privilege="},
-        {"empty name", "method=add&username=&userpass=p&privilege=view"},
-        {"name that ends a field", "method=add&username=a:b&userpass=p&privilege=view"},
-        {"name that ends a line", "method=add&username=a\nb&userpass=p&privilege=view"},
-        {"name that ends a member", "method=add&username=a,b&userpass=p&privilege=view"},
-        {"name of 65", "method=add&username=" + longest + "n&userpass=p&privilege=view"},
-        {"empty password", "method=edit&username=bob&userpass=&privilege=view"},
-        {"password of 64", "method=edit&username=bob&userpass=" + longest + "&privilege=view"},
-        {"password with a line feed", "method=edit&username=bob&userpass=a\nb&privilege=view"},
-        {"no group", "method=add&username=eve&userpass=p"},
-        {"group before the password", "method=add&username=eve&privilege=view&userpass=p"},
-        {"another method", "method=list&username=eve"},
-        {"nothing", ""},
+    const auto act = [this](const std::string &text) {
+        const AccountRequest request = parseAccountRequest(text);
+        if (request.method == AccountRequest::Method::Add)
+            accounts.add(request.name, request.password, request.group);
+        else if (request.method == AccountRequest::Method::Edit)
+            accounts.edit(request.name, request.password, request.group);
+        else
+            accounts.remove(request.name);
     };
-    for (const Case &test : cases) {
-        SCOPED_TRACE(test.what);
-        EXPECT_THROW(
-            {
-                const AccountRequest request = parseAccountRequest(test.request);
-                if (request.method == AccountRequest::Method::Add)
-                    accounts.add(request.name, request.password, request.group);
-                else if (request.method == AccountRequest::Method::Edit)
-                    accounts.edit(request.name, request.password, request.group);
-                else
-                    accounts.remove(request.name);
-            },
-            AccountError);
-        EXPECT_EQ(allFiles(), before);
+    for (const std::string &request : requests) {
+        EXPECT_THROW(act(request), AccountError) << request;
+        EXPECT_EQ(allFiles(), before) << request;
     }
 }
 
@@ -167,37 +156,30 @@ TEST(AccountProgram, ExitStatusTellsWhatBecameOfTheRequest)
 
 TEST(AuthenticationRules, NeedsOfRequests)
 {
-    struct Case {
-        const char *what;
-        const char *method;
-        const char *path;
-        std::string query;
-        Need need;
+    const std::tuple<const char *, const char *, const char *, Need> cases[] = {
+        {"GET", "/common/info.cgi", "", Need::AnyAccount},
+        {"GET", "/", "", Need::AnyAccount},
+        {"GET", "/config/camera_info.cgi", "name=Hall", Need::Operator},
+        {"POST", "/config/camera_info.cgi", "", Need::Operator},
+        {"GET", "/config/video.cgi", "profileid=1", Need::AnyAccount}, // a selector
+        {"POST", "/config/video.cgi", "profileid=1", Need::Operator},
+        {"GET", "/config/video.cgi", "profileid=10", Need::Operator},
+        {"GET", "/config/network.cgi", "ip=10.0.0.1", Need::Operator}, // as long as a selector, but none
+        {"GET", "/video/mjpg.cgi", "profileid=2", Need::AnyAccount},
+        {"GET", "/cgi/admin/recorder.cgi", "", Need::Admin},
+        {"GET", "/config/user_mod.cgi", "name=a", Need::Admin},
+        {"POST", "/config/user_del.cgi", "", Need::Admin},
+        {"GET", "/config/system_reboot.cgi", "reboot=go", Need::Admin},
+        {"GET", "/config/scheduled_reboot.cgi", "enable=on", Need::Admin},
+        {"GET", "/camera/state", "", Need::Admin},
+        {"DELETE", "/common/info.cgi", "", Need::Operator},
     };
-    const Case cases[] = {
-        {"read", "GET", "/common/info.cgi", "", Need::AnyAccount},
-        {"index page", "GET", "/", "", Need::AnyAccount},
-        {"change by query", "GET", "/config/camera_info.cgi", "name=Hall", Need::Operator},
-        {"change by body", "POST", "/config/camera_info.cgi", "", Need::Operator},
-        {"selector is a read", "GET", "/config/video.cgi", "profileid=1", Need::AnyAccount},
-        {"selector by POST is a change", "POST", "/config/video.cgi", "profileid=1", Need::Operator},
-        {"longer selector is a change", "GET", "/config/video.cgi", "profileid=10", Need::Operator},
-        {"no selector here", "GET", "/config/network.cgi", "ip=10.0.0.1", Need::Operator},
-        {"picture", "GET", "/video/mjpg.cgi", "profileid=2", Need::AnyAccount},
-        {"reading an administrator's page", "GET", "/cgi/admin/recorder.cgi", "", Need::Admin},
-        {"users", "GET", "/config/user_mod.cgi", "name=a", Need::Admin},
-        {"deleting users", "POST", "/config/user_del.cgi", "", Need::Admin},
-        {"reboot", "GET", "/config/system_reboot.cgi", "reboot=go", Need::Admin},
-        {"scheduled reboot", "GET", "/config/scheduled_reboot.cgi", "enable=on", Need::Admin},
-        {"side channel", "GET", "/camera/state", "", Need::Admin},
-        {"method that the daemon refuses", "DELETE", "/common/info.cgi", "", Need::Operator},
-    };
-    for (const Case &test : cases) {
+    for (const auto &[method, path, query, need] : cases) {
         HttpHead head;
-        head.method = test.method;
-        head.path = test.path;
-        head.query = test.query;
-        EXPECT_EQ(neededFor(head), test.need) << test.what;
+        head.method = method;
+        head.path = path;
+        head.query = query;
+        EXPECT_EQ(neededFor(head), need) << method << " " << path << "?" << query;
     }
     EXPECT_TRUE(groupSuffices("view", Need::AnyAccount));
     EXPECT_FALSE(groupSuffices("view", Need::Operator));
@@ -208,32 +190,19 @@ TEST(AuthenticationRules, NeedsOfRequests)
 
 TEST(AuthenticationRules, BasicCredentials)
 {
-    struct Case {
-        const char *field;
-        const char *name; ///< null: refused
-        const char *password;
+    const auto expect = [](const char *field, const char *name, const char *password) {
+        const std::optional<Credentials> credentials = parseBasicCredentials(field);
+        ASSERT_TRUE(credentials) << field;
+        EXPECT_EQ(credentials->name, name);
+        EXPECT_EQ(credentials->password, password);
     };
-    const Case cases[] = {
-        {"Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ==", "Aladdin", "open sesame"}, // the example of RFC 7617
-        {"basic  YTpiOmM=", "a", "b:c"},
-        {"Basic YTo=", "a", ""},
-        {"Basic YWI=", nullptr, nullptr},     // no colon
-        {"Basic YTpi!", nullptr, nullptr},    // no base64
-        {"Basic YTpiY", nullptr, nullptr},    // cut
-        {"Basic AGE6Yg==", nullptr, nullptr}, // a NUL byte
-        {"Basic ", nullptr, nullptr},
-        {"Bearer YTpi", nullptr, nullptr},
-        {"", nullptr, nullptr},
-    };
-    for (const Case &test : cases) {
-        SCOPED_TRACE(test.field);
-        const std::optional<Credentials> credentials = parseBasicCredentials(test.field);
-        ASSERT_EQ(credentials.has_value(), test.name != nullptr);
-        if (credentials) {
-            EXPECT_EQ(credentials->name, test.name);
-            EXPECT_EQ(credentials->password, test.password);
-        }
-    }
+    expect("Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ==", "Aladdin", "open sesame"); // the example of RFC 7617
+    expect("basic  YTpiOmM=", "a", "b:c");
+    expect("Basic YTo=", "a", "");
+    // No colon, no base64, cut, a NUL byte, and less than that.
+    for (const char *bad :
+         {"Basic YWI=", "Basic YTpi!", "Basic YTpiY", "Basic AGE6Yg==", "Basic ", "Bearer YTpi", ""})
+        EXPECT_FALSE(parseBasicCredentials(bad)) << bad;
 }
 
 } // namespace

@@ -1,23 +1,15 @@
 #include "camera_process.h"
 
-#include "camera/files.h"
+#include "platform/unix_socket.h"
 
 #include <arpa/inet.h>
 #include <csignal>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
-
-namespace
-{
-
-using Clock = std::chrono::steady_clock;
-
-} // namespace
 
 CameraProcess::CameraProcess(std::vector<std::string> arguments) : arguments_(std::move(arguments))
 {
@@ -52,13 +44,12 @@ void CameraProcess::start()
         execv(pointers[0], pointers.data());
         _exit(127);
     }
-    readOutputUntil("listening on http://127.0.0.1:");
-    const size_t at = output_.find("127.0.0.1:") + 10;
-    readOutputUntil("root ");
-    port_ = static_cast<unsigned short>(std::stoi(output_.substr(at)));
+    const std::string sign = "listening on http://127.0.0.1:";
+    waitForOutput("root ");
+    port_ = static_cast<unsigned short>(std::stoi(output_.substr(output_.find(sign) + sign.size())));
 }
 
-void CameraProcess::readOutputUntil(const std::string &sign)
+void CameraProcess::waitForOutput(const std::string &sign)
 {
     if (output_.find(sign) == std::string::npos)
         output_ += readUntil(pipe_.get(), sign);
@@ -126,18 +117,33 @@ nlohmann::json CameraProcess::state() const
 
 pid_t CameraProcess::daemonPid(pid_t other) const
 {
-    for (const Clock::time_point end = Clock::now() + TEST_TIME; Clock::now() < end;) {
-        const nlohmann::json daemon = state()["daemon"];
-        if (daemon["ready"] == true && daemon["pid"] != other)
-            return daemon["pid"];
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    throw std::runtime_error("no daemon");
+    return waitFor([&](const nlohmann::json &now) {
+        return now["daemon"]["ready"] == true && now["daemon"]["pid"] != other;
+    })["daemon"]["pid"];
+}
+
+camera::FileDescriptor CameraProcess::say(const std::string &socketPath, std::string_view bytes) const
+{
+    camera::FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
+    EXPECT_EQ(UnixSocket_Connect(socket.get(), (root() + socketPath).c_str()), 0);
+    [[maybe_unused]] const ssize_t sent = ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    return socket;
+}
+
+std::string CameraProcess::askStore(const std::string &request) const
+{
+    return readUntil(say("/tmp/configer", request).get());
+}
+
+void CameraProcess::setInStore(const std::string &pairs) const
+{
+    EXPECT_NE(askStore("set NameValue 99 0 0\n" + pairs), "");
 }
 
 std::string readUntil(int socket, const std::string &sign, std::chrono::milliseconds limit)
 {
     std::string text;
+    using Clock = std::chrono::steady_clock;
     const Clock::time_point end = Clock::now() + limit;
     while (sign.empty() || text.find(sign) == std::string::npos) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();

@@ -1,15 +1,12 @@
 #include "camera/avi_writer.h"
 #include "camera/files.h"
 #include "camera_process.h"
-#include "platform/unix_socket.h"
+#include "tests/fakes/test_camera.h"
 
 #include <csignal>
 #include <cstring>
 #include <endian.h>
-#include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <thread>
 
 /*
@@ -34,23 +31,9 @@ class CameraReaction : public testing::Test
         EXPECT_EQ(ask(target), "<config><result><code>ok</code></result></config>") << target;
     }
 
-    /** Looks at the state again and again until it is as wanted; fails with the last state when it never is. */
-    json waitUntil(const std::function<bool(const json &)> &wanted)
-    {
-        json state;
-        for (const auto end = Clock::now() + TEST_TIME; Clock::now() < end;) {
-            state = camera.state();
-            if (wanted(state))
-                return state;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        ADD_FAILURE() << "never as wanted: " << state.dump(1);
-        return state;
-    }
-
     json waitForRest()
     {
-        return waitUntil([](const json &state) { return state["ptz"]["moving"] == false; })["ptz"];
+        return camera.waitFor([](const json &state) { return state["ptz"]["moving"] == false; })["ptz"];
     }
 
     void postMotion(int window, const char *state)
@@ -102,12 +85,7 @@ TEST_F(CameraReaction, HeadGoesWhereTheClientSendsItAndKeepsPresets)
 
 TEST_F(CameraReaction, PtzDaemonOutlivesHostileClients)
 {
-    const auto say = [&](const std::string &line) {
-        camera::FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
-        EXPECT_EQ(UnixSocket_Connect(socket.get(), (camera.root() + "/tmp/ptzctrl").c_str()), 0);
-        EXPECT_EQ(write(socket.get(), line.data(), line.size()), static_cast<ssize_t>(line.size()));
-        return socket;
-    };
+    const auto say = [&](const std::string &line) { return camera.say("/tmp/ptzctrl", line); };
     const camera::FileDescriptor silent = say("");
     EXPECT_EQ(readUntil(say("rubbish").get()), "") << "closed after the line";
     readUntil(say(std::string(2000, '&')).get());
@@ -168,8 +146,8 @@ TEST_F(CameraReaction, TriggerOutsideItsScheduleDoesNothing)
     accept(rule + "1,8,0,1,17,0");
     postMotion(1, "on");
     postMotion(1, "off");
-    const json state =
-        waitUntil([](const json &now) { return now["events"]["snapshots"]["files"] == 1; })["events"]["snapshots"];
+    const json state = camera.waitFor(
+        [](const json &now) { return now["events"]["snapshots"]["files"] == 1; })["events"]["snapshots"];
     EXPECT_EQ(state["count"], 1);
     EXPECT_TRUE(camera::jpegSize(camera::readFile(camera.root() + std::string(state["last"]))));
 }
@@ -183,20 +161,16 @@ TEST_F(CameraReaction, RecorderWritesAClipWithTheSecondsBeforeAndAfter)
     postMotion(1, "on");
     EXPECT_EQ(camera.state()["events"]["recorder"]["recording"], true);
     postMotion(1, "off");
-    const json state =
-        waitUntil([](const json &now) { return now["events"]["recorder"]["clips"] == 1; })["events"]["recorder"];
+    const json state = camera.waitFor(
+        [](const json &now) { return now["events"]["recorder"]["clips"] == 1; })["events"]["recorder"];
     EXPECT_EQ(state["recording"], false);
     const std::string clip = camera::readFile(camera.root() + std::string(state["last"]));
-    EXPECT_EQ(clip.substr(0, 4), "RIFF");
-    const auto number = [&](size_t at) {
-        std::uint32_t value = 0;
-        memcpy(&value, clip.data() + at, sizeof value);
-        return le32toh(value);
-    };
     ASSERT_GT(clip.size(), 224U);
-    const std::uint32_t perPicture = number(32), pictures = number(48);
-    EXPECT_GT(pictures, 0U);
-    EXPECT_GE(perPicture * pictures, 990'000U) << "microseconds: the second after the event";
+    std::uint32_t perPicture = 0, pictures = 0;
+    memcpy(&perPicture, clip.data() + 32, sizeof perPicture);
+    memcpy(&pictures, clip.data() + 48, sizeof pictures);
+    EXPECT_GE(std::uint64_t{le32toh(perPicture)} * le32toh(pictures), 990'000U)
+        << "microseconds: the second after the event";
 }
 
 TEST_F(CameraReaction, RebootRefusesConnectionsForAWhileAndComesBack)
@@ -207,26 +181,17 @@ TEST_F(CameraReaction, RebootRefusesConnectionsForAWhileAndComesBack)
     EXPECT_EQ(statusOf(camera.get("/config/scheduled_reboot.cgi?enable=on&weekday=0&time=06:15")), 200);
     ask("/config/datetime.cgi?method=2&date=2024-06-02&time=06:14:58");
 
-    bool refused = false;
-    for (const auto end = Clock::now() + TEST_TIME; !refused && Clock::now() < end;) {
+    const auto answers = [this] {
         try {
-            // A connection that nobody has accepted yet is cut when the door closes.
-            refused = camera.get("/camera/state").empty();
+            return !camera.get("/camera/state").empty(); // a connection that nobody has accepted yet is cut
         } catch (const std::runtime_error &) {
-            refused = true;
+            return false;
         }
-    }
-    EXPECT_TRUE(refused);
+    };
+    EXPECT_TRUE(WaitFor([&] { return !answers(); }));
     const auto downAt = Clock::now();
-    json state;
-    while (state.is_null() && Clock::now() < downAt + TEST_TIME) {
-        try {
-            state = camera.state();
-        } catch (const std::exception &) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-    ASSERT_FALSE(state.is_null());
+    ASSERT_TRUE(WaitFor(answers));
+    const json state = camera.state();
     EXPECT_GT(Clock::now() - downAt, seconds(2)) << "as long as a camera takes";
     EXPECT_EQ(state["power"]["reboots"], 1);
     EXPECT_EQ(state["power"]["reason"], "scheduled");
@@ -237,14 +202,9 @@ TEST_F(CameraReaction, RebootRefusesConnectionsForAWhileAndComesBack)
 
 TEST_F(CameraReaction, StopDuringARebootIsAStop)
 {
-    const camera::FileDescriptor store(UnixSocket_Open(SOCK_STREAM));
-    ASSERT_EQ(UnixSocket_Connect(store.get(), (camera.root() + "/tmp/configer").c_str()), 0);
-    const std::string request = "set NameValue 99 0 0\nnetwork_restart=1&system_reset=1&";
-    ASSERT_EQ(write(store.get(), request.data(), request.size()), static_cast<ssize_t>(request.size()));
-    readUntil(store.get());
+    camera.setInStore("network_restart=1&system_reset=1&");
     EXPECT_EQ(camera.state()["network"]["restarts"], 1);
-    const std::string sign = "restarting: system_reset";
-    EXPECT_NE(camera.waitForOutput(sign).find(sign), std::string::npos);
+    camera.waitForOutput("restarting: system_reset");
     EXPECT_EQ(camera.stop(SIGTERM), 0);
 }
 

@@ -52,52 +52,44 @@ TEST_F(RulesTest, ScheduleHoldsOnEachDayOfItsMaskAndNoOther)
 
 TEST_F(RulesTest, ScheduleBeginsWithItsFirstMinuteAndEndsBeforeItsLast)
 {
-    struct Case {
-        const char *what, *begin, *end;
-        std::chrono::seconds time;
-        bool contained;
+    const std::tuple<const char *, const char *, std::chrono::seconds, bool> cases[] = {
+        {"08:30", "17:00", 8h + 29min + 59s, false},
+        {"08:30", "17:00", 8h + 30min, true},
+        {"08:30", "17:00", 16h + 59min + 59s, true},
+        {"08:30", "17:00", 17h, false},
+        {"08:30", "24:00", 23h + 59min + 59s, true},
+        {"08:30", "08:30", 8h + 30min, false},
+        {"17:00", "08:30", 18h, false},
+        {"", "24:00", 12h, false},
+        {"00:00", "24:01", 12h, false},
+        {"00:00", "12:00x", 11h, false},
     };
-    const Case cases[] = {
-        {"before", "08:30", "17:00", 8h + 29min + 59s, false},
-        {"first second", "08:30", "17:00", 8h + 30min, true},
-        {"last second", "08:30", "17:00", 16h + 59min + 59s, true},
-        {"end", "08:30", "17:00", 17h, false},
-        {"until midnight", "08:30", "24:00", 23h + 59min + 59s, true},
-        {"empty", "08:30", "08:30", 8h + 30min, false},
-        {"end before begin", "17:00", "08:30", 18h, false},
-        {"no time", "", "24:00", 12h, false},
-        {"no such time", "00:00", "24:01", 12h, false},
-        {"more than a time", "00:00", "12:00x", 11h, false},
-    };
-    for (const Case &test : cases) {
-        set("slot", "127", test.begin, test.end);
-        EXPECT_EQ(readSchedule(store, "slot").contains(onDay(3, test.time)), test.contained) << test.what;
+    for (const auto &[begin, end, time, contained] : cases) {
+        set("slot", "127", begin, end);
+        EXPECT_EQ(readSchedule(store, "slot").contains(onDay(3, time)), contained)
+            << begin << "-" << end << " at " << time.count();
     }
     EXPECT_FALSE(readSchedule(store, "nothing").contains(onDay(3, 12h)));
 }
 
 TEST_F(RulesTest, TriggerLooksAtTheMaskOfItsKindOnly)
 {
-    struct Case {
-        const char *what, *trigger, *windows, *inputs;
-        Sensed sensed;
-        bool triggered;
+    const std::tuple<const char *, const char *, const char *, Sensed, bool> cases[] = {
+        {"motion", "5", "0", {.windows = 4, .inputs = 0}, true},
+        {"motion", "5", "3", {.windows = 2, .inputs = 3}, false},
+        {"motion", "0", "3", {.windows = 7, .inputs = 3}, false},
+        {"di", "7", "2", {.windows = 0, .inputs = 2}, true},
+        {"di", "7", "2", {.windows = 7, .inputs = 1}, false},
+        {"", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"seq", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"motionless", "7", "3", {.windows = 7, .inputs = 3}, false},
+        {"motion", "7", "3", {}, false},
     };
-    const Case cases[] = {
-        {"window of the mask", "motion", "5", "0", {.windows = 4, .inputs = 0}, true},
-        {"window beside the mask", "motion", "5", "3", {.windows = 2, .inputs = 3}, false},
-        {"no window on", "motion", "0", "3", {.windows = 7, .inputs = 3}, false},
-        {"input of the mask", "di", "7", "2", {.windows = 0, .inputs = 2}, true},
-        {"input beside the mask", "di", "7", "2", {.windows = 7, .inputs = 1}, false},
-        {"no trigger", "", "7", "3", {.windows = 7, .inputs = 3}, false},
-        {"sequence", "seq", "7", "3", {.windows = 7, .inputs = 3}, false},
-        {"unknown trigger", "motionless", "7", "3", {.windows = 7, .inputs = 3}, false},
-        {"nothing active", "motion", "7", "3", {}, false},
-    };
-    for (const Case &test : cases) {
+    for (const auto &[trigger, windows, inputs, sensed, triggered] : cases) {
         store.set(std::vector<Setting>{
-            {"event_i2_trigger", test.trigger}, {"event_i2_mdwin", test.windows}, {"event_i2_di", test.inputs}});
-        EXPECT_EQ(readEventRule(store, 2).triggered(test.sensed), test.triggered) << test.what;
+            {"event_i2_trigger", trigger}, {"event_i2_mdwin", windows}, {"event_i2_di", inputs}});
+        EXPECT_EQ(readEventRule(store, 2).triggered(sensed), triggered)
+            << trigger << " " << windows << " " << inputs << ": " << sensed.windows << " " << sensed.inputs;
     }
 }
 
@@ -160,32 +152,27 @@ TEST_F(RulesTest, ZoneIndexIsHoursTimesFortyWhateverItsLastDigit)
 TEST(OutputCommandStream, TakesCommandsApartHoweverTheyArrive)
 {
     using Commands = std::vector<OutputCommand>;
-    struct Case {
-        const char *what;
-        std::vector<std::string_view> pieces;
-        Commands commands;
+    const std::pair<std::vector<std::string_view>, Commands> cases[] = {
+        {{"setdo 0 1"}, {{0, true}}},
+        {{"setdo 0 1setdo 1 0"}, {{0, true}, {1, false}}},
+        {{"se", "tdo", " ", "1", " ", "1", "set", "do 8 0"}, {{1, true}, {8, false}}},
+        {{"setdo 0 1\nsetdo 0 0\n"}, {{0, true}, {0, false}}},
+        {{"xxsetdo 0 1yy", "setsetdo 1 1"}, {{0, true}, {1, true}}},
+        {{"setdo 0 2setdo 1 1"}, {{1, true}}},
+        {{"setdo x 1setdo  1setdo 1 1"}, {{1, true}}},
+        {{"setdo -1 1"}, {}},
+        {{"setdo 99999999999999999999 1", "setdo 3 1"}, {{3, true}}},
+        {{"setdo 12"}, {}},
     };
-    const Case cases[] = {
-        {"one", {"setdo 0 1"}, {{0, true}}},
-        {"two in one read", {"setdo 0 1setdo 1 0"}, {{0, true}, {1, false}}},
-        {"cut anywhere", {"se", "tdo", " ", "1", " ", "1", "set", "do 8 0"}, {{1, true}, {8, false}}},
-        {"with line ends", {"setdo 0 1\nsetdo 0 0\n"}, {{0, true}, {0, false}}},
-        {"rubbish around", {"xxsetdo 0 1\0yy", "setsetdo 1 1"}, {{0, true}, {1, true}}},
-        {"no state", {"setdo 0 2setdo 1 1"}, {{1, true}}},
-        {"no number", {"setdo x 1setdo  1setdo 1 1"}, {{1, true}}},
-        {"negative", {"setdo -1 1"}, {}},
-        {"endless number", {"setdo 99999999999999999999 1", "setdo 3 1"}, {{3, true}}},
-        {"only a beginning", {"setdo 12"}, {}},
-    };
-    for (const Case &test : cases) {
+    for (const auto &[pieces, expected] : cases) {
         OutputCommands stream;
         Commands commands;
-        for (const std::string_view piece : test.pieces) {
+        for (const std::string_view piece : pieces) {
             stream.add(piece);
             while (const auto command = stream.next())
                 commands.push_back(*command);
         }
-        EXPECT_EQ(commands, test.commands) << test.what;
+        EXPECT_EQ(commands, expected) << pieces.front();
     }
 }
 

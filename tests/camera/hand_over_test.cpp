@@ -1,6 +1,7 @@
 #include "camera/root_folder.h"
 #include "camera_process.h"
 #include "platform/fdcgi.h"
+#include "tests/fakes/audio_stream.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -54,33 +55,23 @@ TEST_F(HandOverTest, RequestArrivesAsTheClientSentIt)
 
 TEST_F(HandOverTest, BodyIsTakenUpToItsLimitAndTheRestStaysOnTheSocket)
 {
-    struct Case {
-        const char *what;
-        const char *path;
-        size_t length;
-        size_t handedOver;
-    };
-    const Case cases[] = {
-        {"whole body", "/config/network.cgi", 10, 10},
-        {"longest body", "/config/network.cgi", 4095, 4095},
-        {"longer body", "/config/network.cgi", 5000, 4095},
-        {"audio stream", "/dev/speaker.cgi", 5000, 0},
-    };
-    for (const Case &test : cases) {
-        SCOPED_TRACE(test.what);
-        std::string body;
-        for (size_t i = 0; i < test.length; ++i)
-            body += static_cast<char>('a' + i % 26);
+    const std::tuple<const char *, size_t, size_t> cases[] = {{"/config/network.cgi", 10, 10},
+                                                              {"/config/network.cgi", 4095, 4095},
+                                                              {"/config/network.cgi", 5000, 4095},
+                                                              {"/dev/speaker.cgi", 5000, 0}};
+    for (const auto &[path, length, handedOver] : cases) {
+        SCOPED_TRACE(path + std::to_string(length));
+        const std::string body = AudioPayload(length);
         const FileDescriptor client =
-            camera.send("POST " + std::string(test.path) +
-                        " HTTP/1.1\r\nContent-Length: " + std::to_string(test.length) + "\r\n\r\n" + body + "END");
+            camera.send("POST " + std::string(path) + " HTTP/1.1\r\nContent-Length: " + std::to_string(length) +
+                        "\r\n\r\n" + body + "END");
         const FileDescriptor socket = take();
-        EXPECT_EQ(FDCGI_GetContentLength(endpoint), std::to_string(test.length));
-        ASSERT_EQ(FDCGI_GetPostBodyLength(endpoint), test.handedOver);
-        if (test.handedOver > 0) {
-            EXPECT_EQ(FDCGI_GetPostBody(endpoint), body.substr(0, test.handedOver));
+        EXPECT_EQ(FDCGI_GetContentLength(endpoint), std::to_string(length));
+        ASSERT_EQ(FDCGI_GetPostBodyLength(endpoint), handedOver);
+        if (handedOver > 0) {
+            EXPECT_EQ(std::string_view(FDCGI_GetPostBody(endpoint), handedOver), body.substr(0, handedOver));
         }
-        EXPECT_EQ(readUntil(socket.get(), "END"), body.substr(test.handedOver) + "END");
+        EXPECT_EQ(readUntil(socket.get(), "END"), body.substr(handedOver) + "END");
     }
 }
 

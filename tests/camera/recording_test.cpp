@@ -31,11 +31,11 @@ std::string jpegOf(int width, int height, char mark)
     return jpeg;
 }
 
-std::uint32_t number(const std::string &file, size_t at, int bytes = 4)
+std::uint32_t number(const std::string &file, size_t at)
 {
     std::uint32_t value = 0;
-    for (int i = bytes - 1; i >= 0; --i)
-        value = value << 8 | static_cast<unsigned char>(file.at(at + static_cast<size_t>(i)));
+    for (size_t i = at + 4; i > at; --i)
+        value = value << 8 | static_cast<unsigned char>(file.at(i - 1));
     return value;
 }
 
@@ -64,47 +64,46 @@ TEST(AviFile, IsARiffFileWithEveryPictureInItsIndex)
         writer.finish(1500ms);
     }
     const std::string file = readFile(path);
-    EXPECT_EQ(file.substr(0, 4), "RIFF");
-    EXPECT_EQ(number(file, 4), file.size() - 8);
-    EXPECT_EQ(file.substr(8, 4), "AVI ");
-    EXPECT_EQ(file.substr(12, 4), "LIST");
-    EXPECT_EQ(file.substr(20, 8), "hdrlavih");
-    EXPECT_EQ(number(file, 32), 500000U) << "microseconds per picture";
-    EXPECT_EQ(number(file, 48), 3U) << "pictures";
-    EXPECT_EQ(number(file, 64), 640U);
-    EXPECT_EQ(number(file, 68), 480U);
-    EXPECT_EQ(file.substr(108, 8), "vidsMJPG");
-    EXPECT_EQ(number(file, 132) * 1.0 / number(file, 128), 2.0) << "rate over scale: pictures per second";
+    const auto expectText = [&](size_t at, const std::string &text) {
+        EXPECT_EQ(file.substr(at, text.size()), text);
+    };
+    const auto expectNumber = [&](size_t at, size_t value) { EXPECT_EQ(number(file, at), value) << "at " << at; };
+    expectText(0, "RIFF");
+    expectNumber(4, file.size() - 8);
+    expectText(8, "AVI LIST");
+    expectText(20, "hdrlavih");
+    expectNumber(32, 500000); // microseconds per picture
+    expectNumber(48, 3);
+    expectNumber(64, 640);
+    expectNumber(68, 480);
+    expectText(108, "vidsMJPG");
+    expectNumber(132, 2 * number(file, 128)); // rate over scale: pictures per second
 
     const size_t movie = 20 + number(file, 16);
-    EXPECT_EQ(file.substr(movie, 4), "LIST") << "the header's list ends where the next one begins";
-    EXPECT_EQ(file.substr(movie + 8, 4), "movi");
+    expectText(movie, "LIST"); // the header's list ends where the next one begins
+    expectText(movie + 8, "movi");
     const size_t index = movie + 8 + number(file, movie + 4);
-    EXPECT_EQ(file.substr(index, 4), "idx1");
+    expectText(index, "idx1");
     ASSERT_EQ(number(file, index + 4), 3 * 16U);
     for (size_t i = 0; i < 3; ++i) {
         const size_t entry = index + 8 + i * 16;
         const size_t chunk = movie + 8 + number(file, entry + 8);
-        EXPECT_EQ(file.substr(entry, 4), "00dc");
-        EXPECT_EQ(number(file, entry + 12), pictures[i].size());
-        EXPECT_EQ(file.substr(chunk, 4), "00dc") << i;
-        EXPECT_EQ(number(file, chunk + 4), pictures[i].size());
-        EXPECT_EQ(file.substr(chunk + 8, pictures[i].size()), pictures[i]);
+        expectText(entry, "00dc");
+        expectNumber(entry + 12, pictures[i].size());
+        expectText(chunk, "00dc");
+        expectNumber(chunk + 4, pictures[i].size());
+        expectText(chunk + 8, pictures[i]);
         EXPECT_EQ(chunk % 2, 0U);
     }
     EXPECT_EQ(index + 8 + 3 * 16, file.size());
-}
 
-TEST(AviFile, ThatIsNotFinishedIsRemovedAndNoFileIsWrittenOver)
-{
-    const TemporaryFolder folder;
-    const std::string path = folder.path("clip.avi");
+    fs::remove(path);
     {
         AviWriter writer(path, {640, 480});
-        writer.add(jpegOf(640, 480, 'a'));
-        EXPECT_THROW(AviWriter(path, {640, 480}), std::system_error);
+        writer.add(pictures[0]);
+        EXPECT_THROW(AviWriter(path, {640, 480}), std::system_error) << "no file is written over";
     }
-    EXPECT_TRUE(fs::is_empty(folder.path()));
+    EXPECT_TRUE(fs::is_empty(folder.path())) << "what is not finished is removed";
 }
 
 /** Writes down what it is given: "(e" begins an event's clip, letters are pictures, "5000)" ends one. */

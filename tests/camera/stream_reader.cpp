@@ -1,25 +1,11 @@
 #include "stream_reader.h"
 
-#include "jpeg_reader.h"
-
 #include <poll.h>
 #include <stdexcept>
 #include <unistd.h>
 
-StreamReader::StreamReader(const CameraProcess &camera, const std::string &query)
-    : socket_(camera.send("GET /video/mjpg.cgi" + (query.empty() ? "" : "?" + query) + " HTTP/1.1\r\n\r\n"))
+StreamReader::StreamReader(camera::FileDescriptor socket) : socket_(std::move(socket)), head_(takeUntil("\r\n\r\n"))
 {
-    readHead();
-}
-
-StreamReader::StreamReader(camera::FileDescriptor socket) : socket_(std::move(socket))
-{
-    readHead();
-}
-
-void StreamReader::readHead()
-{
-    head_ = takeUntil("\r\n\r\n");
 }
 
 std::string StreamReader::readPart()
@@ -34,19 +20,11 @@ std::string StreamReader::readPart()
     return jpeg;
 }
 
-camera::Image StreamReader::readFrame()
-{
-    return readJpeg(readPart());
-}
-
 bool StreamReader::ends()
 {
-    const auto limit = std::chrono::steady_clock::now() + TEST_TIME;
-    while (std::chrono::steady_clock::now() < limit) {
-        buffer_.clear();
+    for (const auto limit = std::chrono::steady_clock::now() + TEST_TIME; std::chrono::steady_clock::now() < limit;)
         if (!fill())
             return true;
-    }
     return false;
 }
 
