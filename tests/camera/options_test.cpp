@@ -49,6 +49,7 @@ TEST(Options, WhatCannotBeMeantIsRefused)
     EXPECT_THROW((void)parse({"--port", "80"}), UsageError);
     EXPECT_THROW((void)parse({"8080"}), UsageError);
     EXPECT_THROW((void)parse({"--auth"}), UsageError);
+    EXPECT_THROW((void)parseOptions(std::vector<const char *>{"--root"}), UsageError) << "without its value";
 }
 
 } // namespace
