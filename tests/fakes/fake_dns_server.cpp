@@ -1,13 +1,9 @@
 #include "tests/fakes/fake_dns_server.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
 #include <gtest/gtest.h>
 #include <optional>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <system_error>
 
 namespace
 {
@@ -38,33 +34,24 @@ std::optional<DnsQuery> ParseQuery(const std::string &bytes)
 
 } // namespace
 
+sockaddr_in LoopbackAddress(uint16_t port)
+{
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
 UniqueFd BindToLoopback(int type, uint16_t &port)
 {
     UniqueFd bound(socket(AF_INET, type | SOCK_CLOEXEC, 0));
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = LoopbackAddress(0);
     socklen_t length = sizeof address;
-    if (bind(bound.Get(), reinterpret_cast<sockaddr *>(&address), length) != 0 ||
-        getsockname(bound.Get(), reinterpret_cast<sockaddr *>(&address), &length) != 0)
-        throw std::system_error(errno, std::generic_category(), "bind to loopback");
+    Checked(bind(bound.Get(), reinterpret_cast<sockaddr *>(&address), length), "bind to loopback");
+    Checked(getsockname(bound.Get(), reinterpret_cast<sockaddr *>(&address), &length), "port of loopback");
     port = ntohs(address.sin_port);
     return bound;
-}
-
-FakeDnsServer::FakeDnsServer(Script script) : m_script(std::move(script)), m_stop(eventfd(0, EFD_CLOEXEC))
-{
-    uint16_t otherPort = 0;
-    m_otherSocket = BindToLoopback(SOCK_DGRAM, otherPort);
-    m_socket = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    m_thread = std::thread([this] { Run(); });
-}
-
-FakeDnsServer::~FakeDnsServer()
-{
-    eventfd_write(m_stop.Get(), 1);
-    m_thread.join();
-    g_tRemotePorts = m_realPorts;
 }
 
 std::vector<DnsQuery> FakeDnsServer::Queries() const
@@ -73,31 +60,26 @@ std::vector<DnsQuery> FakeDnsServer::Queries() const
     return m_queries;
 }
 
-void FakeDnsServer::Run()
+void FakeDnsServer::ServeOne()
 {
-    for (;;) {
-        pollfd waiting[] = {{m_stop.Get(), POLLIN, 0}, {m_socket.Get(), POLLIN, 0}};
-        if (poll(waiting, 2, -1) < 0 || waiting[0].revents != 0)
-            return;
-        char buffer[1024];
-        sockaddr_in asker;
-        socklen_t length = sizeof asker;
-        auto *address = reinterpret_cast<sockaddr *>(&asker);
-        const ssize_t received = recvfrom(m_socket.Get(), buffer, sizeof buffer, 0, address, &length);
-        if (received < 0)
-            continue;
-        const auto query = ParseQuery({buffer, static_cast<size_t>(received)});
-        if (!query) {
-            ADD_FAILURE() << "not a query for an address, " << received << " bytes";
-            continue;
-        }
-        {
-            const std::lock_guard lock(m_mutex);
-            m_queries.push_back(*query);
-        }
-        for (const Datagram &datagram : m_script(*query)) {
-            const int from = datagram.fromOtherPort ? m_otherSocket.Get() : m_socket.Get();
-            sendto(from, datagram.bytes.data(), datagram.bytes.size(), MSG_NOSIGNAL, address, length);
-        }
+    char buffer[1024];
+    sockaddr_in asker;
+    socklen_t length = sizeof asker;
+    auto *address = reinterpret_cast<sockaddr *>(&asker);
+    const ssize_t received = recvfrom(m_socket.Get(), buffer, sizeof buffer, 0, address, &length);
+    if (received < 0)
+        return;
+    const auto query = ParseQuery({buffer, static_cast<size_t>(received)});
+    if (!query) {
+        ADD_FAILURE() << "not a query for an address, " << received << " bytes";
+        return;
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_queries.push_back(*query);
+    }
+    for (const Datagram &datagram : m_script(*query)) {
+        const int from = datagram.fromOtherPort ? m_otherSocket.Get() : m_socket.Get();
+        sendto(from, datagram.bytes.data(), datagram.bytes.size(), MSG_NOSIGNAL, address, length);
     }
 }

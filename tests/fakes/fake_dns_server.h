@@ -2,14 +2,16 @@
 
 #include "netutil/remote_ports.h"
 #include "tests/fakes/dns_bytes.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/service_thread.h"
 
-#include <functional>
 #include <mutex>
 #include <netinet/in.h>
-#include <string>
-#include <thread>
 #include <vector>
+
+/** Binds a socket of this type to a free port of loopback and gives the port. */
+[[nodiscard]] UniqueFd BindToLoopback(int type, uint16_t &port);
+/** The address of such a port. */
+[[nodiscard]] sockaddr_in LoopbackAddress(uint16_t port);
 
 struct DnsQuery {
     uint16_t identifier;
@@ -33,8 +35,8 @@ class FakeDnsServer
     /** Called on the server's thread for each query; the datagrams go to the asker in this order. */
     using Script = std::function<std::vector<Datagram>(const DnsQuery &)>;
 
-    explicit FakeDnsServer(Script script);
-    ~FakeDnsServer();
+    explicit FakeDnsServer(Script script) : m_script(std::move(script)) {}
+    ~FakeDnsServer() { g_tRemotePorts = m_realPorts; }
     FakeDnsServer(const FakeDnsServer &) = delete;
     FakeDnsServer &operator=(const FakeDnsServer &) = delete;
 
@@ -43,17 +45,14 @@ class FakeDnsServer
     [[nodiscard]] std::vector<DnsQuery> Queries() const;
 
   private:
-    void Run();
+    void ServeOne();
 
     Script m_script;
     NetUtility_RemotePorts m_realPorts = g_tRemotePorts;
-    UniqueFd m_socket;
-    UniqueFd m_otherSocket;
-    UniqueFd m_stop;
+    uint16_t m_otherPort = 0;
+    UniqueFd m_socket = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    UniqueFd m_otherSocket = BindToLoopback(SOCK_DGRAM, m_otherPort);
     mutable std::mutex m_mutex;
     std::vector<DnsQuery> m_queries;
-    std::thread m_thread;
+    ServiceThread m_thread{m_socket.Get(), [this] { ServeOne(); }};
 };
-
-/** Binds a socket of this type to a free port of loopback and gives the port. */
-[[nodiscard]] UniqueFd BindToLoopback(int type, uint16_t &port);

@@ -2,25 +2,15 @@
 
 #include "platform/unix_socket.h"
 
-#include <cerrno>
 #include <string_view>
 #include <sys/socket.h>
-#include <system_error>
 
-namespace
-{
-constexpr std::string_view OWN_LINE = "\n";
-}
+static constexpr std::string_view OWN_LINE = "\n";
 
 FakePtz::FakePtz(const std::string &path)
-    : m_path(path), m_ownPath(path + ".own"), m_endpoint(m_ownPath, SOCK_STREAM, [this](int c) { Serve(c); })
+    : m_path(path), m_ownPath(path + ".own"), m_endpoint(m_ownPath, [this](int c) { Serve(c); })
 {
     Heal();
-}
-
-FakePtz::~FakePtz()
-{
-    Refuse();
 }
 
 std::vector<std::string> FakePtz::Take()
@@ -34,8 +24,7 @@ void FakePtz::Wait() const
 {
     // Connections are served in turn, so when one of our own has been served, all before it have been.
     const UniqueFd socket(UnixSocket_Open(SOCK_STREAM));
-    if (UnixSocket_Connect(socket.Get(), m_ownPath.c_str()) != 0)
-        throw std::system_error(errno, std::generic_category(), m_ownPath);
+    Checked(UnixSocket_Connect(socket.Get(), m_ownPath.c_str()), m_ownPath);
     send(socket.Get(), OWN_LINE.data(), OWN_LINE.size(), MSG_NOSIGNAL);
     shutdown(socket.Get(), SHUT_WR);
     char byte = 0;
@@ -43,15 +32,10 @@ void FakePtz::Wait() const
     }
 }
 
-void FakePtz::Refuse()
-{
-    unlink(m_path.c_str());
-}
-
 void FakePtz::Heal()
 {
     if (link(m_ownPath.c_str(), m_path.c_str()) != 0 && errno != EEXIST)
-        throw std::system_error(errno, std::generic_category(), m_path);
+        Checked(-1, m_path);
 }
 
 void FakePtz::Serve(int connection)

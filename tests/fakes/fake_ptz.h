@@ -17,7 +17,7 @@ class FakePtz
   public:
     /** Listens at `path`, the resolved place of "/tmp/ptzctrl". */
     explicit FakePtz(const std::string &path);
-    ~FakePtz();
+    ~FakePtz() { Refuse(); }
     FakePtz(const FakePtz &) = delete;
     FakePtz &operator=(const FakePtz &) = delete;
 
@@ -27,7 +27,7 @@ class FakePtz
     void Wait() const;
 
     /** Later connections are refused; those that are made already are served. */
-    void Refuse();
+    void Refuse() { unlink(m_path.c_str()); }
     /** The nth connection from now is closed unread and noted as "(hung up)". */
     void HangUp(int nth) { m_hangUpIn = nth; }
     /** Connections are taken again. */

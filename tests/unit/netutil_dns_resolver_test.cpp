@@ -1,13 +1,12 @@
 #include "netutil/connectivity.h"
 #include "netutil/dns_resolver.h"
+#include "tests/fakes/fake_clock.h"
 #include "tests/fakes/fake_dns_server.h"
-#include "tests/fakes/root_environment.h"
-#include "tests/fakes/stepping_clock.h"
+#include "tests/fakes/temp_root.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
-#include <dirent.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
@@ -26,29 +25,31 @@ std::string Answer(const DnsQuery &query, std::vector<DnsRecord> records)
     return DnsMessage{query.identifier, query.name, std::move(records)}.Bytes();
 }
 
+std::string Here(const DnsQuery &query)
+{
+    return Answer(query, {DnsA(10, 1, 2, 3)});
+}
+
+/** What somebody sends who wants the client elsewhere. */
+std::string Elsewhere(const DnsQuery &query)
+{
+    return Answer(query, {DnsA(6, 6, 6, 6)});
+}
+
+std::string Error(const DnsQuery &query, uint16_t code)
+{
+    return DnsMessage{query.identifier, query.name, {}, static_cast<uint16_t>(0x8180 | code)}.Bytes();
+}
+
 std::string NoSuchName(const DnsQuery &query)
 {
-    return DnsMessage{query.identifier, query.name, {}, 0x8183}.Bytes();
+    return Error(query, 3);
 }
 
-/** A query's answer with another identifier: what somebody sends who has to guess. */
-std::string WrongIdentifier(const DnsQuery &query)
+/** The query as somebody knows it who has to guess its identifier. */
+DnsQuery Guessed(const DnsQuery &query)
 {
-    DnsQuery guessed = query;
-    guessed.identifier ^= 0x8001;
-    return Answer(guessed, {DnsA(6, 6, 6, 6)});
-}
-
-/** How many descriptors this process has open. */
-long OpenDescriptors()
-{
-    long count = 0;
-    DIR *folder = opendir("/proc/self/fd");
-    while (folder != nullptr && readdir(folder) != nullptr)
-        ++count;
-    if (folder != nullptr)
-        closedir(folder);
-    return count;
+    return {static_cast<uint16_t>(query.identifier ^ 0x8001), query.name};
 }
 
 /** Fails the test when more descriptors are open at its end than at its beginning. */
@@ -56,10 +57,10 @@ class NoDescriptorLeft
 {
   public:
     NoDescriptorLeft() = default;
-    ~NoDescriptorLeft() { EXPECT_EQ(OpenDescriptors(), m_before); }
+    ~NoDescriptorLeft() { EXPECT_EQ(CountDescriptors(), m_before); }
 
   private:
-    long m_before = OpenDescriptors();
+    size_t m_before = CountDescriptors();
 };
 
 struct Resolved {
@@ -79,59 +80,51 @@ Resolved Resolve(const char *name, uint32_t timeoutSec = LONG_TIMEOUT_SEC)
 
 TEST(DnsResolve, TakesTheServersAnswer)
 {
-    const std::string NOT_STORED = "7.7.7.7";
+    using Q = const DnsQuery &;
     const struct {
         const char *description;
         FakeDnsServer::Script script;
         int32_t result;
-        std::string address;
     } cases[] = {
-        {"an address", [](const DnsQuery &q) { return Datagrams{{Answer(q, {DnsA(10, 1, 2, 3)})}}; }, 0,
-         "10.1.2.3"},
         {"a chain of names",
-         [](const DnsQuery &q) {
-             return Datagrams{{Answer(q, {DnsCname("b.example"), DnsCname("c.example"), DnsA(10, 1, 2, 4)})}};
+         [](Q q) {
+             return Datagrams{{Answer(q, {DnsCname("b"), DnsCname("c"), DnsA(10, 1, 2, 3)})}};
          },
-         0, "10.1.2.4"},
-        {"no such name", [](const DnsQuery &q) { return Datagrams{{NoSuchName(q)}}; }, NETUTILITY_NO_SUCH_NAME,
-         NOT_STORED},
+         0},
+        {"no such name", [](Q q) { return Datagrams{{NoSuchName(q)}}; }, NETUTILITY_NO_SUCH_NAME},
         {"the server's failure",
-         [](const DnsQuery &q) {
-             return Datagrams{{DnsMessage{q.identifier, q.name, {}, 0x8182}.Bytes()}, {NoSuchName(q)}};
+         [](Q q) {
+             return Datagrams{{Error(q, 2)}, {Here(q)}};
          },
-         -1, NOT_STORED},
-        {"a wrong identifier, then the right one",
-         [](const DnsQuery &q) {
-             return Datagrams{{WrongIdentifier(q)}, {Answer(q, {DnsA(10, 1, 2, 5)})}};
+         -1},
+        {"a wrong identifier",
+         [](Q q) {
+             return Datagrams{{Elsewhere(Guessed(q))}, {Here(q)}};
          },
-         0, "10.1.2.5"},
+         0},
         {"no such name, from somebody who guesses",
-         [](const DnsQuery &q) {
-             return Datagrams{{NoSuchName({static_cast<uint16_t>(q.identifier + 1), q.name})},
-                              {Answer(q, {DnsA(10, 1, 2, 6)})}};
+         [](Q q) {
+             return Datagrams{{NoSuchName(Guessed(q))}, {Here(q)}};
          },
-         0, "10.1.2.6"},
-        {"another port that knows the identifier, then the server",
-         [](const DnsQuery &q) {
-             return Datagrams{{Answer(q, {DnsA(6, 6, 6, 6)}), true}, {Answer(q, {DnsA(10, 1, 2, 7)})}};
+         0},
+        {"another port that knows the identifier",
+         [](Q q) {
+             return Datagrams{{Elsewhere(q), true}, {Here(q)}};
          },
-         0, "10.1.2.7"},
-        {"datagrams too short for an identifier or a header, then the answer",
-         [](const DnsQuery &q) {
-             const std::string answer = Answer(q, {DnsA(10, 1, 2, 8)});
-             return Datagrams{{""}, {answer.substr(0, 1)}, {answer.substr(0, 11)}, {answer}};
+         0},
+        {"datagrams too short for an identifier or a header",
+         [](Q q) {
+             return Datagrams{{""}, {Here(q).substr(0, 1)}, {Here(q).substr(0, 11)}, {Here(q)}};
          },
-         0, "10.1.2.8"},
-        {"an answer longer than the buffer",
-         [](const DnsQuery &q) { return Datagrams{{Answer(q, {DnsA(10, 1, 2, 9)}) + std::string(1000, '\xC0')}}; },
-         0, "10.1.2.9"},
+         0},
+        {"longer than the buffer", [](Q q) { return Datagrams{{Here(q) + std::string(1000, '\xC0')}}; }, 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         const FakeDnsServer server(c.script);
         const Resolved resolved = Resolve("camera.example.com");
         EXPECT_EQ(resolved.result, c.result);
-        EXPECT_EQ(resolved.address, c.address);
+        EXPECT_EQ(resolved.address, c.result == 0 ? "10.1.2.3" : "7.7.7.7");
         ASSERT_EQ(server.Queries().size(), 1U) << "asked once";
         EXPECT_EQ(server.Queries()[0].name, "camera.example.com");
     }
@@ -155,7 +148,7 @@ TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
     const FakeDnsServer server([&cut](const DnsQuery &query) {
         const std::string whole = Answer(query, {DnsCname("b.example"), DnsA(10, 1, 2, 3)});
         // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
-        return Datagrams{{whole.substr(0, cut)}, {DnsMessage{query.identifier, query.name, {}, 0x8182}.Bytes()}};
+        return Datagrams{{whole.substr(0, cut)}, {Error(query, 2)}};
     });
     const size_t question = 12 + DnsLabels("a.example").size() + 4;
     const size_t whole = Answer({0, "a.example"}, {DnsCname("b.example"), DnsA(10, 1, 2, 3)}).size();
@@ -188,11 +181,9 @@ TEST(DnsResolve, RefusesMissingArguments)
         in_addr_t *address;
         std::string output;
     } cases[] = {
-        {0, "a.example", 1, &address, needServer},
         {0, "192.168.0.1", 1, &address, needServer},
         {server.Address(), nullptr, 1, &address, invalid},
         {server.Address(), "", 1, &address, invalid},
-        {server.Address(), "a.example", 0, &address, invalid},
         {server.Address(), "192.168.0.1", 0, &address, invalid},
         {server.Address(), "a.example", 1, nullptr, invalid},
         {server.Address(), "a..example", 1, &address, ""},
@@ -221,23 +212,23 @@ TEST(DnsResolve, IdentifiersDoNotRepeat)
 TEST(DnsResolve, TimesOutInTotalHoweverManyWrongAnswersCome)
 {
     const FakeDnsServer server([](const DnsQuery &query) {
-        Datagrams datagrams(20, {WrongIdentifier(query)});
-        datagrams.push_back({Answer(query, {DnsA(10, 1, 2, 3)})});
+        Datagrams datagrams(20, {Elsewhere(Guessed(query))});
+        datagrams.push_back({Here(query)});
         return datagrams;
     });
     {
-        const SteppingClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
+        const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
         EXPECT_EQ(Resolve("a.example").result, -1) << "the time is over before the twentieth look at the clock";
     }
-    const SteppingClock clock(1);
+    const FakeClock clock(1);
     EXPECT_EQ(Resolve("a.example").address, "10.1.2.3");
 }
 
 TEST(DnsResolve, WaitsForTheRestOfItsTimeOnly)
 {
     // The first wait finds half of the time left, and a wrong answer; the second finds 10 ms.
-    const FakeDnsServer server([](const DnsQuery &query) { return Datagrams{{WrongIdentifier(query)}}; });
-    const SteppingClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
+    const FakeDnsServer server([](const DnsQuery &query) { return Datagrams{{Elsewhere(Guessed(query))}}; });
+    const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
     EXPECT_EQ(Resolve("a.example").result, -1);
 }
 
@@ -246,11 +237,8 @@ TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
     const FakeDnsServer restoresThePorts([](const DnsQuery &) { return Datagrams{}; });
     // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
     const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(g_tRemotePorts.uiDNS);
-    address.sin_addr.s_addr = FakeDnsServer::Address();
-    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
+    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     testing::internal::CaptureStdout();
     EXPECT_EQ(Resolve("a.example").result, -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -259,13 +247,13 @@ TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
 
 TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
 {
-    const std::string failed = "[NetUtility_IsValidDomainName] DNS resolve failed\r";
-    const std::string noServer = "[NetUtility_IsValidDomainName] Get DNS server IP failed\r";
-    const std::string invalid = "[NetUtility_IsValidDomainName] Invalid arguments\r";
+    const char *failed = "DNS resolve failed\r";
+    const char *noServer = "Get DNS server IP failed\r";
+    const char *invalid = "Invalid arguments\r";
     const FakeDnsServer server([](const DnsQuery &q) {
         if (q.name == "bare.example")
             return Datagrams{{Answer(q, {DnsCname("b.example")})}};
-        return Datagrams{{q.name == "a.example" ? Answer(q, {DnsA(10, 1, 2, 3)}) : NoSuchName(q)}};
+        return Datagrams{{q.name == "a.example" ? Here(q) : NoSuchName(q)}};
     });
     const struct {
         const char *description;
@@ -273,12 +261,12 @@ TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
         const char *name;
         int expected;
         int32_t status;
-        std::string output;
+        std::string output = {};
     } cases[] = {
-        {"known", "nameserver 127.0.0.1\n", "a.example", 1, 0, ""},
-        {"known without an address", "nameserver 127.0.0.1\n", "bare.example", 1, 0, ""},
+        {"known", "nameserver 127.0.0.1\n", "a.example", 1, 0},
+        {"known without an address", "nameserver 127.0.0.1\n", "bare.example", 1, 0},
         {"unknown", "nameserver 127.0.0.1\n", "b.example", 0, NETUTILITY_NO_SUCH_NAME, failed},
-        {"the first server alone", "nameserver 127.0.0.1\nnameserver 0.0.0.0\n", "a.example", 1, 0, ""},
+        {"the first server alone", "nameserver 127.0.0.1\nnameserver 0.0.0.0\n", "a.example", 1, 0},
         {"a server that is none", "nameserver somewhere\n", "a.example", 0, -1, failed},
         {"an unusable file", "nameserver 127.0.0.1\noptions x\n", "a.example", 0, -1, noServer},
         {"no name", "nameserver 127.0.0.1\n", "", 0, -1, invalid},
@@ -291,7 +279,8 @@ TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
         int32_t status = 99;
         testing::internal::CaptureStdout();
         EXPECT_EQ(NetUtility_IsValidDomainName(c.name, status), c.expected);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  c.output.empty() ? "" : "[NetUtility_IsValidDomainName] " + c.output);
         EXPECT_EQ(status, c.status);
     }
 }
@@ -322,7 +311,6 @@ TEST(Connectivity, IsOneOfThreeWebHosts)
         std::vector<DnsRecord> records;
         int32_t expected;
     } cases[] = {
-        {"all three", {HERE, HERE, HERE}, 0},
         {"the first alone", {HERE, UNKNOWN, UNKNOWN}, 0},
         {"the second alone", {UNKNOWN, HERE, NOWHERE}, 0},
         {"the third alone", {NOWHERE, NOWHERE, HERE}, 0},
@@ -360,14 +348,12 @@ TEST(Connectivity, GivesUpWhenNoHostAnswersInTime)
     const FakeDnsServer server(InTurn({HERE, HERE, HERE}));
     const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
     ASSERT_EQ(listen(web.Get(), 0), 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(g_tRemotePorts.uiHTTP);
-    address.sin_addr.s_addr = server.Address();
+    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
     std::vector<UniqueFd> waiting;
     for (int i = 0; i < 4; ++i) {
         waiting.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        const int result = connect(waiting.back().Get(), reinterpret_cast<sockaddr *>(&address), sizeof address);
+        const int result =
+            connect(waiting.back().Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
         ASSERT_TRUE(result == 0 || errno == EINPROGRESS);
     }
     EXPECT_EQ(NetUtility_ConnectToInternet(1, server.Address()), -1);

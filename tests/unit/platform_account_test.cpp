@@ -1,5 +1,5 @@
 #include "platform/account.h"
-#include "tests/fakes/root_environment.h"
+#include "tests/fakes/temp_root.h"
 #include "text/builder.h"
 
 #include <filesystem>

@@ -150,25 +150,25 @@ TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
         {"one byte more than a datagram may have",
          Payload(HEAD, std::string(FDCGI_MAX_DATAGRAM + 1 - Payload(HEAD).size(), 'b'))},
     };
-    const size_t before = CountOwnDescriptors();
+    const size_t before = CountDescriptors();
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         EXPECT_EQ(Read(c.payload), -1);
         EXPECT_EQ(client.ReadAll(), "") << "closed";
         client.Close();
-        EXPECT_EQ(CountOwnDescriptors(), before);
+        EXPECT_EQ(CountDescriptors(), before);
     }
 }
 
 TEST_F(HandOverEndpoint, RefusesAndClosesAnyOtherNumberOfDescriptors)
 {
-    const size_t before = CountOwnDescriptors();
+    const size_t before = CountDescriptors();
     for (const int descriptors : {0, 2, 15, 16, 17, 200}) {
         SCOPED_TRACE(descriptors);
         EXPECT_EQ(Read(Payload(HEAD), descriptors), -1);
         EXPECT_EQ(client.ReadAll(), "") << "closed";
         client.Close();
-        EXPECT_EQ(CountOwnDescriptors(), before);
+        EXPECT_EQ(CountDescriptors(), before);
     }
     EXPECT_EQ(Read(Payload(HEAD)), 0) << "the next request is read";
 }
@@ -188,11 +188,11 @@ TEST_F(HandOverEndpoint, IsForOwnerAndGroupOnly)
     EXPECT_EQ(fcntl(FDCGI_GetSocketFd(handle), F_GETFD), FD_CLOEXEC);
 
     FDCGI_Handle other = nullptr;
-    const size_t before = CountOwnDescriptors();
+    const size_t before = CountDescriptors();
     EXPECT_EQ(FDCGI_init(&other, path.c_str()), -1) << "the path is taken";
     EXPECT_EQ(FDCGI_init(&other, root.Path("/no/such/folder").c_str()), -1);
     EXPECT_EQ(FDCGI_init(&other, (root.Path("/tmp/") + std::string(108, 'x')).c_str()), -1) << "too long";
-    EXPECT_EQ(CountOwnDescriptors(), before);
+    EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST(FdcgiCompose, RefusesWhatCannotBeSent)

@@ -1,6 +1,6 @@
 #include "platform/fdipc.h"
 #include "tests/fakes/in_process_server.h"
-#include "tests/fakes/root_environment.h"
+#include "tests/fakes/temp_root.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -66,12 +66,12 @@ TEST_F(HandBack, FindsAWebServerThatWasRestarted)
 
 TEST_F(HandBack, FailsWithoutAWebServer)
 {
-    const size_t before = CountOwnDescriptors();
+    const size_t before = CountDescriptors();
     EXPECT_EQ(fdipc_client_socket(PATH), -1);
     const std::string tooLong = "/" + std::string(120, 'x');
     EXPECT_EQ(fdipc_client_socket(tooLong.c_str()), -1);
     EXPECT_EQ(fdipc_server_socket(root.Path(tooLong).c_str()), -1);
-    EXPECT_EQ(CountOwnDescriptors(), before);
+    EXPECT_EQ(CountDescriptors(), before);
 
     StartWebServer();
     const UniqueFd socket(fdipc_client_socket(PATH));

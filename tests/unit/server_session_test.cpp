@@ -284,13 +284,13 @@ TEST_F(Session, ThirtyAreServedAtATimeAndTheNextIsRefused)
 
 TEST_F(Session, AMalformedHandOverEndsTheRound)
 {
-    const size_t before = CountOwnDescriptors();
+    const size_t before = CountDescriptors();
     ClientSide broken = HandOverRaw(daemon.SocketPath(), "rubbish");
     EXPECT_EQ(daemon.Round(), -1);
     EXPECT_EQ(broken.ReadAll(), "");
     broken.Close();
     EXPECT_EQ(daemon.BusySlots(), 0);
-    EXPECT_EQ(CountOwnDescriptors(), before);
+    EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST(NetworkRestart, ComesTenSecondsAfterItWasAskedFor)
