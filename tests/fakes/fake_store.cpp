@@ -34,8 +34,6 @@ FakeStore::~FakeStore()
     m_endpoint.Close();
     for (const std::string &complaint : m_complaints)
         ADD_FAILURE() << complaint;
-    for (const Step &step : m_script)
-        ADD_FAILURE() << "the store was never asked: " << step.request;
 }
 
 void FakeStore::Set(const std::string &name, const std::string &value)
@@ -96,13 +94,6 @@ void FakeStore::ClearRequests()
     m_requests.clear();
 }
 
-void FakeStore::Expect(const std::string &request, const std::string &reply)
-{
-    const std::lock_guard lock(m_mutex);
-    m_scripted = true;
-    m_script.push_back({request, reply});
-}
-
 void FakeStore::SetFault(Fault fault)
 {
     const std::lock_guard lock(m_mutex);
@@ -139,16 +130,6 @@ std::string FakeStore::Reply(const std::string &request)
 {
     const std::lock_guard lock(m_mutex);
     m_requests.push_back(request);
-    if (m_scripted) {
-        if (m_script.empty() || m_script.front().request != request) {
-            m_complaints.push_back("the store was asked: " + request +
-                                   "\nexpected: " + (m_script.empty() ? "nothing" : m_script.front().request));
-            return {};
-        }
-        std::string reply = std::move(m_script.front().reply);
-        m_script.pop_front();
-        return reply;
-    }
     std::string reply;
     if (request.starts_with(GET)) {
         for (std::string name : SplitPieces(std::string_view(request).substr(GET.size()))) {

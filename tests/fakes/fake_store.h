@@ -3,7 +3,6 @@
 #include "tests/fakes/unix_endpoint.h"
 
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -25,7 +24,7 @@ class FakeStore
 
     /** Listens at `path`, the resolved place of "/tmp/configer". */
     FakeStore(const std::string &path, Settings settings);
-    /** Fails the test when scripted requests were not made, or others than those. */
+    /** Fails the test when it was asked for what no store does. */
     ~FakeStore();
     FakeStore(const FakeStore &) = delete;
     FakeStore &operator=(const FakeStore &) = delete;
@@ -45,12 +44,6 @@ class FakeStore
     [[nodiscard]] std::vector<std::string> Sets() const;
     void ClearRequests();
 
-    /**
-     * Scripts the next request: it must be exactly `request` and is answered with `reply` (empty: closes without
-     * one). From the first call on, every request must be a scripted one.
-     */
-    void Expect(const std::string &request, const std::string &reply);
-
     /* Faults. They last until Heal, or strike one request only when `nth` says which, counted from now as 1. */
     /** Closes without reading the request. */
     void CloseEarly(int nth = 0) { SetFault({nth, true, {}}); }
@@ -60,11 +53,6 @@ class FakeStore
     void Answer(std::string_view bytes, int nth = 0)
     {
         SetFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
-    }
-    /** Answers `length` bytes of the reply. */
-    void CutAnswer(size_t length, int nth = 0)
-    {
-        SetFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
     }
     /** Runs `action` when a request has come, before it is answered: the client waits meanwhile. */
     void Before(std::function<void()> action, int nth = 0)
@@ -90,10 +78,6 @@ class FakeStore
         bool closeEarly = false;
         std::function<std::string(const std::string &reply)> answer = {}; ///< what is sent instead of the reply
     };
-    struct Step {
-        std::string request;
-        std::string reply;
-    };
     void SetFault(Fault fault);
     Fault TakeFault();
     void Serve(int connection);
@@ -102,8 +86,6 @@ class FakeStore
     mutable std::mutex m_mutex;
     Settings m_settings;
     std::vector<std::string> m_requests;
-    std::deque<Step> m_script;
-    bool m_scripted = false;
     std::vector<std::string> m_complaints;
     Fault m_fault;
     UnixEndpoint m_endpoint;

@@ -275,55 +275,11 @@ TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
     }
 }
 
-TEST(AudioUpstreamStart, ReadsTheSwitchesOfTheStore)
+TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClosed)
 {
-    const std::string askFailed = "[AudioUpstream_Initial]Get_Configer_Parameter failed\n";
-    const struct {
-        const char *description;
-        const char *audioOut; ///< the store's first answer
-        const char *enable;   ///< the store's second answer
-        int result;
-        bool thread;
-        uint32_t speakerEnable;
-        std::string trace; ///< a part of it
-    } cases[] = {
-        {"speaker on", "capability_naudioout=1\n", "audioout_c0_speaker_enable=1\n", 0, true, 1, ""},
-        {"speaker off", "capability_naudioout=1\n", "audioout_c0_speaker_enable=0\n", 0, true, 0, ""},
-        {"only the digit 1 counts", "capability_naudioout=2\n", nullptr, 0, false, 0, ""},
-        {"no answer", "", nullptr, -1, false, 0, askFailed},
-        {"an answer to something else", "capability_ndi=1\n", nullptr, -1, false, 0, ""},
-        {"no second answer", "capability_naudioout=1\n", "", -1, false, 0, askFailed},
-        {"a second answer to something else", "capability_naudioout=1\n", "capability_ndi=1\n", -1, false, 0,
-         "[AudioUpstream_Initial]Get_Configer_BOOL_Value failed\n"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        RootEnvironment root;
-        FakeDecoder decoder(root.Path("/var/run/aenc/s0/decodesck_0"));
-        FakeStore store(root.Path("/tmp/configer"), {});
-        store.Expect("get NameValue 99 0\ncapability_naudioout&", c.audioOut);
-        if (c.enable != nullptr)
-            store.Expect("get NameValue 99 0\naudioout_c0_speaker_enable&", c.enable);
-        ASSERT_EQ(OSThread_KeyCreate(), 0);
-        AudioUpstreamContext context = {};
-        const size_t descriptors = CountDescriptors();
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(AudioUpstream_Initial(context), c.result);
-        EXPECT_EQ(context.tThread.started, c.thread);
-        EXPECT_EQ(context.tQueue.created, c.thread);
-        EXPECT_EQ(context.uiSpeakerEnable, c.speakerEnable);
-        AudioUpstream_Release(context);
-        const std::string trace = testing::internal::GetCapturedStdout();
-        EXPECT_NE(trace.find(c.trace), std::string::npos) << trace;
-        // The store closes its last connection in its own time.
-        EXPECT_TRUE(WaitFor([&] { return CountDescriptors() == descriptors; }));
-        OSThread_KeyDestroy();
-    }
-}
-
-TEST(AudioUpstreamStart, WithoutAThreadAStreamIsClosed)
-{
-    InProcessServer server;
+    InProcessServer server(FakeStore::Settings{{"capability_naudioout", "2"}});
+    const AudioUpstreamContext &context = g_tServerGlobals.tAudioUpstream;
+    EXPECT_FALSE(context.tThread.started || context.tQueue.created);
     EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), UNAUTHORIZED);
     EXPECT_EQ(server.Exchange({.url = "/config/speaker.cgi", .query = "enable=yes"}), OkReply("enable=yes\r\n"));
     EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), REGISTERED);

@@ -5,8 +5,6 @@
 #include "tests/fakes/temp_root.h"
 
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 class Configer : public testing::Test
 {
@@ -14,26 +12,6 @@ class Configer : public testing::Test
     RootEnvironment root;
     FakeStore store{root.Path("/tmp/configer"), {{"a", "1"}, {"b", "two"}}};
 };
-
-TEST_F(Configer, AsksForKeysInOneRequest)
-{
-    char acReply[64];
-    EXPECT_EQ(Get_Configer_Parameter(acReply, {"b&", "missing&", "a&"}), 0);
-    EXPECT_STREQ(acReply, "b=two\na=1\n");
-    EXPECT_EQ(Get_Configer_Parameter(acReply, {"a&"}), 0);
-    EXPECT_STREQ(acReply, "a=1\n") << "nothing of the reply before is left";
-    EXPECT_EQ(store.Requests(),
-              (std::vector<std::string>{"get NameValue 99 0\nb&missing&a&", "get NameValue 99 0\na&"}));
-}
-
-TEST_F(Configer, SetsPairsInOneRequest)
-{
-    char acReply[64];
-    EXPECT_EQ(Set_Configer_Parameter(acReply, "a=5&c=x=y&"), 0);
-    EXPECT_STREQ(acReply, "a=5\nc=x=y\n");
-    EXPECT_EQ(store.Requests().back(), "set NameValue 99 0 0\na=5&c=x=y&");
-    EXPECT_EQ(store.Value("c"), "x=y");
-}
 
 TEST_F(Configer, CutsWhatIsTooLong)
 {

@@ -3,8 +3,6 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
-#include <string>
 
 TEST(XssProtect, RefusesFiveCharactersAndTheDoubleAmpersand)
 {

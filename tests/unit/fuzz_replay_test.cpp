@@ -8,14 +8,13 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
-#include <string>
-#include <vector>
 
 extern "C" {
 int Fuzz_hand_over(const uint8_t *data, size_t size);
 int Fuzz_event_message(const uint8_t *data, size_t size);
 int Fuzz_request(const uint8_t *data, size_t size);
 int Fuzz_store_reply(const uint8_t *data, size_t size);
+int Fuzz_dns_answer(const uint8_t *data, size_t size);
 }
 
 namespace
@@ -45,17 +44,29 @@ class Mutator
 
     void Damage(std::string &input)
     {
-        static constexpr std::string_view TOKENS[] = {"&",          "&&",
-                                                      "=",          "%20",
-                                                      "%",          ",",
-                                                      ":",          "\n",
-                                                      {"\0", 1},    "\xFF",
-                                                      "0",          "-1",
-                                                      "99",         "\\",
-                                                      "\"",         "%n",
-                                                      "2147483648", "<",
-                                                      "/>",         " ",
-                                                      "4294967295", "00000000000000000001"};
+        static constexpr std::string_view TOKENS[] = {"&",
+                                                      "&&",
+                                                      "=",
+                                                      "%20",
+                                                      "%",
+                                                      ",",
+                                                      ":",
+                                                      "\n",
+                                                      {"\0", 1},
+                                                      "\xC0",
+                                                      "\xFF",
+                                                      "0",
+                                                      "-1",
+                                                      "99",
+                                                      "\\",
+                                                      "\"",
+                                                      "%n",
+                                                      "2147483648",
+                                                      "<",
+                                                      "/>",
+                                                      " ",
+                                                      "4294967295",
+                                                      "00000000000000000001"};
         switch (m_random() % 8) {
         case 0:
             if (!input.empty())
@@ -106,7 +117,8 @@ INSTANTIATE_TEST_SUITE_P(Targets, FuzzReplay,
                          testing::Values(Target{"hand_over", Fuzz_hand_over, 20000},
                                          Target{"event_message", Fuzz_event_message, 20000},
                                          Target{"request", Fuzz_request, 20000},
-                                         Target{"store_reply", Fuzz_store_reply, 10000}),
+                                         Target{"store_reply", Fuzz_store_reply, 10000},
+                                         Target{"dns_answer", Fuzz_dns_answer, 40000}),
                          [](const auto &row) { return std::string(row.param.name); });
 
 TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)

@@ -4,9 +4,6 @@
 #include <arpa/inet.h>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
-#include <random>
-#include <string>
 
 namespace
 {
@@ -129,63 +126,4 @@ TEST(DnsAnswer, CutAtEveryByteGivesNoAddress)
     }
     in_addr_t address;
     EXPECT_EQ(Parse(whole, address), DNSAnswer::Address);
-}
-
-TEST(DnsAnswer, TenThousandRandomAndMutatedPacketsStayInside)
-{
-    // Seeded by a constant: a failure comes back. Each packet stands in a block of its own size, and the address
-    // may only be touched by an outcome that says so and then holds four bytes of the packet.
-    std::mt19937 random(20130607);
-    const auto below = [&random](size_t limit) { return static_cast<size_t>(random() % limit); };
-    const std::string seeds[] = {
-        DnsMessage{ID, "camera.example.com", {DnsA(10, 1, 2, 3)}}.Bytes(),
-        DnsMessage{ID, "a.example", {DnsCname("b.example"), DnsCname("c.example"), DnsA(10, 1, 2, 3)}}.Bytes(),
-        DnsMessage{ID, "a.example", {{1, "\x0A\1\2\3", DnsLabels("a.example")}, DnsA(1, 2, 3, 4)}}.Bytes(),
-        DnsMessage{ID, "a.example", {{1, "\x0A\1\2\3", "\xC1\x0C"}}}.Bytes(),
-    };
-    const std::string telling("\0\1\5\x3F\x40\xC0\xC1\xFF", 8);
-    int outcomes[5] = {};
-    for (int i = 0; i < 10000; ++i) {
-        std::string packet;
-        if (i % 4 == 0) {
-            packet = Dns16(ID) + std::string("\x81\x80\0\1", 4);
-            packet.resize(6 + below(DNS_MESSAGE_SIZE - 5));
-            for (size_t at = 6; at < packet.size(); ++at)
-                packet[at] = below(2) == 0 ? telling[below(telling.size())] : static_cast<char>(random());
-        } else {
-            packet = seeds[below(std::size(seeds))];
-            for (size_t changes = 1 + below(4); changes > 0 && packet.size() > 2; --changes) {
-                const size_t at = 2 + below(packet.size() - 2);
-                switch (below(5)) {
-                case 0:
-                    packet[at] = static_cast<char>(random());
-                    break;
-                case 1:
-                    packet[at] = telling[below(telling.size())];
-                    break;
-                case 2:
-                    packet.erase(at, 1 + below(8));
-                    break;
-                case 3:
-                    packet.insert(at, packet.substr(below(packet.size()), below(64)));
-                    break;
-                default:
-                    packet.resize(at);
-                }
-            }
-            packet.resize(std::min(packet.size(), DNS_MESSAGE_SIZE));
-        }
-        in_addr_t address;
-        const DNSAnswer outcome = Parse(packet, address);
-        ++outcomes[static_cast<int>(outcome)];
-        const std::string taken(reinterpret_cast<const char *>(&address), sizeof address);
-        if (outcome == DNSAnswer::Address)
-            EXPECT_NE(packet.find(taken, 12), std::string::npos) << "packet " << i;
-        else
-            EXPECT_EQ(address, UNTOUCHED) << "packet " << i;
-    }
-    // They would prove little if they all ended at the same place.
-    for (const DNSAnswer outcome :
-         {DNSAnswer::Address, DNSAnswer::NoAddress, DNSAnswer::NoSuchName, DNSAnswer::Unusable, DNSAnswer::NotOurs})
-        EXPECT_GT(outcomes[static_cast<int>(outcome)], 10) << static_cast<int>(outcome);
 }

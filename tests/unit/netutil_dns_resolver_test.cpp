@@ -10,7 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <string>
 #include <sys/socket.h>
 
 namespace
@@ -19,6 +18,7 @@ namespace
 using Datagrams = std::vector<FakeDnsServer::Datagram>;
 
 constexpr uint32_t LONG_TIMEOUT_SEC = 600;
+const DnsRecord HERE = DnsA(10, 1, 2, 3);
 
 std::string Answer(const DnsQuery &query, std::vector<DnsRecord> records)
 {
@@ -27,7 +27,7 @@ std::string Answer(const DnsQuery &query, std::vector<DnsRecord> records)
 
 std::string Here(const DnsQuery &query)
 {
-    return Answer(query, {DnsA(10, 1, 2, 3)});
+    return Answer(query, {HERE});
 }
 
 /** What somebody sends who wants the client elsewhere. */
@@ -36,20 +36,38 @@ std::string Elsewhere(const DnsQuery &query)
     return Answer(query, {DnsA(6, 6, 6, 6)});
 }
 
-std::string Error(const DnsQuery &query, uint16_t code)
+std::string Failure(const DnsQuery &query)
 {
-    return DnsMessage{query.identifier, query.name, {}, static_cast<uint16_t>(0x8180 | code)}.Bytes();
+    return DnsMessage{query.identifier, query.name, {}, 0x8182}.Bytes();
 }
 
 std::string NoSuchName(const DnsQuery &query)
 {
-    return Error(query, 3);
+    return DnsMessage{query.identifier, query.name, {}, 0x8183}.Bytes();
 }
 
-/** The query as somebody knows it who has to guess its identifier. */
-DnsQuery Guessed(const DnsQuery &query)
+using Part = std::function<std::string(const DnsQuery &)>;
+
+/** The part for somebody who has to guess the identifier. */
+Part Guessed(const Part &part)
 {
-    return {static_cast<uint16_t>(query.identifier ^ 0x8001), query.name};
+    return [part](const DnsQuery &q) { return part({static_cast<uint16_t>(q.identifier ^ 0x8001), q.name}); };
+}
+
+/** As much of the server's answer as the bytes that are given. */
+Part Cut(size_t size)
+{
+    return [size](const DnsQuery &query) { return Here(query).substr(0, size); };
+}
+
+FakeDnsServer::Script InOrder(std::vector<Part> parts)
+{
+    return [parts = std::move(parts)](const DnsQuery &query) {
+        Datagrams datagrams;
+        for (const Part &part : parts)
+            datagrams.push_back({part(query)});
+        return datagrams;
+    };
 }
 
 /** Fails the test when more descriptors are open at its end than at its beginning. */
@@ -81,43 +99,22 @@ Resolved Resolve(const char *name, uint32_t timeoutSec = LONG_TIMEOUT_SEC)
 TEST(DnsResolve, TakesTheServersAnswer)
 {
     using Q = const DnsQuery &;
+    const auto chain = [](Q q) { return Answer(q, {DnsCname("b.example"), DnsCname("c.example"), HERE}); };
+    const auto tooLong = [](Q q) { return Here(q) + std::string(1000, '\xC0'); };
+    const auto otherPort = [](Q q) { return Datagrams{{Elsewhere(q), true}, {Here(q)}}; };
     const struct {
         const char *description;
         FakeDnsServer::Script script;
         int32_t result;
     } cases[] = {
-        {"a chain of names",
-         [](Q q) {
-             return Datagrams{{Answer(q, {DnsCname("b"), DnsCname("c"), DnsA(10, 1, 2, 3)})}};
-         },
-         0},
-        {"no such name", [](Q q) { return Datagrams{{NoSuchName(q)}}; }, NETUTILITY_NO_SUCH_NAME},
-        {"the server's failure",
-         [](Q q) {
-             return Datagrams{{Error(q, 2)}, {Here(q)}};
-         },
-         -1},
-        {"a wrong identifier",
-         [](Q q) {
-             return Datagrams{{Elsewhere(Guessed(q))}, {Here(q)}};
-         },
-         0},
-        {"no such name, from somebody who guesses",
-         [](Q q) {
-             return Datagrams{{NoSuchName(Guessed(q))}, {Here(q)}};
-         },
-         0},
-        {"another port that knows the identifier",
-         [](Q q) {
-             return Datagrams{{Elsewhere(q), true}, {Here(q)}};
-         },
-         0},
-        {"datagrams too short for an identifier or a header",
-         [](Q q) {
-             return Datagrams{{""}, {Here(q).substr(0, 1)}, {Here(q).substr(0, 11)}, {Here(q)}};
-         },
-         0},
-        {"longer than the buffer", [](Q q) { return Datagrams{{Here(q) + std::string(1000, '\xC0')}}; }, 0},
+        {"a chain of names", InOrder({chain}), 0},
+        {"no such name", InOrder({NoSuchName}), NETUTILITY_NO_SUCH_NAME},
+        {"the server's failure", InOrder({Failure, Here}), -1},
+        {"a wrong identifier", InOrder({Guessed(Elsewhere), Here}), 0},
+        {"no such name, from somebody who guesses", InOrder({Guessed(NoSuchName), Here}), 0},
+        {"another port that knows the identifier", otherPort, 0},
+        {"too short for an identifier or a header", InOrder({Cut(0), Cut(1), Cut(11), Here}), 0},
+        {"longer than the buffer", InOrder({tooLong}), 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
@@ -135,7 +132,7 @@ TEST(DnsResolve, KeptAnAnswerWithoutAnAddressSucceedsAndStoresNone)
 {
     const DnsRecord records[] = {DnsCname("b.example"), {1, "\x0A\1\2\3", "\xC1\x0C"}};
     for (const DnsRecord &record : records) {
-        const FakeDnsServer server([&record](const DnsQuery &q) { return Datagrams{{Answer(q, {record})}}; });
+        const FakeDnsServer server(InOrder({[&record](const DnsQuery &q) { return Answer(q, {record}); }}));
         const Resolved resolved = Resolve("camera.example.com");
         EXPECT_EQ(resolved.result, 0);
         EXPECT_EQ(resolved.address, "7.7.7.7");
@@ -144,15 +141,11 @@ TEST(DnsResolve, KeptAnAnswerWithoutAnAddressSucceedsAndStoresNone)
 
 TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
 {
-    std::atomic<size_t> cut = 0;
-    const FakeDnsServer server([&cut](const DnsQuery &query) {
-        const std::string whole = Answer(query, {DnsCname("b.example"), DnsA(10, 1, 2, 3)});
-        // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
-        return Datagrams{{whole.substr(0, cut)}, {Error(query, 2)}};
-    });
     const size_t question = 12 + DnsLabels("a.example").size() + 4;
-    const size_t whole = Answer({0, "a.example"}, {DnsCname("b.example"), DnsA(10, 1, 2, 3)}).size();
-    for (cut = 0; cut <= whole; ++cut) {
+    const size_t whole = Here({0, "a.example"}).size();
+    for (size_t cut = 0; cut <= whole; ++cut) {
+        // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
+        const FakeDnsServer server(InOrder({Cut(cut), Failure}));
         const Resolved resolved = Resolve("a.example");
         EXPECT_EQ(resolved.result, cut < question ? -1 : 0) << cut << " bytes";
         EXPECT_EQ(resolved.address, cut < whole ? "7.7.7.7" : "10.1.2.3") << cut << " bytes";
@@ -161,7 +154,7 @@ TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
 
 TEST(DnsResolve, NeedsNoNetworkForAnAddress)
 {
-    const FakeDnsServer server([](const DnsQuery &) { return Datagrams{}; });
+    const FakeDnsServer server(InOrder({}));
     EXPECT_EQ(Resolve("192.168.0.1").result, 0);
     EXPECT_EQ(Resolve("192.168.0.1").address, "192.168.0.1");
     EXPECT_EQ(Resolve("1.2.3.999").address, "255.255.255.255") << "what inet_addr makes of it";
@@ -170,36 +163,27 @@ TEST(DnsResolve, NeedsNoNetworkForAnAddress)
 
 TEST(DnsResolve, RefusesMissingArguments)
 {
-    const FakeDnsServer server([](const DnsQuery &) { return Datagrams{}; });
-    const std::string needServer = "[NetUtility_DNSResolve] Need DNS server IP\r";
-    const std::string invalid = "[NetUtility_DNSResolve] Invalid argument\r";
+    const FakeDnsServer server(InOrder({}));
     in_addr_t address = 1;
-    const struct {
-        in_addr_t server;
-        const char *name;
-        uint32_t timeoutSec;
-        in_addr_t *address;
-        std::string output;
-    } cases[] = {
-        {0, "192.168.0.1", 1, &address, needServer},
-        {server.Address(), nullptr, 1, &address, invalid},
-        {server.Address(), "", 1, &address, invalid},
-        {server.Address(), "192.168.0.1", 0, &address, invalid},
-        {server.Address(), "a.example", 1, nullptr, invalid},
-        {server.Address(), "a..example", 1, &address, ""},
-    };
-    for (const auto &c : cases) {
+    const auto refused = [](in_addr_t at, const char *name, uint32_t timeoutSec, in_addr_t *into) {
         testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_DNSResolve(c.server, c.name, c.timeoutSec, c.address), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
-    }
+        EXPECT_EQ(NetUtility_DNSResolve(at, name, timeoutSec, into), -1);
+        return testing::internal::GetCapturedStdout();
+    };
+    EXPECT_EQ(refused(0, "192.168.0.1", 1, &address), "[NetUtility_DNSResolve] Need DNS server IP\r");
+    const std::string invalid = "[NetUtility_DNSResolve] Invalid argument\r";
+    EXPECT_EQ(refused(server.Address(), nullptr, 1, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "", 1, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "192.168.0.1", 0, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "a.example", 1, nullptr), invalid);
+    EXPECT_EQ(refused(server.Address(), "a..example", 1, &address), "");
     EXPECT_EQ(address, 1U);
     EXPECT_TRUE(server.Queries().empty());
 }
 
 TEST(DnsResolve, IdentifiersDoNotRepeat)
 {
-    const FakeDnsServer server([](const DnsQuery &q) { return Datagrams{{NoSuchName(q)}}; });
+    const FakeDnsServer server(InOrder({NoSuchName}));
     std::set<uint16_t> identifiers;
     for (int i = 0; i < 64; ++i)
         EXPECT_EQ(Resolve("a.example").result, NETUTILITY_NO_SUCH_NAME);
@@ -211,11 +195,9 @@ TEST(DnsResolve, IdentifiersDoNotRepeat)
 
 TEST(DnsResolve, TimesOutInTotalHoweverManyWrongAnswersCome)
 {
-    const FakeDnsServer server([](const DnsQuery &query) {
-        Datagrams datagrams(20, {Elsewhere(Guessed(query))});
-        datagrams.push_back({Here(query)});
-        return datagrams;
-    });
+    std::vector<Part> parts(20, Guessed(Elsewhere));
+    parts.emplace_back(Here);
+    const FakeDnsServer server(InOrder(parts));
     {
         const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
         EXPECT_EQ(Resolve("a.example").result, -1) << "the time is over before the twentieth look at the clock";
@@ -227,14 +209,14 @@ TEST(DnsResolve, TimesOutInTotalHoweverManyWrongAnswersCome)
 TEST(DnsResolve, WaitsForTheRestOfItsTimeOnly)
 {
     // The first wait finds half of the time left, and a wrong answer; the second finds 10 ms.
-    const FakeDnsServer server([](const DnsQuery &query) { return Datagrams{{Elsewhere(Guessed(query))}}; });
+    const FakeDnsServer server(InOrder({Guessed(Elsewhere)}));
     const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
     EXPECT_EQ(Resolve("a.example").result, -1);
 }
 
 TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
 {
-    const FakeDnsServer restoresThePorts([](const DnsQuery &) { return Datagrams{}; });
+    const FakeDnsServer restoresThePorts(InOrder({}));
     // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
     const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
     const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
@@ -247,42 +229,29 @@ TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
 
 TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
 {
-    const char *failed = "DNS resolve failed\r";
-    const char *noServer = "Get DNS server IP failed\r";
-    const char *invalid = "Invalid arguments\r";
-    const FakeDnsServer server([](const DnsQuery &q) {
-        if (q.name == "bare.example")
-            return Datagrams{{Answer(q, {DnsCname("b.example")})}};
-        return Datagrams{{q.name == "a.example" ? Here(q) : NoSuchName(q)}};
-    });
-    const struct {
-        const char *description;
-        const char *file;
-        const char *name;
-        int expected;
-        int32_t status;
-        std::string output = {};
-    } cases[] = {
-        {"known", "nameserver 127.0.0.1\n", "a.example", 1, 0},
-        {"known without an address", "nameserver 127.0.0.1\n", "bare.example", 1, 0},
-        {"unknown", "nameserver 127.0.0.1\n", "b.example", 0, NETUTILITY_NO_SUCH_NAME, failed},
-        {"the first server alone", "nameserver 127.0.0.1\nnameserver 0.0.0.0\n", "a.example", 1, 0},
-        {"a server that is none", "nameserver somewhere\n", "a.example", 0, -1, failed},
-        {"an unusable file", "nameserver 127.0.0.1\noptions x\n", "a.example", 0, -1, noServer},
-        {"no name", "nameserver 127.0.0.1\n", "", 0, -1, invalid},
-        {"not even an empty one", "nameserver 127.0.0.1\n", nullptr, 0, -1, invalid},
-    };
+    const FakeDnsServer server(InOrder({[](const DnsQuery &q) {
+        return q.name == "a.example"      ? Here(q)
+               : q.name == "bare.example" ? Answer(q, {DnsCname("b.example")})
+                                          : NoSuchName(q);
+    }}));
     const RootEnvironment root;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        root.Write("/etc/resolv.conf", c.file);
+    const auto checked = [&root](const char *name, int32_t expectedStatus, const std::string &file) {
+        root.Write("/etc/resolv.conf", file);
         int32_t status = 99;
         testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_IsValidDomainName(c.name, status), c.expected);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  c.output.empty() ? "" : "[NetUtility_IsValidDomainName] " + c.output);
-        EXPECT_EQ(status, c.status);
-    }
+        const int valid = NetUtility_IsValidDomainName(name, status);
+        EXPECT_EQ(status, expectedStatus);
+        return std::to_string(valid) + testing::internal::GetCapturedStdout();
+    };
+    const std::string good = "nameserver 127.0.0.1\n", failed = "0[NetUtility_IsValidDomainName] ";
+    EXPECT_EQ(checked("a.example", 0, good), "1");
+    EXPECT_EQ(checked("bare.example", 0, good), "1") << "known without an address";
+    EXPECT_EQ(checked("a.example", 0, good + "nameserver 0.0.0.0\n"), "1") << "the first server alone";
+    EXPECT_EQ(checked("b.example", NETUTILITY_NO_SUCH_NAME, good), failed + "DNS resolve failed\r");
+    EXPECT_EQ(checked("a.example", -1, "nameserver somewhere\n"), failed + "DNS resolve failed\r");
+    EXPECT_EQ(checked("a.example", -1, good + "options x\n"), failed + "Get DNS server IP failed\r");
+    EXPECT_EQ(checked("", -1, good), failed + "Invalid arguments\r");
+    EXPECT_EQ(checked(nullptr, -1, good), failed + "Invalid arguments\r");
 }
 
 namespace
@@ -298,7 +267,7 @@ FakeDnsServer::Script InTurn(std::vector<DnsRecord> records)
 }
 
 const DnsRecord UNKNOWN = {1, ""};
-const DnsRecord HERE = DnsA(127, 0, 0, 1);
+const DnsRecord LOCAL = DnsA(127, 0, 0, 1);
 const DnsRecord NOWHERE = DnsA(255, 255, 255, 255); // connect(2) fails at once
 const DnsRecord ALIAS = DnsCname("alias.example");
 
@@ -306,38 +275,30 @@ const DnsRecord ALIAS = DnsCname("alias.example");
 
 TEST(Connectivity, IsOneOfThreeWebHosts)
 {
-    const struct {
-        const char *description;
-        std::vector<DnsRecord> records;
-        int32_t expected;
-    } cases[] = {
-        {"the first alone", {HERE, UNKNOWN, UNKNOWN}, 0},
-        {"the second alone", {UNKNOWN, HERE, NOWHERE}, 0},
-        {"the third alone", {NOWHERE, NOWHERE, HERE}, 0},
-        {"none can be connected to", {NOWHERE, NOWHERE, NOWHERE}, -1},
-        {"no name is known", {UNKNOWN, UNKNOWN, UNKNOWN}, NETUTILITY_NO_PROBE_NAME},
-        {"no name has an address", {ALIAS, ALIAS, ALIAS}, NETUTILITY_NO_PROBE_NAME},
-    };
-    EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_PROBE_NAME), 0x810E0001U);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        const FakeDnsServer server(InTurn(c.records));
+    const auto probed = [](const std::vector<DnsRecord> &records) {
+        const FakeDnsServer server(InTurn(records));
         const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
-        ASSERT_EQ(listen(web.Get(), 8), 0);
-        {
-            const NoDescriptorLeft check;
-            EXPECT_EQ(NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address()), c.expected);
-        }
+        EXPECT_EQ(listen(web.Get(), 8), 0);
+        const NoDescriptorLeft check;
+        const int32_t result = NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address());
         std::set<std::string> names;
         for (const DnsQuery &query : server.Queries())
             names.insert(query.name);
         EXPECT_EQ(names.size(), 3U) << "three different names";
-    }
+        return result;
+    };
+    EXPECT_EQ(probed({LOCAL, UNKNOWN, UNKNOWN}), 0);
+    EXPECT_EQ(probed({UNKNOWN, LOCAL, NOWHERE}), 0);
+    EXPECT_EQ(probed({NOWHERE, NOWHERE, LOCAL}), 0);
+    EXPECT_EQ(probed({NOWHERE, NOWHERE, NOWHERE}), -1);
+    EXPECT_EQ(probed({UNKNOWN, UNKNOWN, UNKNOWN}), NETUTILITY_NO_PROBE_NAME);
+    EXPECT_EQ(probed({ALIAS, ALIAS, ALIAS}), NETUTILITY_NO_PROBE_NAME) << "names without an address";
+    EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_PROBE_NAME), 0x810E0001U);
 }
 
 TEST(Connectivity, AHostThatRefusesIsReached)
 {
-    const FakeDnsServer server(InTurn({HERE, HERE, HERE}));
+    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
     const UniqueFd bound = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP); // and not listening
     EXPECT_EQ(NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address()), 0);
 }
@@ -345,7 +306,7 @@ TEST(Connectivity, AHostThatRefusesIsReached)
 TEST(Connectivity, GivesUpWhenNoHostAnswersInTime)
 {
     // A listener with a full queue: further connections stay unanswered.
-    const FakeDnsServer server(InTurn({HERE, HERE, HERE}));
+    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
     const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
     ASSERT_EQ(listen(web.Get(), 0), 0);
     const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
