@@ -54,6 +54,11 @@ class FakeStore
     {
         SetFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
     }
+    /** Answers `length` bytes of the reply. */
+    void CutAnswer(size_t length, int nth = 0)
+    {
+        SetFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
+    }
     /** Runs `action` when a request has come, before it is answered: the client waits meanwhile. */
     void Before(std::function<void()> action, int nth = 0)
     {
