@@ -275,6 +275,19 @@ TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
     }
 }
 
+TEST(AudioUpstreamStart, FailsWithAnAnswerToSomethingElse)
+{
+    for (const int nth : {1, 2}) {
+        const RootEnvironment root;
+        FakeStore store(root.Path("/tmp/configer"), {{"capability_naudioout", "1"}});
+        store.Answer("capability_ndi=1\n", nth);
+        AudioUpstreamContext context = {};
+        EXPECT_EQ(AudioUpstream_Initial(context), -1);
+        EXPECT_FALSE(context.tThread.started || context.tQueue.created);
+        EXPECT_EQ(store.Requests().size(), static_cast<size_t>(nth));
+    }
+}
+
 TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClosed)
 {
     InProcessServer server(FakeStore::Settings{{"capability_naudioout", "2"}});

@@ -50,6 +50,7 @@ TEST(Reply, OfEachStatusKind)
         EXPECT_EQ(Compose(*MakeSlot(StatusKind::Ok, kind)), c.reply) << "as mapping result " << c.kind;
         EXPECT_EQ(Compose(*MakeSlot(StatusKind::InternalError, kind)), INTERNAL_ERROR) << "parsing counts first";
     }
+    EXPECT_EQ(Compose(*MakeSlot(StatusKind::Ok, StatusKind::Ok)), OkReply("")) << "without a mapping method";
 }
 
 TEST(Reply, LengthIsPatchedOverTheBlanks)
