@@ -277,6 +277,7 @@ TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
 
 TEST(AudioUpstreamStart, FailsWithAnAnswerToSomethingElse)
 {
+    ASSERT_EQ(OSThread_KeyCreate(), 0);
     for (const int nth : {1, 2}) {
         const RootEnvironment root;
         FakeStore store(root.Path("/tmp/configer"), {{"capability_naudioout", "1"}});
@@ -285,7 +286,9 @@ TEST(AudioUpstreamStart, FailsWithAnAnswerToSomethingElse)
         EXPECT_EQ(AudioUpstream_Initial(context), -1);
         EXPECT_FALSE(context.tThread.started || context.tQueue.created);
         EXPECT_EQ(store.Requests().size(), static_cast<size_t>(nth));
+        AudioUpstream_Release(context);
     }
+    OSThread_KeyDestroy();
 }
 
 TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClosed)

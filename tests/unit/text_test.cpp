@@ -28,6 +28,7 @@ TEST(TextBuilder, KeepsWhatFitsAndTellsWhatWasCut)
         EXPECT_EQ(built({"12345678"}), "1234567 (cut)");
         EXPECT_EQ(built({"12345", "678"}), "1234567 (cut)");
         EXPECT_EQ(built({"12345678", "9"}), "1234567 (cut)");
+        EXPECT_EQ(built({"12345678", ""}), "1234567 (cut)") << "what was cut before stays told";
     }
 }
 
@@ -167,6 +168,7 @@ TEST(Base64, RefusesWhatMightNotFitAndLeavesTheFieldAlone)
     char acOut[65];
     memset(acOut, '#', sizeof acOut);
     EXPECT_EQ(Base64_Decode(std::string(88, 'Q'), std::span(acOut).first(64)), -1);
+    EXPECT_EQ(Base64_Decode(std::string(84, 'Q'), std::span(acOut).first(63)), -1) << "no room for the terminator";
     EXPECT_EQ(acOut[0], '#');
     EXPECT_EQ(Base64_Decode(std::string(84, 'Q'), std::span(acOut).first(64)), 63);
     EXPECT_EQ(acOut[63], '\0');
