@@ -1,23 +1,18 @@
 #include "tests/fakes/child_process.h"
 
-#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <system_error>
 
 namespace
 {
 
 UniqueFd OpenOutput(const std::string &path)
 {
-    UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (!file.Valid())
-        throw std::system_error(errno, std::generic_category(), path);
-    return file;
+    return UniqueFd(Checked(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
 }
 
 std::vector<char *> Pointers(const std::vector<std::string> &texts)
@@ -42,9 +37,7 @@ ChildProcess::ChildProcess(const std::vector<std::string> &command, const Option
         environment.push_back(*variable);
     environment.push_back(nullptr);
 
-    m_pid = fork();
-    if (m_pid < 0)
-        throw std::system_error(errno, std::generic_category(), "fork");
+    m_pid = Checked(fork(), "fork");
     if (m_pid == 0) { // other threads may hold locks: system calls only from here on
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         dup2(input.Get(), STDIN_FILENO);

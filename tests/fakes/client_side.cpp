@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <system_error>
 #include <vector>
 
 namespace
@@ -21,17 +20,13 @@ struct Connection {
 Connection MakeConnection()
 {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-        throw std::system_error(errno, std::generic_category(), "socketpair");
+    Checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
     return {UniqueFd(ends[0]), UniqueFd(ends[1])};
 }
 
 UniqueFd ConnectTo(const std::string &socketPath)
 {
-    UniqueFd socket(FDCGI_client_socket(socketPath.c_str()));
-    if (!socket.Valid())
-        throw std::system_error(errno, std::generic_category(), socketPath);
-    return socket;
+    return UniqueFd(Checked(FDCGI_client_socket(socketPath.c_str()), socketPath));
 }
 
 FDCGI_Request ToPlatform(const TestRequest &request, std::string &length)
@@ -98,8 +93,7 @@ ClientSide HandOver(const std::string &socketPath, const TestRequest &request)
     Connection connection = MakeConnection();
     std::string length;
     const UniqueFd socket = ConnectTo(socketPath);
-    if (FDCGI_send(socket.Get(), ToPlatform(request, length), connection.daemon.Get(), 0) != 0)
-        throw std::system_error(errno, std::generic_category(), "hand-over of " + request.url);
+    Checked(FDCGI_send(socket.Get(), ToPlatform(request, length), connection.daemon.Get(), 0), request.url);
     return ClientSide(std::move(connection.client));
 }
 
@@ -122,8 +116,7 @@ ClientSide HandOverRaw(const std::string &socketPath, std::string_view payload, 
         memcpy(CMSG_DATA(header), passed.data(), sizeof(int) * passed.size());
     }
     const UniqueFd socket = ConnectTo(socketPath);
-    if (sendmsg(socket.Get(), &message, MSG_NOSIGNAL) < 0)
-        throw std::system_error(errno, std::generic_category(), "raw hand-over");
+    Checked(static_cast<int>(sendmsg(socket.Get(), &message, MSG_NOSIGNAL)), "raw hand-over");
     return ClientSide(std::move(connection.client));
 }
 
@@ -133,4 +126,17 @@ std::string HandOverPayload(const TestRequest &request)
     std::string length;
     payload.resize(FDCGI_compose(ToPlatform(request, length), payload));
     return payload;
+}
+
+void SendEventText(const TempRoot &root, std::string_view datagram)
+{
+    const std::string path = root.Path("/var/run/eventmgr/emkelpa");
+    const UniqueFd socket = ConnectTo(path);
+    Checked(static_cast<int>(send(socket.Get(), datagram.data(), datagram.size(), 0)), path);
+}
+
+void SendEvents(const TempRoot &root, std::span<const EventRecord> events)
+{
+    char datagram[4096];
+    SendEventText(root, {datagram, Message_ComposeEvents(events, datagram)});
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/message.h"
+#include "tests/fakes/temp_root.h"
 #include "tests/fakes/unique_fd.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -50,3 +53,8 @@ struct TestRequest {
 
 /** The payload of a request's datagram, for tests that damage it. */
 [[nodiscard]] std::string HandOverPayload(const TestRequest &request);
+
+/** Sends a datagram to the daemon's event endpoint. */
+void SendEventText(const TempRoot &root, std::string_view datagram);
+/** Sends an event message: {index, channel, type, state, time} each. */
+void SendEvents(const TempRoot &root, std::span<const EventRecord> events);

@@ -2,30 +2,17 @@
 
 #include "platform/unix_socket.h"
 
-#include <cerrno>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <system_error>
-
-namespace
-{
 
 /** What fills the queue of a decoder that blocks. */
-constexpr char FILLER = 'f';
-
-[[noreturn]] void Throw(const std::string &path)
-{
-    throw std::system_error(errno, std::generic_category(), path);
-}
-
-} // namespace
+static constexpr char FILLER = 'f';
 
 void FakeDecoder::Start()
 {
     m_socket.Reset(UnixSocket_Open(SOCK_DGRAM));
-    if (UnixSocket_Bind(m_socket.Get(), m_path.c_str()) != 0)
-        Throw(m_path);
+    Checked(UnixSocket_Bind(m_socket.Get(), m_path.c_str()), m_path);
 }
 
 void FakeDecoder::Vanish()
@@ -67,8 +54,7 @@ void FakeDecoder::Block()
     // A sender is stopped by the full queue or by what it has in flight itself: only a new one tells which.
     for (bool taken = true; taken;) {
         UniqueFd &filler = m_fillers.emplace_back(UnixSocket_Open(SOCK_DGRAM | SOCK_NONBLOCK));
-        if (UnixSocket_Connect(filler.Get(), m_path.c_str()) != 0)
-            Throw(m_path);
+        Checked(UnixSocket_Connect(filler.Get(), m_path.c_str()), m_path);
         taken = false;
         while (send(filler.Get(), &FILLER, sizeof FILLER, 0) > 0)
             taken = true;

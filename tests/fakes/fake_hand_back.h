@@ -1,6 +1,11 @@
 #pragma once
 
-#include <string>
+#include "platform/fdipc.h"
+#include "tests/fakes/unique_fd.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 /**
  * The web server's end of the socket hand-back: takes what the daemon sends with a client's socket.
@@ -12,17 +17,32 @@ class FakeHandBack
 {
   public:
     /** Binds `path`, the resolved place of "/var/run/http/fdipc1". */
-    explicit FakeHandBack(std::string path);
-    ~FakeHandBack();
-    FakeHandBack(const FakeHandBack &) = delete;
-    FakeHandBack &operator=(const FakeHandBack &) = delete;
+    explicit FakeHandBack(std::string path) : m_path(std::move(path)) { BindAnew(); }
+
+    /** As a restarted web server does: a new socket at the same path. */
+    void BindAnew() { m_socket.Reset(Checked(fdipc_server_socket(m_path.c_str()), m_path)); }
+    /** Nobody has the path bound any more. */
+    void Close() { m_socket.Reset(); }
 
     /** Waits for the next hand-back, sends `greeting` on its socket and closes it. Returns the text that came. */
-    std::string Take(const std::string &greeting);
-    /** As a restarted web server does: a new socket at the same path. */
-    void BindAnew();
+    std::string Take(const std::string &greeting)
+    {
+        pollfd waiting = {m_socket.Get(), POLLIN, 0};
+        char text[4096];
+        int passed = -1;
+        const bool came = poll(&waiting, 1, static_cast<int>(TEST_DEADLINE.count())) == 1;
+        const long length = came ? fdipc_receive(m_socket.Get(), text, &passed) : -1;
+        const UniqueFd client(passed);
+        if (length < 0) {
+            ADD_FAILURE() << (came ? "a hand-back without exactly one descriptor" : "no socket was handed back");
+            return {};
+        }
+        EXPECT_EQ(send(passed, greeting.data(), greeting.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(greeting.size()));
+        return {text, static_cast<size_t>(length)};
+    }
 
   private:
     std::string m_path;
-    int m_socket = -1;
+    UniqueFd m_socket;
 };

@@ -25,7 +25,7 @@ std::vector<std::string> SplitPieces(std::string_view text)
 } // namespace
 
 FakeStore::FakeStore(const std::string &path, Settings settings)
-    : m_settings(std::move(settings)), m_endpoint(path, SOCK_STREAM, [this](int connection) { Serve(connection); })
+    : m_settings(std::move(settings)), m_endpoint(path, [this](int connection) { Serve(connection); })
 {
 }
 
@@ -34,8 +34,6 @@ FakeStore::~FakeStore()
     m_endpoint.Close();
     for (const std::string &complaint : m_complaints)
         ADD_FAILURE() << complaint;
-    for (const Step &step : m_script)
-        ADD_FAILURE() << "the store was never asked: " << step.request;
 }
 
 void FakeStore::Set(const std::string &name, const std::string &value)
@@ -96,48 +94,6 @@ void FakeStore::ClearRequests()
     m_requests.clear();
 }
 
-void FakeStore::Expect(const std::string &request, const std::string &reply)
-{
-    const std::lock_guard lock(m_mutex);
-    m_scripted = true;
-    m_script.push_back({request, reply});
-}
-
-void FakeStore::CloseEarly(int nth)
-{
-    SetFault({.kind = Fault::Kind::CloseEarly, .nth = nth});
-}
-
-void FakeStore::AnswerNothing(int nth)
-{
-    SetFault({.kind = Fault::Kind::Nothing, .nth = nth});
-}
-
-void FakeStore::Answer(std::string_view bytes, int nth)
-{
-    SetFault({.kind = Fault::Kind::Bytes, .nth = nth, .bytes = std::string(bytes)});
-}
-
-void FakeStore::CutAnswer(size_t length, int nth)
-{
-    SetFault({.kind = Fault::Kind::Cut, .nth = nth, .length = length});
-}
-
-void FakeStore::DelayAnswer(std::chrono::milliseconds d, int nth)
-{
-    SetFault({.kind = Fault::Kind::Delay, .nth = nth, .delay = d});
-}
-
-void FakeStore::Before(std::function<void()> action, int nth)
-{
-    SetFault({.kind = Fault::Kind::Action, .nth = nth, .action = std::move(action)});
-}
-
-void FakeStore::Heal()
-{
-    SetFault({});
-}
-
 void FakeStore::SetFault(Fault fault)
 {
     const std::lock_guard lock(m_mutex);
@@ -158,32 +114,15 @@ FakeStore::Fault FakeStore::TakeFault()
 void FakeStore::Serve(int connection)
 {
     const Fault fault = TakeFault();
-    if (fault.kind == Fault::Kind::CloseEarly)
+    if (fault.closeEarly)
         return;
     char bytes[65536];
     const ssize_t got = recv(connection, bytes, sizeof bytes, 0);
     if (got <= 0)
         return;
     std::string reply = Reply(std::string(bytes, static_cast<size_t>(got)));
-    switch (fault.kind) {
-    case Fault::Kind::Nothing:
-        return;
-    case Fault::Kind::Bytes:
-        reply = fault.bytes;
-        break;
-    case Fault::Kind::Cut:
-        reply.resize(std::min(fault.length, reply.size()));
-        break;
-    case Fault::Kind::Delay:
-        if (!m_endpoint.Pause(fault.delay))
-            return;
-        break;
-    case Fault::Kind::Action:
-        fault.action();
-        break;
-    default:
-        break;
-    }
+    if (fault.answer)
+        reply = fault.answer(reply);
     send(connection, reply.data(), reply.size(), MSG_NOSIGNAL); // a client that is gone is its own affair
 }
 
@@ -191,16 +130,6 @@ std::string FakeStore::Reply(const std::string &request)
 {
     const std::lock_guard lock(m_mutex);
     m_requests.push_back(request);
-    if (m_scripted) {
-        if (m_script.empty() || m_script.front().request != request) {
-            m_complaints.push_back("the store was asked: " + request +
-                                   "\nexpected: " + (m_script.empty() ? "nothing" : m_script.front().request));
-            return {};
-        }
-        std::string reply = std::move(m_script.front().reply);
-        m_script.pop_front();
-        return reply;
-    }
     std::string reply;
     if (request.starts_with(GET)) {
         for (std::string name : SplitPieces(std::string_view(request).substr(GET.size()))) {

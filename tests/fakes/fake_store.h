@@ -3,7 +3,6 @@
 #include "tests/fakes/unix_endpoint.h"
 
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -25,7 +24,7 @@ class FakeStore
 
     /** Listens at `path`, the resolved place of "/tmp/configer". */
     FakeStore(const std::string &path, Settings settings);
-    /** Fails the test when scripted requests were not made, or others than those. */
+    /** Fails the test when it was asked for what no store does. */
     ~FakeStore();
     FakeStore(const FakeStore &) = delete;
     FakeStore &operator=(const FakeStore &) = delete;
@@ -45,21 +44,33 @@ class FakeStore
     [[nodiscard]] std::vector<std::string> Sets() const;
     void ClearRequests();
 
-    /**
-     * Scripts the next request: it must be exactly `request` and is answered with `reply` (empty: closes without
-     * one). From the first call on, every request must be a scripted one.
-     */
-    void Expect(const std::string &request, const std::string &reply);
-
     /* Faults. They last until Heal, or strike one request only when `nth` says which, counted from now as 1. */
-    void CloseEarly(int nth = 0);                               ///< closes without reading the request
-    void AnswerNothing(int nth = 0);                            ///< reads the request and closes
-    void Answer(std::string_view bytes, int nth = 0);           ///< answers these bytes, whatever was asked
-    void CutAnswer(size_t length, int nth = 0);                 ///< answers `length` bytes of the reply
-    void DelayAnswer(std::chrono::milliseconds d, int nth = 0); ///< answers late
+    /** Closes without reading the request. */
+    void CloseEarly(int nth = 0) { SetFault({nth, true, {}}); }
+    /** Reads the request and closes. */
+    void AnswerNothing(int nth = 0) { Answer("", nth); }
+    /** Answers these bytes, whatever was asked. */
+    void Answer(std::string_view bytes, int nth = 0)
+    {
+        SetFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
+    }
+    /** Answers `length` bytes of the reply. */
+    void CutAnswer(size_t length, int nth = 0)
+    {
+        SetFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
+    }
     /** Runs `action` when a request has come, before it is answered: the client waits meanwhile. */
-    void Before(std::function<void()> action, int nth = 0);
-    void Heal();
+    void Before(std::function<void()> action, int nth = 0)
+    {
+        SetFault({nth, false, [run = std::move(action)](const auto &reply) { return run(), reply; }});
+    }
+    /** Answers late. */
+    void DelayAnswer(std::chrono::milliseconds delay, int nth = 0)
+    {
+        Before([delay] { std::this_thread::sleep_for(delay); }, nth);
+    }
+    void Heal() { SetFault({}); }
+
     /** Waits until the daemon's connections are closed at this end too, for tests that count descriptors. */
     void WaitUntilIdle() const { m_endpoint.WaitUntilIdle(); }
     /** Nobody listens, until Listen. */
@@ -68,16 +79,9 @@ class FakeStore
 
   private:
     struct Fault {
-        enum class Kind { None, CloseEarly, Nothing, Bytes, Cut, Delay, Action } kind = Kind::None;
         int nth = 0;
-        std::string bytes = {};
-        size_t length = 0;
-        std::chrono::milliseconds delay{0};
-        std::function<void()> action = {};
-    };
-    struct Step {
-        std::string request;
-        std::string reply;
+        bool closeEarly = false;
+        std::function<std::string(const std::string &reply)> answer = {}; ///< what is sent instead of the reply
     };
     void SetFault(Fault fault);
     Fault TakeFault();
@@ -87,8 +91,6 @@ class FakeStore
     mutable std::mutex m_mutex;
     Settings m_settings;
     std::vector<std::string> m_requests;
-    std::deque<Step> m_script;
-    bool m_scripted = false;
     std::vector<std::string> m_complaints;
     Fault m_fault;
     UnixEndpoint m_endpoint;

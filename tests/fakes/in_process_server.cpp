@@ -1,46 +1,9 @@
 #include "tests/fakes/in_process_server.h"
 
-#include "netutil/clock.h"
-#include "platform/unix_socket.h"
 #include "server/globals.h"
 #include "tests/fakes/test_camera.h"
 
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <stdexcept>
-#include <sys/socket.h>
-
-namespace
-{
-
-FakeClock *g_clock = nullptr;
-NetUtility_Clock g_realClock;
-
-uint32_t FakeTickMs()
-{
-    return g_clock->now += g_clock->step;
-}
-
-void FakeSleepMs(uint32_t milliseconds)
-{
-    g_clock->sleeps.push_back(milliseconds);
-    g_clock->now += milliseconds;
-}
-
-} // namespace
-
-FakeClock::FakeClock()
-{
-    g_clock = this;
-    g_realClock = g_tClock;
-    g_tClock = {FakeTickMs, FakeSleepMs};
-}
-
-FakeClock::~FakeClock()
-{
-    g_tClock = g_realClock;
-    g_clock = nullptr;
-}
 
 InProcessServer::InProcessServer(const FakeStore::Settings &settings)
     : store(root.Path("/tmp/configer"), TestCamera::DefaultSettings())
@@ -71,19 +34,6 @@ std::string InProcessServer::Exchange(const TestRequest &request)
     return client.ReadAll();
 }
 
-void InProcessServer::SendEventText(std::string_view datagram) const
-{
-    const UniqueFd socket(UnixSocket_Open(SOCK_DGRAM));
-    ASSERT_EQ(UnixSocket_Connect(socket.Get(), root.Path("/var/run/eventmgr/emkelpa").c_str()), 0);
-    ASSERT_EQ(send(socket.Get(), datagram.data(), datagram.size(), 0), static_cast<ssize_t>(datagram.size()));
-}
-
-void InProcessServer::Rounds(int count)
-{
-    for (int i = 0; i < count; ++i)
-        Round();
-}
-
 int InProcessServer::Step()
 {
     // Every reading of the clock uses the round's budget up, so a session stops after one state routine.
@@ -105,12 +55,4 @@ int InProcessServer::BusySlots() const
     for (const SessionSlot &slot : server->atSessions)
         busy += slot.tRequest.iClientSocket != SOCKET_NONE ? 1 : 0;
     return busy;
-}
-
-size_t CountOwnDescriptors()
-{
-    size_t count = 0;
-    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        ++count;
-    return count;
 }

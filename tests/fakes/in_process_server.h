@@ -2,26 +2,9 @@
 
 #include "server/server.h"
 #include "tests/fakes/client_side.h"
+#include "tests/fakes/fake_clock.h"
 #include "tests/fakes/fake_store.h"
 #include "tests/fakes/replies.h"
-#include "tests/fakes/root_environment.h"
-
-#include <cstdint>
-#include <vector>
-
-/** The daemon's clock in the test's hand. One at a time; the real clock comes back at the end. */
-class FakeClock
-{
-  public:
-    FakeClock();
-    ~FakeClock();
-    FakeClock(const FakeClock &) = delete;
-    FakeClock &operator=(const FakeClock &) = delete;
-
-    uint32_t now = 1000000;       ///< milliseconds
-    uint32_t step = 0;            ///< every reading moves the clock on by this much first
-    std::vector<uint32_t> sleeps; ///< what was asked for; a sleep moves the clock on, nobody waits
-};
 
 /**
  * The daemon's server inside the test program, with a fake store and a clock that only the test moves. For
@@ -45,11 +28,16 @@ class InProcessServer
     [[nodiscard]] ClientSide Open(const TestRequest &request) const { return HandOver(SocketPath(), request); }
     /** A whole exchange in as many rounds as it takes. */
     std::string Exchange(const TestRequest &request);
-    void SendEventText(std::string_view datagram) const;
+    void SendEvents(std::span<const EventRecord> events) const { ::SendEvents(root, events); }
+    void SendEventText(std::string_view datagram) const { ::SendEventText(root, datagram); }
 
     /** One round of the main loop; gives its result. */
     int Round() { return KelpaFdServer_Process(server); }
-    void Rounds(int count);
+    void Rounds(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            Round();
+    }
     /** A round in which the only busy session makes exactly one step of its state machine, and no time passes. */
     int Step();
     [[nodiscard]] SessionSlot &Slot(int number) const { return server->atSessions[number]; }
@@ -60,6 +48,3 @@ class InProcessServer
     FakeClock clock;
     KelpaFdServer *server = nullptr;
 };
-
-/** Open descriptors of this process. */
-[[nodiscard]] size_t CountOwnDescriptors();

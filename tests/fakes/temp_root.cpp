@@ -26,8 +26,7 @@ TempRoot::~TempRoot()
 
 void TempRoot::Write(const std::string &fixedPath, const std::string &content) const
 {
-    std::filesystem::remove(
-        Path(fixedPath)); // a new file: to overwrite one makes some file systems wait for the disk
+    std::filesystem::remove(Path(fixedPath)); // to overwrite one makes some file systems wait for the disk
     std::ofstream file(Path(fixedPath), std::ios::binary);
     file << content;
     if (!file.flush())

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "platform/path.h"
+
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -24,6 +28,18 @@ class TempRoot
 
   private:
     std::string m_path;
+};
+
+/** The folder that this process itself uses: KELPA_ROOT is set as long as the object lives, SIGPIPE is ignored. */
+class RootEnvironment : public TempRoot
+{
+  public:
+    RootEnvironment()
+    {
+        setenv(PATH_ROOT_VARIABLE, Path().c_str(), 1);
+        signal(SIGPIPE, SIG_IGN);
+    }
+    ~RootEnvironment() { unsetenv(PATH_ROOT_VARIABLE); }
 };
 
 /** The whole content of a file; empty when it cannot be read. */

@@ -1,26 +1,8 @@
 #include "tests/fakes/test_camera.h"
 
-#include "platform/unix_socket.h"
-
 #include <csignal>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <sys/socket.h>
-
-namespace
-{
-
-constexpr char EVENT_ENDPOINT[] = "/var/run/eventmgr/emkelpa";
-
-FakeStore::Settings Merge(FakeStore::Settings first, const FakeStore::Settings &second)
-{
-    for (const auto &[name, value] : second)
-        first[name] = value;
-    return first;
-}
-
-} // namespace
 
 FakeStore::Settings TestCamera::DefaultSettings()
 {
@@ -52,8 +34,9 @@ std::string TestCamera::Binary()
 }
 
 TestCamera::TestCamera(const Options &options)
-    : store(root.Path("/tmp/configer"), Merge(DefaultSettings(), options.settings)), m_options(options)
+    : store(root.Path("/tmp/configer"), DefaultSettings()), m_options(options)
 {
+    store.Set(options.settings);
     if (options.start)
         Start();
 }
@@ -89,49 +72,6 @@ void TestCamera::Kill()
     m_daemon->Signal(SIGKILL);
     EXPECT_EQ(m_daemon->Wait(), 128 + SIGKILL);
     m_daemon.reset();
-}
-
-std::string TestCamera::Get(const std::string &url, const std::string &query) const
-{
-    return Exchange({.url = url, .query = query});
-}
-
-std::string TestCamera::Post(const std::string &url, const std::string &body, const std::string &query) const
-{
-    return Exchange({.method = "POST", .url = url, .query = query, .body = body});
-}
-
-ClientSide TestCamera::Open(const TestRequest &request) const
-{
-    return HandOver(SocketPath(), request);
-}
-
-ClientSide TestCamera::OpenRaw(std::string_view payload, int descriptors) const
-{
-    return HandOverRaw(SocketPath(), payload, descriptors);
-}
-
-void TestCamera::SendEvents(std::initializer_list<EventRecord> events) const
-{
-    char datagram[4096];
-    const size_t length = Message_ComposeEvents({events.begin(), events.size()}, datagram);
-    SendEventText({datagram, length});
-}
-
-void TestCamera::SendEventText(std::string_view datagram) const
-{
-    const UniqueFd socket(UnixSocket_Open(SOCK_DGRAM));
-    ASSERT_EQ(UnixSocket_Connect(socket.Get(), root.Path(EVENT_ENDPOINT).c_str()), 0);
-    ASSERT_EQ(send(socket.Get(), datagram.data(), datagram.size(), 0), static_cast<ssize_t>(datagram.size()));
-}
-
-size_t TestCamera::OpenDescriptors() const
-{
-    size_t count = 0;
-    for ([[maybe_unused]] const auto &entry :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(Pid()) + "/fd"))
-        ++count;
-    return count;
 }
 
 void TestCamera::WaitForLog(std::string_view text) const

@@ -1,11 +1,9 @@
 #pragma once
 
-#include "platform/message.h"
 #include "tests/fakes/child_process.h"
 #include "tests/fakes/client_side.h"
 #include "tests/fakes/fake_store.h"
 #include "tests/fakes/replies.h"
-#include "tests/fakes/temp_root.h"
 
 #include <initializer_list>
 #include <memory>
@@ -53,21 +51,28 @@ class TestCamera
     void Kill();
 
     /** A whole exchange: every byte that the daemon sends until it closes. */
-    std::string Get(const std::string &url, const std::string &query = {}) const;
-    std::string Post(const std::string &url, const std::string &body, const std::string &query = {}) const;
+    std::string Get(const std::string &url, const std::string &query = {}) const
+    {
+        return Exchange({.url = url, .query = query});
+    }
+    std::string Post(const std::string &url, const std::string &body, const std::string &query = {}) const
+    {
+        return Exchange({.method = "POST", .url = url, .query = query, .body = body});
+    }
     std::string Exchange(const TestRequest &request) const { return Open(request).ReadAll(); }
     /** Hands a request over; the reply is the caller's to read. */
-    [[nodiscard]] ClientSide Open(const TestRequest &request) const;
-    [[nodiscard]] ClientSide OpenRaw(std::string_view payload, int descriptors = 1) const;
+    [[nodiscard]] ClientSide Open(const TestRequest &request) const { return HandOver(SocketPath(), request); }
+    [[nodiscard]] ClientSide OpenRaw(std::string_view payload, int descriptors = 1) const
+    {
+        return HandOverRaw(SocketPath(), payload, descriptors);
+    }
 
-    /** Sends an event message: {index, channel, type, state, time} each. */
-    void SendEvents(std::initializer_list<EventRecord> events) const;
-    /** Sends any datagram to the event endpoint. */
-    void SendEventText(std::string_view datagram) const;
+    void SendEvents(std::initializer_list<EventRecord> events) const { ::SendEvents(root, events); }
+    void SendEventText(std::string_view datagram) const { ::SendEventText(root, datagram); }
 
     void Signal(int signal) const { m_daemon->Signal(signal); }
     [[nodiscard]] pid_t Pid() const { return m_daemon->Pid(); }
-    [[nodiscard]] size_t OpenDescriptors() const;
+    [[nodiscard]] size_t OpenDescriptors() const { return CountDescriptors(std::to_string(Pid())); }
     /** What the daemon has written to its system log, and its trace on standard output, so far. */
     [[nodiscard]] std::string Log() const { return ReadWholeFile(root.Path("/stderr")); }
     [[nodiscard]] std::string Trace() const { return ReadWholeFile(root.Path("/stdout")); }
@@ -91,16 +96,3 @@ class TestCamera
  * for a while: tests that count them take these settings.
  */
 inline const FakeStore::Settings NO_AUDIO_OUTPUT = {{"capability_naudioout", "0"}};
-
-/** Waits until `condition` holds, looking again every few milliseconds; false when it does not come to that. */
-template <typename Condition>
-[[nodiscard]] bool WaitFor(Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + TEST_DEADLINE;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        usleep(2000);
-    }
-    return true;
-}

@@ -1,193 +1,301 @@
 #include "audio/audio_upstream.h"
-#include "platform/log.h"
+#include "audio/audio_waits.h"
 #include "server/globals.h"
 #include "tests/fakes/audio_stream.h"
 #include "tests/fakes/fake_decoder.h"
 #include "tests/fakes/in_process_server.h"
-#include "tests/fakes/root_environment.h"
-#include "tests/fakes/test_camera.h"
 
+#include <charconv>
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 namespace
 {
 
 constexpr char URL[] = "/dev/speaker.cgi";
 const std::string REGISTERED = "HTTP/1.1 200 OK\r\n";
+/** Less than any wait that a stop has to end, more than a busy machine needs. */
+constexpr std::chrono::seconds AT_ONCE{10};
 
-/** The daemon with its audio thread, and a decoder. */
+/** The daemon with its audio thread, whose waits can be changed before it starts, and a decoder. */
 class AudioUpstream : public testing::Test
 {
   protected:
-    std::string Register(const std::string &name)
+    ~AudioUpstream() override
     {
-        return m_server.Exchange({.url = URL, .query = "client=" + name});
+        m_server.reset();
+        g_tAudioUpstreamWaits = m_savedWaits;
+    }
+
+    void Start(bool decoder = true)
+    {
+        m_server = std::make_unique<InProcessServer>(FakeStore::Settings{{"capability_naudioout", "1"}});
+        m_decoder = std::make_unique<FakeDecoder>(m_server->root.Path("/var/run/aenc/s0/decodesck_0"), decoder);
+    }
+    /** Stops the daemon; fails the test when that takes its time. */
+    void StopAtOnce()
+    {
+        const auto begin = std::chrono::steady_clock::now();
+        m_server.reset();
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, AT_ONCE);
+    }
+    std::string Register(const std::string &name) const
+    {
+        return m_server->Exchange({.url = URL, .query = "client=" + name});
     }
     /** A stream's request, with the first bytes of the stream that come with it. */
-    ClientSide OpenStream(const std::string &name, const std::string &consumed = {})
+    ClientSide OpenStream(const std::string &name, const std::string &consumed = {}) const
     {
-        ClientSide client = m_server.Open({.method = "POST",
-                                           .url = URL,
-                                           .query = "client=" + name,
-                                           .body = consumed,
-                                           .contentLength = "1000000"});
-        m_server.Rounds(2);
-        EXPECT_EQ(m_server.BusySlots(), 0) << "the request ends at once, handed over or not";
+        ClientSide client = m_server->Open({.method = "POST",
+                                            .url = URL,
+                                            .query = "client=" + name,
+                                            .body = consumed,
+                                            .contentLength = "1000000"});
+        m_server->Rounds(2);
+        EXPECT_EQ(m_server->BusySlots(), 0) << "the request ends at once, handed over or not";
         return client;
     }
+    [[nodiscard]] ClientSide Talk() const
+    {
+        EXPECT_EQ(Register("hall"), REGISTERED);
+        return OpenStream("hall");
+    }
     /** Sends one frame and waits until it is played, as the first of its session. */
-    void ExpectTalks(ClientSide &client, const std::string &before = RANDOM_4CC)
+    void ExpectTalks(const ClientSide &client, const std::string &before = RANDOM_4CC) const
     {
         client.Send(before + AudioFrame("audio"));
-        EXPECT_EQ(m_decoder.Next(), DECODER_CONFIG);
-        EXPECT_EQ(m_decoder.Next(), DecoderFrame("audio"));
-        EXPECT_EQ(client.ReadNow(), "") << "a stream gets no reply";
+        EXPECT_EQ(m_decoder->Next(), DECODER_CONFIG);
+        EXPECT_EQ(m_decoder->Next(), DecoderFrame("audio"));
     }
     static void WaitUntilNobodyTalks()
     {
         EXPECT_TRUE(WaitFor([] { return g_tServerGlobals.tAudioUpstream.uiTalking == 0; }));
     }
+    void SwitchSpeaker(bool on) const
+    {
+        const std::string query = on ? "enable=yes" : "enable=no";
+        EXPECT_EQ(m_server->Exchange({.url = "/config/speaker.cgi", .query = query}), OkReply(query + "\r\n"));
+    }
 
-    InProcessServer m_server{FakeStore::Settings{{"capability_naudioout", "1"}}};
-    FakeDecoder m_decoder{m_server.root.Path("/var/run/aenc/s0/decodesck_0")};
+    std::unique_ptr<InProcessServer> m_server;
+    std::unique_ptr<FakeDecoder> m_decoder;
+
+  private:
+    AudioUpstreamWaits m_savedWaits = g_tAudioUpstreamWaits;
 };
+
+/** Waits until the other end has read everything. */
+void WaitUntilTaken(const ClientSide &client)
+{
+    EXPECT_TRUE(WaitFor([&] {
+        int waiting = 1;
+        return ioctl(client.Fd(), SIOCOUTQ, &waiting) == 0 && waiting == 0;
+    }));
+}
+
+/** Frames that say which they are. */
+std::string NumberedPayload(int number)
+{
+    return std::to_string(number) + ":" + AudioPayload(160, static_cast<unsigned>(number));
+}
+
+/** The number of a frame that came to the decoder whole, -1 for a configuration message, -2 for anything else. */
+int NumberOf(const std::string &message)
+{
+    if (message == DECODER_CONFIG)
+        return -1;
+    int number = -2;
+    if (message.size() > 44)
+        std::from_chars(message.data() + 44, message.data() + message.size(), number);
+    return number >= 0 && message == DecoderFrame(NumberedPayload(number)) ? number : -2;
+}
 
 } // namespace
 
-TEST_F(AudioUpstream, ARegisteredClientTalksAndIsNotAnswered)
+TEST_F(AudioUpstream, TheNameRegisteredLastTalksAndIsNotAnswered)
 {
+    Start();
+    EXPECT_EQ(m_server->Exchange({.method = "POST", .url = URL, .query = "client=a-longer-name"}), REGISTERED);
     EXPECT_EQ(Register("hall"), REGISTERED);
-    ClientSide client = OpenStream("hall");
-    ExpectTalks(client);
-    client.Send(AudioFrame("more"));
-    EXPECT_EQ(m_decoder.Next(), DecoderFrame("more"));
-    client.Close();
-    WaitUntilNobodyTalks();
-    ClientSide again = OpenStream("hall");
-    ExpectTalks(again); // announces the format anew
-}
-
-TEST_F(AudioUpstream, RegistrationMayAlsoComeInABodylessPostAndReplacesTheLastOne)
-{
-    EXPECT_EQ(m_server.Exchange({.method = "POST", .url = URL, .query = "client=a-longer-name"}), REGISTERED);
-    EXPECT_EQ(Register("short"), REGISTERED);
-    EXPECT_EQ(OpenStream("a-longer-name").ReadAll(), "");
-    ClientSide client = OpenStream("short");
-    ExpectTalks(client);
-}
-
-TEST_F(AudioUpstream, BytesThatCameWithTheRequestCountAsTheStreamsFirst)
-{
-    EXPECT_EQ(Register("hall"), REGISTERED);
+    for (const char *name : {"a-longer-name", "hal", "halls", "Hall", ""})
+        EXPECT_EQ(OpenStream(name).ReadAll(), "") << name;
+    // Bytes that came with the request count as the stream's first.
     for (size_t taken = 0; taken <= RANDOM_4CC.size(); ++taken) {
         SCOPED_TRACE(taken);
         ClientSide client = OpenStream("hall", RANDOM_4CC.substr(0, taken));
         ExpectTalks(client, RANDOM_4CC.substr(taken));
+        EXPECT_EQ(client.ReadNow(), "") << "a stream gets no reply";
         client.Close();
         WaitUntilNobodyTalks();
     }
 }
 
-TEST_F(AudioUpstream, AStreamThatIsNotHandedOverIsClosedWithoutReply)
+TEST_F(AudioUpstream, OneClientTalksAtATimeUntilAWrongHeader)
 {
-    EXPECT_EQ(Register("hall"), REGISTERED);
-    for (const char *name : {"yard", "hal", "halls", "Hall", ""})
-        EXPECT_EQ(OpenStream(name).ReadAll(), "") << name;
-    ClientSide talker = OpenStream("hall");
+    Start();
+    ClientSide talker = Talk();
     ExpectTalks(talker);
-    EXPECT_EQ(OpenStream("hall").ReadAll(), "") << "one client at a time";
+    EXPECT_EQ(OpenStream("hall").ReadAll(), "");
     EXPECT_EQ(Register("yard"), REGISTERED);
     EXPECT_EQ(OpenStream("yard").ReadAll(), "") << "registering does not end the talker's session";
     talker.Send(AudioFrame("still there"));
-    EXPECT_EQ(m_decoder.Next(), DecoderFrame("still there"));
-}
-
-TEST_F(AudioUpstream, NamesHaveAtMostFifteenCharacters)
-{
-    EXPECT_EQ(Register("123456789012345"), REGISTERED);
-    ClientSide client = OpenStream("123456789012345");
-    ExpectTalks(client);
-    EXPECT_EQ(Register("1234567890123456"), BAD_REQUEST);
+    EXPECT_EQ(m_decoder->Next(), DecoderFrame("still there"));
+    talker.Send(AudioHeaderBytes({.id = 0x0000F601}));
+    EXPECT_EQ(talker.ReadAll(), "");
+    WaitUntilNobodyTalks();
+    ExpectTalks(OpenStream("yard")); // announces the format anew
 }
 
 TEST_F(AudioUpstream, RefusesRequestsWithoutAUsableName)
 {
-    for (const char *query : {"", "clien=hall", "name=hall", "0&client=hall", "client=<hall", "client=a&&b=c"})
-        EXPECT_EQ(m_server.Exchange({.url = URL, .query = query}), BAD_REQUEST) << query;
-    EXPECT_EQ(m_server.Exchange({.method = "POST", .url = URL}), BAD_REQUEST) << "no name at all";
-    EXPECT_EQ(m_server.Exchange({.url = URL, .query = "client=" + std::string(4088, 'x')}), BAD_REQUEST)
-        << "a query string of 4095 characters";
+    Start();
+    for (const char *query : {"", "clien=hall", "name=hall", "0&client=hall", "client=<hall", "client=a&&b=c",
+                              "client=1234567890123456"})
+        EXPECT_EQ(m_server->Exchange({.url = URL, .query = query}), BAD_REQUEST) << query;
+    EXPECT_EQ(m_server->Exchange({.method = "POST", .url = URL}), BAD_REQUEST) << "no name at all";
+    EXPECT_EQ(Register(std::string(4088, 'x')), BAD_REQUEST) << "a query string of 4095 characters";
+    EXPECT_EQ(Register("123456789012345"), REGISTERED) << "fifteen characters";
+    ExpectTalks(OpenStream("123456789012345"));
 }
 
-TEST_F(AudioUpstream, WithTheSpeakerSwitchedOffNothingIsAllowed)
+TEST_F(AudioUpstream, ASpeakerThatIsSwitchedOffEndsTheSessionAndAllowsNothing)
 {
-    EXPECT_EQ(Register("hall"), REGISTERED);
-    EXPECT_EQ(m_server.Exchange({.url = "/config/speaker.cgi", .query = "enable=no"}), OkReply("enable=no\r\n"));
+    Start();
+    ClientSide client = Talk();
+    ExpectTalks(client);
+    SwitchSpeaker(false);
+    client.Send(AudioFrame("what wakes the thread"));
+    EXPECT_EQ(client.ReadAll(), "");
     EXPECT_EQ(Register("hall"), UNAUTHORIZED);
     EXPECT_EQ(OpenStream("hall").ReadNow(), UNAUTHORIZED);
 }
 
-TEST_F(AudioUpstream, AWrongHeaderEndsTheSessionAndTheNextClientMayTalk)
+TEST_F(AudioUpstream, SurvivesSpeakerSwitchingAndDecoderRestartsInTheMiddleOfSessions)
 {
-    EXPECT_EQ(Register("hall"), REGISTERED);
-    ClientSide client = OpenStream("hall");
-    client.Send(RANDOM_4CC + AudioHeaderBytes({.id = 0x0000F601}));
-    EXPECT_EQ(client.ReadAll(), "");
-    WaitUntilNobodyTalks();
-    ClientSide next = OpenStream("hall");
-    ExpectTalks(next);
+    g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t) { usleep(200); };
+    const size_t descriptors = CountDescriptors();
+    Start();
+    int number = 0, played = 0, last = -1;
+    const auto takeMessages = [&] {
+        for (const std::string &message : m_decoder->Messages()) {
+            const int got = NumberOf(message);
+            EXPECT_GE(got, -1) << "a message that is no frame of ours";
+            if (got < 0)
+                continue;
+            EXPECT_GT(got, last) << "frames neither repeat nor overtake each other";
+            last = got;
+            ++played;
+        }
+    };
+    for (int session = 0; session < 30; ++session) {
+        SwitchSpeaker(true);
+        ClientSide client = Talk();
+        bool open = true;
+        for (int i = 0; i < 40 && open; ++i, ++number) {
+            const std::string bytes = (i == 0 ? RANDOM_4CC : "") + AudioFrame(NumberedPayload(number));
+            open = send(client.Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0;
+            if (i == 10 && session % 3 == 0) {
+                m_decoder->Vanish();
+                m_decoder->Start();
+            }
+            if (i == 20 && session % 5 == 4)
+                m_decoder->Vanish();
+            if (i == 30 && session % 4 == 1)
+                SwitchSpeaker(false);
+            if (session % 5 != 4 || i < 20)
+                takeMessages();
+            m_server->Round();
+        }
+        client.Close();
+        WaitUntilNobodyTalks();
+        if (session % 5 == 4)
+            m_decoder->Start();
+        takeMessages();
+    }
+    EXPECT_GT(played, 100) << "of " << number;
+    StopAtOnce();
+    m_decoder.reset();
+    EXPECT_EQ(CountDescriptors(), descriptors);
 }
 
-TEST(AudioUpstreamStart, ReadsTheSwitchesOfTheStore)
+TEST_F(AudioUpstream, ASilentClientIsDisconnected)
 {
-    const struct {
-        const char *description;
-        const char *audioOut; ///< the store's first answer
-        const char *enable;   ///< the store's second answer
-        int result;
-        bool thread;
-        uint32_t speakerEnable;
-        const char *trace; ///< a part of it
-    } cases[] = {
-        {"speaker on", "capability_naudioout=1\n", "audioout_c0_speaker_enable=1\n", 0, true, 1, ""},
-        {"speaker off", "capability_naudioout=1\n", "audioout_c0_speaker_enable=0\n", 0, true, 0, ""},
-        {"no audio output", "capability_naudioout=0\n", nullptr, 0, false, 0, ""},
-        {"only the digit 1 counts", "capability_naudioout=2\n", nullptr, 0, false, 0, ""},
-        {"no answer", "", nullptr, -1, false, 0, "[AudioUpstream_Initial]Get_Configer_Parameter failed\n"},
-        {"an answer to something else", "capability_ndi=1\n", nullptr, -1, false, 0, ""},
-        {"no second answer", "capability_naudioout=1\n", "", -1, false, 0,
-         "[AudioUpstream_Initial]Get_Configer_Parameter failed\n"},
-        {"a second answer to something else", "capability_naudioout=1\n", "capability_ndi=1\n", -1, false, 0,
-         "[AudioUpstream_Initial]Get_Configer_BOOL_Value failed\n"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        RootEnvironment root;
-        FakeDecoder decoder(root.Path("/var/run/aenc/s0/decodesck_0"));
-        FakeStore store(root.Path("/tmp/configer"), {});
-        store.Expect("get NameValue 99 0\ncapability_naudioout&", c.audioOut);
-        if (c.enable != nullptr)
-            store.Expect("get NameValue 99 0\naudioout_c0_speaker_enable&", c.enable);
-        ASSERT_EQ(OSThread_KeyCreate(), 0);
-        AudioUpstreamContext context = {};
-        const size_t descriptors = CountOwnDescriptors();
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(AudioUpstream_Initial(context), c.result);
-        EXPECT_EQ(context.tThread.started, c.thread);
-        EXPECT_EQ(context.tQueue.created, c.thread);
-        EXPECT_EQ(context.uiSpeakerEnable, c.speakerEnable);
-        AudioUpstream_Release(context);
-        const std::string trace = testing::internal::GetCapturedStdout();
-        EXPECT_NE(trace.find(c.trace), std::string::npos) << trace;
-        // The store closes its last connection in its own time.
-        EXPECT_TRUE(WaitFor([&] { return CountOwnDescriptors() == descriptors; }));
-        OSThread_KeyDestroy();
+    EXPECT_EQ(g_tAudioUpstreamWaits.uiSilenceLimitMs, 60000U);
+    g_tAudioUpstreamWaits.uiSilenceLimitMs = 50;
+    Start();
+    for (const std::string &sent : {std::string(), RANDOM_4CC, RANDOM_4CC + AudioFrame("audio") + "\1"}) {
+        ClientSide client = Talk();
+        client.Send(sent);
+        EXPECT_EQ(client.ReadAll(), "");
+        WaitUntilNobodyTalks();
     }
 }
 
-TEST(AudioUpstreamStart, WithoutAThreadAStreamIsClosed)
+TEST_F(AudioUpstream, ADecoderThatCameLateIsFoundByTheNextSession)
 {
-    InProcessServer server;
+    g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t) {};
+    Start(false);
+    EXPECT_EQ(Talk().ReadAll(), "") << "nobody to play for";
+    WaitUntilNobodyTalks();
+    m_decoder->Start();
+    ExpectTalks(Talk());
+}
+
+TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
+{
+    const struct {
+        const char *description;
+        bool decoder; ///< false: the thread is busy looking for it, and has not taken the socket yet
+        bool blocks;
+    } cases[] = {{"a silent client", true, false},
+                 {"a decoder that blocks", true, true},
+                 {"a decoder that is not there", false, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        const size_t descriptors = CountDescriptors();
+        Start(c.decoder);
+        ClientSide client = Talk();
+        if (c.decoder) {
+            ExpectTalks(client);
+            std::string frames = AudioHeaderBytes({.dataLength = 1});
+            if (c.blocks)
+                m_decoder->Block();
+            for (int i = 0; c.blocks && i < 200; ++i)
+                frames.insert(0, AudioFrame("")); // each would take its half second
+            client.Send(frames);
+            WaitUntilTaken(client);
+        }
+        StopAtOnce();
+        EXPECT_EQ(client.ReadAll(), "");
+        client.Close();
+        m_decoder.reset();
+        EXPECT_EQ(CountDescriptors(), descriptors);
+    }
+}
+
+TEST(AudioUpstreamStart, FailsWithAnAnswerToSomethingElse)
+{
+    ASSERT_EQ(OSThread_KeyCreate(), 0);
+    for (const int nth : {1, 2}) {
+        const RootEnvironment root;
+        FakeStore store(root.Path("/tmp/configer"), {{"capability_naudioout", "1"}});
+        store.Answer("capability_ndi=1\n", nth);
+        AudioUpstreamContext context = {};
+        EXPECT_EQ(AudioUpstream_Initial(context), -1);
+        EXPECT_FALSE(context.tThread.started || context.tQueue.created);
+        EXPECT_EQ(store.Requests().size(), static_cast<size_t>(nth));
+        AudioUpstream_Release(context);
+    }
+    OSThread_KeyDestroy();
+}
+
+TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClosed)
+{
+    InProcessServer server(FakeStore::Settings{{"capability_naudioout", "2"}});
+    const AudioUpstreamContext &context = g_tServerGlobals.tAudioUpstream;
+    EXPECT_FALSE(context.tThread.started || context.tQueue.created);
     EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), UNAUTHORIZED);
     EXPECT_EQ(server.Exchange({.url = "/config/speaker.cgi", .query = "enable=yes"}), OkReply("enable=yes\r\n"));
     EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), REGISTERED);

@@ -1,47 +1,24 @@
 #include "tests/fakes/temp_root.h"
 #include "tests/fakes/unique_fd.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
-#include <string>
-#include <vector>
+#include <set>
 
 extern "C" {
 int Fuzz_hand_over(const uint8_t *data, size_t size);
 int Fuzz_event_message(const uint8_t *data, size_t size);
 int Fuzz_request(const uint8_t *data, size_t size);
 int Fuzz_store_reply(const uint8_t *data, size_t size);
+int Fuzz_dns_answer(const uint8_t *data, size_t size);
 }
 
 namespace
 {
-
-/** The daemon's trace of thousands of requests is of no use; failures go to standard error meanwhile. */
-class QuietOutput
-{
-  public:
-    QuietOutput()
-    {
-        fflush(stdout);
-        const UniqueFd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        dup2(null.Get(), STDOUT_FILENO);
-    }
-    ~QuietOutput()
-    {
-        fflush(stdout);
-        dup2(m_saved.Get(), STDOUT_FILENO);
-    }
-    QuietOutput(const QuietOutput &) = delete;
-    QuietOutput &operator=(const QuietOutput &) = delete;
-
-  private:
-    UniqueFd m_saved{fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)};
-};
 
 /** Damages inputs in the ways in which parsers break. The same seed gives the same damage everywhere. */
 class Mutator
@@ -67,35 +44,36 @@ class Mutator
 
     void Damage(std::string &input)
     {
-        static const std::vector<std::string> TOKENS = {"&",
-                                                        "&&",
-                                                        "=",
-                                                        "%20",
-                                                        "%",
-                                                        ",",
-                                                        ":",
-                                                        "\n",
-                                                        std::string(1, '\0'),
-                                                        "\xFF",
-                                                        "0",
-                                                        "-1",
-                                                        "99",
-                                                        "\\",
-                                                        "\"",
-                                                        "2147483648",
-                                                        "<",
-                                                        "/>",
-                                                        " ",
-                                                        "%n",
-                                                        "4294967295",
-                                                        "00000000000000000001"};
+        static constexpr std::string_view TOKENS[] = {"&",
+                                                      "&&",
+                                                      "=",
+                                                      "%20",
+                                                      "%",
+                                                      ",",
+                                                      ":",
+                                                      "\n",
+                                                      {"\0", 1},
+                                                      "\xC0",
+                                                      "\xFF",
+                                                      "0",
+                                                      "-1",
+                                                      "99",
+                                                      "\\",
+                                                      "\"",
+                                                      "%n",
+                                                      "2147483648",
+                                                      "<",
+                                                      "/>",
+                                                      " ",
+                                                      "4294967295",
+                                                      "00000000000000000001"};
         switch (m_random() % 8) {
         case 0:
             if (!input.empty())
                 input[m_random() % input.size()] = static_cast<char>(m_random());
             break;
         case 1:
-            input.insert(Place(input), TOKENS[m_random() % TOKENS.size()]);
+            input.insert(Place(input), TOKENS[m_random() % std::size(TOKENS)]);
             break;
         case 2:
             input.erase(Place(input), m_random() % 20);
@@ -139,21 +117,24 @@ INSTANTIATE_TEST_SUITE_P(Targets, FuzzReplay,
                          testing::Values(Target{"hand_over", Fuzz_hand_over, 20000},
                                          Target{"event_message", Fuzz_event_message, 20000},
                                          Target{"request", Fuzz_request, 20000},
-                                         Target{"store_reply", Fuzz_store_reply, 10000}),
+                                         Target{"store_reply", Fuzz_store_reply, 10000},
+                                         Target{"dns_answer", Fuzz_dns_answer, 40000}),
                          [](const auto &row) { return std::string(row.param.name); });
 
 TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)
 {
-    std::vector<std::filesystem::path> paths;
+    std::set<std::filesystem::path> paths; // the order in a folder is not the same everywhere
     for (const auto &file : std::filesystem::directory_iterator(std::string(FUZZ_CORPUS "/") + GetParam().name))
-        paths.push_back(file.path());
-    std::sort(paths.begin(), paths.end()); // the order in a folder is not the same everywhere
+        paths.insert(file.path());
     std::vector<std::string> corpus;
     for (const auto &path : paths)
         corpus.push_back(ReadWholeFile(path));
     ASSERT_FALSE(corpus.empty());
 
-    const QuietOutput quiet;
+    // The daemon's trace of thousands of requests is of no use; failures go to standard error meanwhile.
+    fflush(stdout);
+    const UniqueFd standardOutput(dup(STDOUT_FILENO)), null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    dup2(null.Get(), STDOUT_FILENO);
     const auto run = [](const std::string &input) {
         // A copy of exactly this size, so that a sanitizer sees the first byte read too far.
         const std::vector<uint8_t> bytes(input.begin(), input.end());
@@ -164,4 +145,6 @@ TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)
     Mutator mutator(corpus);
     for (int i = 0; i < GetParam().mutations; ++i)
         run(mutator.Next());
+    fflush(stdout);
+    dup2(standardOutput.Get(), STDOUT_FILENO);
 }

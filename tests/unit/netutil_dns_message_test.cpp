@@ -4,9 +4,6 @@
 #include <arpa/inet.h>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <memory>
-#include <random>
-#include <string>
 
 namespace
 {
@@ -62,89 +59,53 @@ TEST(DnsQuery, RefusesWhatIsNoName)
 
 TEST(DnsAnswer, GivesTheFirstAddress)
 {
-    const std::string labels = DnsLabels("cdn.example.net");
-    const struct {
-        const char *description;
-        DnsMessage message;
-        DNSAnswer expected;
-        const char *address;
-    } cases[] = {
-        {"one record", {ID, "a.example", {DnsA(10, 1, 2, 3)}}, DNSAnswer::Address, "10.1.2.3"},
-        {"the first of two",
-         {ID, "a.example", {DnsA(10, 1, 2, 3), DnsA(9, 9, 9, 9)}},
-         DNSAnswer::Address,
-         "10.1.2.3"},
-        {"a chain of names",
-         {ID, "a.example", {DnsCname("b.example.net"), DnsCname("c.example.net"), DnsA(10, 1, 2, 4)}},
-         DNSAnswer::Address,
-         "10.1.2.4"},
-        {"an owner written out", {ID, "a", {{1, "\x0A\1\2\5", labels}}}, DNSAnswer::Address, "10.1.2.5"},
-        {"an owner that is the root",
-         {ID, "a", {{1, "\x0A\1\2\6", std::string(1, '\0')}}},
-         DNSAnswer::Address,
-         "10.1.2.6"},
-        {"a pointer to itself is not followed",
-         {ID, "a", {{1, "\x0A\1\2\7", "\xC0\x13"}}},
-         DNSAnswer::Address,
-         "10.1.2.7"},
-        {"an address record of another length is passed over",
-         {ID, "a", {{1, "abc"}, {1, "abcdefgh"}, DnsA(10, 1, 2, 8)}},
-         DNSAnswer::Address,
-         "10.1.2.8"},
-        {"bytes behind the counted records",
-         {ID, "a", {DnsCname("b"), DnsA(9, 9, 9, 9)}, 0x8180, 1, 1, 1},
-         DNSAnswer::NoAddress,
-         nullptr},
-        {"names without an address", {ID, "a", {DnsCname("b"), DnsCname("c")}}, DNSAnswer::NoAddress, nullptr},
-        {"a record of another type ends the walk",
-         {ID, "a", {{28, std::string(16, 'x')}, DnsA(9, 9, 9, 9)}},
-         DNSAnswer::NoAddress,
-         nullptr},
-        {"fewer records than counted",
-         {ID, "a", {DnsCname("b")}, 0x8180, 1, 1, 65535},
-         DNSAnswer::NoAddress,
-         nullptr},
-        {"data said to go on behind the packet",
-         {ID, "a", {{5, "x", DNS_QUESTION_POINTER, 65535}}},
-         DNSAnswer::NoAddress,
-         nullptr},
-        {"an address said to be longer than it is",
-         {ID, "a", {{1, "abc", DNS_QUESTION_POINTER, 4}}},
-         DNSAnswer::NoAddress,
-         nullptr},
-        {"no answers", {ID, "a", {}}, DNSAnswer::Unusable, nullptr},
-        {"no answers counted", {ID, "a", {DnsA(9, 9, 9, 9)}, 0x8180, 1, 1, 0}, DNSAnswer::Unusable, nullptr},
-        {"no question counted", {ID, "a", {DnsA(9, 9, 9, 9)}, 0x8180, 0}, DNSAnswer::Unusable, nullptr},
-        {"two questions counted", {ID, "a", {DnsA(9, 9, 9, 9)}, 0x8180, 2}, DNSAnswer::Unusable, nullptr},
-        {"another question", {ID, "a", {DnsA(9, 9, 9, 9)}, 0x8180, 1, 28}, DNSAnswer::Unusable, nullptr},
-        {"no such name", {ID, "a", {}, 0x8183}, DNSAnswer::NoSuchName, nullptr},
-        {"no such name, although with an address",
-         {ID, "a", {DnsA(9, 9, 9, 9)}, 0x8183},
-         DNSAnswer::NoSuchName,
-         nullptr},
-        {"the server's failure", {ID, "a", {}, 0x8182}, DNSAnswer::Unusable, nullptr},
-        {"another identifier", {ID ^ 0x0100, "a", {DnsA(9, 9, 9, 9)}}, DNSAnswer::NotOurs, nullptr},
-        {"no such name, of another identifier", {ID ^ 1, "a", {}, 0x8183}, DNSAnswer::NotOurs, nullptr},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
+    const auto outcome = [](const DnsMessage &message) -> std::string {
         in_addr_t address;
-        EXPECT_EQ(Parse(c.message.Bytes(), address), c.expected);
-        EXPECT_EQ(address, c.address != nullptr ? inet_addr(c.address) : UNTOUCHED);
-    }
+        const DNSAnswer answer = Parse(message.Bytes(), address);
+        if (answer == DNSAnswer::Address)
+            return inet_ntoa({address});
+        EXPECT_EQ(address, UNTOUCHED);
+        return answer == DNSAnswer::NoAddress    ? "none"
+               : answer == DNSAnswer::NoSuchName ? "no such name"
+               : answer == DNSAnswer::Unusable   ? "unusable"
+                                                 : "not ours";
+    };
+    const DnsRecord address = DnsA(10, 1, 2, 3), other = DnsA(9, 9, 9, 9), alias = DnsCname("b.example.net");
+    const std::string bytes = address.data;
+    EXPECT_EQ(outcome({ID, "a.example", {address, other}}), "10.1.2.3");
+    EXPECT_EQ(outcome({ID, "a.example", {alias, DnsCname("c.example"), address}}), "10.1.2.3");
+    EXPECT_EQ(outcome({ID, "a", {{1, bytes, DnsLabels("cdn.example.net")}}}), "10.1.2.3") << "an owner written out";
+    EXPECT_EQ(outcome({ID, "a", {{1, bytes, std::string(1, '\0')}}}), "10.1.2.3") << "an owner that is the root";
+    EXPECT_EQ(outcome({ID, "a", {{1, bytes, "\xC0\x13"}}}), "10.1.2.3") << "a pointer to itself is not followed";
+    EXPECT_EQ(outcome({ID, "a", {{1, "abc"}, {1, "abcdefgh"}, address}}), "10.1.2.3") << "records of other lengths";
+
+    EXPECT_EQ(outcome({ID, "a", {alias, other}, 0x8180, 1, 1, 1}), "none") << "bytes behind the counted records";
+    EXPECT_EQ(outcome({ID, "a", {alias, alias}}), "none");
+    EXPECT_EQ(outcome({ID, "a", {{28, std::string(16, 'x')}, other}}), "none") << "another type ends the walk";
+    EXPECT_EQ(outcome({ID, "a", {alias}, 0x8180, 1, 1, 65535}), "none") << "fewer records than counted";
+    EXPECT_EQ(outcome({ID, "a", {{5, "x", DNS_QUESTION_POINTER, 65535}}}), "none") << "data past the packet";
+    EXPECT_EQ(outcome({ID, "a", {{1, "abc", DNS_QUESTION_POINTER, 4}}}), "none") << "an address past the packet";
+
+    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 1, 1, 0}), "unusable") << "no answers counted";
+    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 0}), "unusable") << "no question counted";
+    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 2}), "unusable") << "two questions counted";
+    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 1, 28}), "unusable") << "another question";
+    EXPECT_EQ(outcome({ID, "a", {}, 0x8182}), "unusable") << "the server's failure";
+    EXPECT_EQ(outcome({ID, "a", {other}, 0x8183}), "no such name");
+    EXPECT_EQ(outcome({ID ^ 0x0100, "a", {other}}), "not ours");
+    EXPECT_EQ(outcome({ID ^ 1, "a", {}, 0x8183}), "not ours");
 }
 
 TEST(DnsAnswer, KeptPointerBeginsWithC0Alone)
 {
+    in_addr_t address;
     // The other first bytes of pointers are lengths of labels here, which lead out of the packet.
-    for (const char *owner : {"\xC1\x0C", "\xC2\x0C", "\xFF\x0C"}) {
-        in_addr_t address;
+    for (const char *owner : {"\xC1\x0C", "\xFF\x0C"}) {
         const DnsMessage message{ID, "a.example", {{1, "\x0A\1\2\3", owner}}};
         EXPECT_EQ(Parse(message.Bytes(), address), DNSAnswer::NoAddress);
         EXPECT_EQ(address, UNTOUCHED);
     }
     // 0xC1 as a length that stays inside: 193 bytes, the 0 byte, then the record that they hide.
-    in_addr_t address;
     const std::string label = "\xC1" + std::string(193, '\x0C') + std::string(1, '\0');
     EXPECT_EQ(Parse(DnsMessage{ID, "a", {{1, "\x0A\1\2\3", label}}}.Bytes(), address), DNSAnswer::Address);
     EXPECT_EQ(address, inet_addr("10.1.2.3"));
@@ -165,63 +126,4 @@ TEST(DnsAnswer, CutAtEveryByteGivesNoAddress)
     }
     in_addr_t address;
     EXPECT_EQ(Parse(whole, address), DNSAnswer::Address);
-}
-
-TEST(DnsAnswer, TenThousandRandomAndMutatedPacketsStayInside)
-{
-    // Seeded by a constant: a failure comes back. Each packet stands in a block of its own size, and the address
-    // may only be touched by an outcome that says so and then holds four bytes of the packet.
-    std::mt19937 random(20130607);
-    const auto below = [&random](size_t limit) { return static_cast<size_t>(random() % limit); };
-    const std::string seeds[] = {
-        DnsMessage{ID, "camera.example.com", {DnsA(10, 1, 2, 3)}}.Bytes(),
-        DnsMessage{ID, "a.example", {DnsCname("b.example"), DnsCname("c.example"), DnsA(10, 1, 2, 3)}}.Bytes(),
-        DnsMessage{ID, "a.example", {{1, "\x0A\1\2\3", DnsLabels("a.example")}, DnsA(1, 2, 3, 4)}}.Bytes(),
-        DnsMessage{ID, "a.example", {{1, "\x0A\1\2\3", "\xC1\x0C"}}}.Bytes(),
-    };
-    const std::string telling("\0\1\5\x3F\x40\xC0\xC1\xFF", 8);
-    int outcomes[5] = {};
-    for (int i = 0; i < 10000; ++i) {
-        std::string packet;
-        if (i % 4 == 0) {
-            packet = Dns16(ID) + std::string("\x81\x80\0\1", 4);
-            packet.resize(6 + below(DNS_MESSAGE_SIZE - 5));
-            for (size_t at = 6; at < packet.size(); ++at)
-                packet[at] = below(2) == 0 ? telling[below(telling.size())] : static_cast<char>(random());
-        } else {
-            packet = seeds[below(std::size(seeds))];
-            for (size_t changes = 1 + below(4); changes > 0 && packet.size() > 2; --changes) {
-                const size_t at = 2 + below(packet.size() - 2);
-                switch (below(5)) {
-                case 0:
-                    packet[at] = static_cast<char>(random());
-                    break;
-                case 1:
-                    packet[at] = telling[below(telling.size())];
-                    break;
-                case 2:
-                    packet.erase(at, 1 + below(8));
-                    break;
-                case 3:
-                    packet.insert(at, packet.substr(below(packet.size()), below(64)));
-                    break;
-                default:
-                    packet.resize(at);
-                }
-            }
-            packet.resize(std::min(packet.size(), DNS_MESSAGE_SIZE));
-        }
-        in_addr_t address;
-        const DNSAnswer outcome = Parse(packet, address);
-        ++outcomes[static_cast<int>(outcome)];
-        const std::string taken(reinterpret_cast<const char *>(&address), sizeof address);
-        if (outcome == DNSAnswer::Address)
-            EXPECT_NE(packet.find(taken, 12), std::string::npos) << "packet " << i;
-        else
-            EXPECT_EQ(address, UNTOUCHED) << "packet " << i;
-    }
-    // They would prove little if they all ended at the same place.
-    for (const DNSAnswer outcome :
-         {DNSAnswer::Address, DNSAnswer::NoAddress, DNSAnswer::NoSuchName, DNSAnswer::Unusable, DNSAnswer::NotOurs})
-        EXPECT_GT(outcomes[static_cast<int>(outcome)], 10) << static_cast<int>(outcome);
 }

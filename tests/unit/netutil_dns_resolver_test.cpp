@@ -1,17 +1,15 @@
 #include "netutil/connectivity.h"
 #include "netutil/dns_resolver.h"
+#include "tests/fakes/fake_clock.h"
 #include "tests/fakes/fake_dns_server.h"
-#include "tests/fakes/root_environment.h"
-#include "tests/fakes/stepping_clock.h"
+#include "tests/fakes/temp_root.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
-#include <dirent.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
-#include <string>
 #include <sys/socket.h>
 
 namespace
@@ -20,10 +18,27 @@ namespace
 using Datagrams = std::vector<FakeDnsServer::Datagram>;
 
 constexpr uint32_t LONG_TIMEOUT_SEC = 600;
+const DnsRecord HERE = DnsA(10, 1, 2, 3);
 
 std::string Answer(const DnsQuery &query, std::vector<DnsRecord> records)
 {
     return DnsMessage{query.identifier, query.name, std::move(records)}.Bytes();
+}
+
+std::string Here(const DnsQuery &query)
+{
+    return Answer(query, {HERE});
+}
+
+/** What somebody sends who wants the client elsewhere. */
+std::string Elsewhere(const DnsQuery &query)
+{
+    return Answer(query, {DnsA(6, 6, 6, 6)});
+}
+
+std::string Failure(const DnsQuery &query)
+{
+    return DnsMessage{query.identifier, query.name, {}, 0x8182}.Bytes();
 }
 
 std::string NoSuchName(const DnsQuery &query)
@@ -31,24 +46,28 @@ std::string NoSuchName(const DnsQuery &query)
     return DnsMessage{query.identifier, query.name, {}, 0x8183}.Bytes();
 }
 
-/** A query's answer with another identifier: what somebody sends who has to guess. */
-std::string WrongIdentifier(const DnsQuery &query)
+using Part = std::function<std::string(const DnsQuery &)>;
+
+/** The part for somebody who has to guess the identifier. */
+Part Guessed(const Part &part)
 {
-    DnsQuery guessed = query;
-    guessed.identifier ^= 0x8001;
-    return Answer(guessed, {DnsA(6, 6, 6, 6)});
+    return [part](const DnsQuery &q) { return part({static_cast<uint16_t>(q.identifier ^ 0x8001), q.name}); };
 }
 
-/** How many descriptors this process has open. */
-long OpenDescriptors()
+/** As much of the server's answer as the bytes that are given. */
+Part Cut(size_t size)
 {
-    long count = 0;
-    DIR *folder = opendir("/proc/self/fd");
-    while (folder != nullptr && readdir(folder) != nullptr)
-        ++count;
-    if (folder != nullptr)
-        closedir(folder);
-    return count;
+    return [size](const DnsQuery &query) { return Here(query).substr(0, size); };
+}
+
+FakeDnsServer::Script InOrder(std::vector<Part> parts)
+{
+    return [parts = std::move(parts)](const DnsQuery &query) {
+        Datagrams datagrams;
+        for (const Part &part : parts)
+            datagrams.push_back({part(query)});
+        return datagrams;
+    };
 }
 
 /** Fails the test when more descriptors are open at its end than at its beginning. */
@@ -56,10 +75,10 @@ class NoDescriptorLeft
 {
   public:
     NoDescriptorLeft() = default;
-    ~NoDescriptorLeft() { EXPECT_EQ(OpenDescriptors(), m_before); }
+    ~NoDescriptorLeft() { EXPECT_EQ(CountDescriptors(), m_before); }
 
   private:
-    long m_before = OpenDescriptors();
+    size_t m_before = CountDescriptors();
 };
 
 struct Resolved {
@@ -79,59 +98,30 @@ Resolved Resolve(const char *name, uint32_t timeoutSec = LONG_TIMEOUT_SEC)
 
 TEST(DnsResolve, TakesTheServersAnswer)
 {
-    const std::string NOT_STORED = "7.7.7.7";
+    using Q = const DnsQuery &;
+    const auto chain = [](Q q) { return Answer(q, {DnsCname("b.example"), DnsCname("c.example"), HERE}); };
+    const auto tooLong = [](Q q) { return Here(q) + std::string(1000, '\xC0'); };
+    const auto otherPort = [](Q q) { return Datagrams{{Elsewhere(q), true}, {Here(q)}}; };
     const struct {
         const char *description;
         FakeDnsServer::Script script;
         int32_t result;
-        std::string address;
     } cases[] = {
-        {"an address", [](const DnsQuery &q) { return Datagrams{{Answer(q, {DnsA(10, 1, 2, 3)})}}; }, 0,
-         "10.1.2.3"},
-        {"a chain of names",
-         [](const DnsQuery &q) {
-             return Datagrams{{Answer(q, {DnsCname("b.example"), DnsCname("c.example"), DnsA(10, 1, 2, 4)})}};
-         },
-         0, "10.1.2.4"},
-        {"no such name", [](const DnsQuery &q) { return Datagrams{{NoSuchName(q)}}; }, NETUTILITY_NO_SUCH_NAME,
-         NOT_STORED},
-        {"the server's failure",
-         [](const DnsQuery &q) {
-             return Datagrams{{DnsMessage{q.identifier, q.name, {}, 0x8182}.Bytes()}, {NoSuchName(q)}};
-         },
-         -1, NOT_STORED},
-        {"a wrong identifier, then the right one",
-         [](const DnsQuery &q) {
-             return Datagrams{{WrongIdentifier(q)}, {Answer(q, {DnsA(10, 1, 2, 5)})}};
-         },
-         0, "10.1.2.5"},
-        {"no such name, from somebody who guesses",
-         [](const DnsQuery &q) {
-             return Datagrams{{NoSuchName({static_cast<uint16_t>(q.identifier + 1), q.name})},
-                              {Answer(q, {DnsA(10, 1, 2, 6)})}};
-         },
-         0, "10.1.2.6"},
-        {"another port that knows the identifier, then the server",
-         [](const DnsQuery &q) {
-             return Datagrams{{Answer(q, {DnsA(6, 6, 6, 6)}), true}, {Answer(q, {DnsA(10, 1, 2, 7)})}};
-         },
-         0, "10.1.2.7"},
-        {"datagrams too short for an identifier or a header, then the answer",
-         [](const DnsQuery &q) {
-             const std::string answer = Answer(q, {DnsA(10, 1, 2, 8)});
-             return Datagrams{{""}, {answer.substr(0, 1)}, {answer.substr(0, 11)}, {answer}};
-         },
-         0, "10.1.2.8"},
-        {"an answer longer than the buffer",
-         [](const DnsQuery &q) { return Datagrams{{Answer(q, {DnsA(10, 1, 2, 9)}) + std::string(1000, '\xC0')}}; },
-         0, "10.1.2.9"},
+        {"a chain of names", InOrder({chain}), 0},
+        {"no such name", InOrder({NoSuchName}), NETUTILITY_NO_SUCH_NAME},
+        {"the server's failure", InOrder({Failure, Here}), -1},
+        {"a wrong identifier", InOrder({Guessed(Elsewhere), Here}), 0},
+        {"no such name, from somebody who guesses", InOrder({Guessed(NoSuchName), Here}), 0},
+        {"another port that knows the identifier", otherPort, 0},
+        {"too short for an identifier or a header", InOrder({Cut(0), Cut(1), Cut(11), Here}), 0},
+        {"longer than the buffer", InOrder({tooLong}), 0},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         const FakeDnsServer server(c.script);
         const Resolved resolved = Resolve("camera.example.com");
         EXPECT_EQ(resolved.result, c.result);
-        EXPECT_EQ(resolved.address, c.address);
+        EXPECT_EQ(resolved.address, c.result == 0 ? "10.1.2.3" : "7.7.7.7");
         ASSERT_EQ(server.Queries().size(), 1U) << "asked once";
         EXPECT_EQ(server.Queries()[0].name, "camera.example.com");
     }
@@ -142,7 +132,7 @@ TEST(DnsResolve, KeptAnAnswerWithoutAnAddressSucceedsAndStoresNone)
 {
     const DnsRecord records[] = {DnsCname("b.example"), {1, "\x0A\1\2\3", "\xC1\x0C"}};
     for (const DnsRecord &record : records) {
-        const FakeDnsServer server([&record](const DnsQuery &q) { return Datagrams{{Answer(q, {record})}}; });
+        const FakeDnsServer server(InOrder({[&record](const DnsQuery &q) { return Answer(q, {record}); }}));
         const Resolved resolved = Resolve("camera.example.com");
         EXPECT_EQ(resolved.result, 0);
         EXPECT_EQ(resolved.address, "7.7.7.7");
@@ -151,15 +141,11 @@ TEST(DnsResolve, KeptAnAnswerWithoutAnAddressSucceedsAndStoresNone)
 
 TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
 {
-    std::atomic<size_t> cut = 0;
-    const FakeDnsServer server([&cut](const DnsQuery &query) {
-        const std::string whole = Answer(query, {DnsCname("b.example"), DnsA(10, 1, 2, 3)});
-        // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
-        return Datagrams{{whole.substr(0, cut)}, {DnsMessage{query.identifier, query.name, {}, 0x8182}.Bytes()}};
-    });
     const size_t question = 12 + DnsLabels("a.example").size() + 4;
-    const size_t whole = Answer({0, "a.example"}, {DnsCname("b.example"), DnsA(10, 1, 2, 3)}).size();
-    for (cut = 0; cut <= whole; ++cut) {
+    const size_t whole = Here({0, "a.example"}).size();
+    for (size_t cut = 0; cut <= whole; ++cut) {
+        // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
+        const FakeDnsServer server(InOrder({Cut(cut), Failure}));
         const Resolved resolved = Resolve("a.example");
         EXPECT_EQ(resolved.result, cut < question ? -1 : 0) << cut << " bytes";
         EXPECT_EQ(resolved.address, cut < whole ? "7.7.7.7" : "10.1.2.3") << cut << " bytes";
@@ -168,7 +154,7 @@ TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
 
 TEST(DnsResolve, NeedsNoNetworkForAnAddress)
 {
-    const FakeDnsServer server([](const DnsQuery &) { return Datagrams{}; });
+    const FakeDnsServer server(InOrder({}));
     EXPECT_EQ(Resolve("192.168.0.1").result, 0);
     EXPECT_EQ(Resolve("192.168.0.1").address, "192.168.0.1");
     EXPECT_EQ(Resolve("1.2.3.999").address, "255.255.255.255") << "what inet_addr makes of it";
@@ -177,38 +163,27 @@ TEST(DnsResolve, NeedsNoNetworkForAnAddress)
 
 TEST(DnsResolve, RefusesMissingArguments)
 {
-    const FakeDnsServer server([](const DnsQuery &) { return Datagrams{}; });
-    const std::string needServer = "[NetUtility_DNSResolve] Need DNS server IP\r";
-    const std::string invalid = "[NetUtility_DNSResolve] Invalid argument\r";
+    const FakeDnsServer server(InOrder({}));
     in_addr_t address = 1;
-    const struct {
-        in_addr_t server;
-        const char *name;
-        uint32_t timeoutSec;
-        in_addr_t *address;
-        std::string output;
-    } cases[] = {
-        {0, "a.example", 1, &address, needServer},
-        {0, "192.168.0.1", 1, &address, needServer},
-        {server.Address(), nullptr, 1, &address, invalid},
-        {server.Address(), "", 1, &address, invalid},
-        {server.Address(), "a.example", 0, &address, invalid},
-        {server.Address(), "192.168.0.1", 0, &address, invalid},
-        {server.Address(), "a.example", 1, nullptr, invalid},
-        {server.Address(), "a..example", 1, &address, ""},
-    };
-    for (const auto &c : cases) {
+    const auto refused = [](in_addr_t at, const char *name, uint32_t timeoutSec, in_addr_t *into) {
         testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_DNSResolve(c.server, c.name, c.timeoutSec, c.address), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
-    }
+        EXPECT_EQ(NetUtility_DNSResolve(at, name, timeoutSec, into), -1);
+        return testing::internal::GetCapturedStdout();
+    };
+    EXPECT_EQ(refused(0, "192.168.0.1", 1, &address), "[NetUtility_DNSResolve] Need DNS server IP\r");
+    const std::string invalid = "[NetUtility_DNSResolve] Invalid argument\r";
+    EXPECT_EQ(refused(server.Address(), nullptr, 1, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "", 1, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "192.168.0.1", 0, &address), invalid);
+    EXPECT_EQ(refused(server.Address(), "a.example", 1, nullptr), invalid);
+    EXPECT_EQ(refused(server.Address(), "a..example", 1, &address), "");
     EXPECT_EQ(address, 1U);
     EXPECT_TRUE(server.Queries().empty());
 }
 
 TEST(DnsResolve, IdentifiersDoNotRepeat)
 {
-    const FakeDnsServer server([](const DnsQuery &q) { return Datagrams{{NoSuchName(q)}}; });
+    const FakeDnsServer server(InOrder({NoSuchName}));
     std::set<uint16_t> identifiers;
     for (int i = 0; i < 64; ++i)
         EXPECT_EQ(Resolve("a.example").result, NETUTILITY_NO_SUCH_NAME);
@@ -220,37 +195,32 @@ TEST(DnsResolve, IdentifiersDoNotRepeat)
 
 TEST(DnsResolve, TimesOutInTotalHoweverManyWrongAnswersCome)
 {
-    const FakeDnsServer server([](const DnsQuery &query) {
-        Datagrams datagrams(20, {WrongIdentifier(query)});
-        datagrams.push_back({Answer(query, {DnsA(10, 1, 2, 3)})});
-        return datagrams;
-    });
+    std::vector<Part> parts(20, Guessed(Elsewhere));
+    parts.emplace_back(Here);
+    const FakeDnsServer server(InOrder(parts));
     {
-        const SteppingClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
+        const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
         EXPECT_EQ(Resolve("a.example").result, -1) << "the time is over before the twentieth look at the clock";
     }
-    const SteppingClock clock(1);
+    const FakeClock clock(1);
     EXPECT_EQ(Resolve("a.example").address, "10.1.2.3");
 }
 
 TEST(DnsResolve, WaitsForTheRestOfItsTimeOnly)
 {
     // The first wait finds half of the time left, and a wrong answer; the second finds 10 ms.
-    const FakeDnsServer server([](const DnsQuery &query) { return Datagrams{{WrongIdentifier(query)}}; });
-    const SteppingClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
+    const FakeDnsServer server(InOrder({Guessed(Elsewhere)}));
+    const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
     EXPECT_EQ(Resolve("a.example").result, -1);
 }
 
 TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
 {
-    const FakeDnsServer restoresThePorts([](const DnsQuery &) { return Datagrams{}; });
+    const FakeDnsServer restoresThePorts(InOrder({}));
     // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
     const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(g_tRemotePorts.uiDNS);
-    address.sin_addr.s_addr = FakeDnsServer::Address();
-    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
+    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     testing::internal::CaptureStdout();
     EXPECT_EQ(Resolve("a.example").result, -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -259,41 +229,29 @@ TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
 
 TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
 {
-    const std::string failed = "[NetUtility_IsValidDomainName] DNS resolve failed\r";
-    const std::string noServer = "[NetUtility_IsValidDomainName] Get DNS server IP failed\r";
-    const std::string invalid = "[NetUtility_IsValidDomainName] Invalid arguments\r";
-    const FakeDnsServer server([](const DnsQuery &q) {
-        if (q.name == "bare.example")
-            return Datagrams{{Answer(q, {DnsCname("b.example")})}};
-        return Datagrams{{q.name == "a.example" ? Answer(q, {DnsA(10, 1, 2, 3)}) : NoSuchName(q)}};
-    });
-    const struct {
-        const char *description;
-        const char *file;
-        const char *name;
-        int expected;
-        int32_t status;
-        std::string output;
-    } cases[] = {
-        {"known", "nameserver 127.0.0.1\n", "a.example", 1, 0, ""},
-        {"known without an address", "nameserver 127.0.0.1\n", "bare.example", 1, 0, ""},
-        {"unknown", "nameserver 127.0.0.1\n", "b.example", 0, NETUTILITY_NO_SUCH_NAME, failed},
-        {"the first server alone", "nameserver 127.0.0.1\nnameserver 0.0.0.0\n", "a.example", 1, 0, ""},
-        {"a server that is none", "nameserver somewhere\n", "a.example", 0, -1, failed},
-        {"an unusable file", "nameserver 127.0.0.1\noptions x\n", "a.example", 0, -1, noServer},
-        {"no name", "nameserver 127.0.0.1\n", "", 0, -1, invalid},
-        {"not even an empty one", "nameserver 127.0.0.1\n", nullptr, 0, -1, invalid},
-    };
+    const FakeDnsServer server(InOrder({[](const DnsQuery &q) {
+        return q.name == "a.example"      ? Here(q)
+               : q.name == "bare.example" ? Answer(q, {DnsCname("b.example")})
+                                          : NoSuchName(q);
+    }}));
     const RootEnvironment root;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        root.Write("/etc/resolv.conf", c.file);
+    const auto checked = [&root](const char *name, int32_t expectedStatus, const std::string &file) {
+        root.Write("/etc/resolv.conf", file);
         int32_t status = 99;
         testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_IsValidDomainName(c.name, status), c.expected);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.output);
-        EXPECT_EQ(status, c.status);
-    }
+        const int valid = NetUtility_IsValidDomainName(name, status);
+        EXPECT_EQ(status, expectedStatus);
+        return std::to_string(valid) + testing::internal::GetCapturedStdout();
+    };
+    const std::string good = "nameserver 127.0.0.1\n", failed = "0[NetUtility_IsValidDomainName] ";
+    EXPECT_EQ(checked("a.example", 0, good), "1");
+    EXPECT_EQ(checked("bare.example", 0, good), "1") << "known without an address";
+    EXPECT_EQ(checked("a.example", 0, good + "nameserver 0.0.0.0\n"), "1") << "the first server alone";
+    EXPECT_EQ(checked("b.example", NETUTILITY_NO_SUCH_NAME, good), failed + "DNS resolve failed\r");
+    EXPECT_EQ(checked("a.example", -1, "nameserver somewhere\n"), failed + "DNS resolve failed\r");
+    EXPECT_EQ(checked("a.example", -1, good + "options x\n"), failed + "Get DNS server IP failed\r");
+    EXPECT_EQ(checked("", -1, good), failed + "Invalid arguments\r");
+    EXPECT_EQ(checked(nullptr, -1, good), failed + "Invalid arguments\r");
 }
 
 namespace
@@ -309,7 +267,7 @@ FakeDnsServer::Script InTurn(std::vector<DnsRecord> records)
 }
 
 const DnsRecord UNKNOWN = {1, ""};
-const DnsRecord HERE = DnsA(127, 0, 0, 1);
+const DnsRecord LOCAL = DnsA(127, 0, 0, 1);
 const DnsRecord NOWHERE = DnsA(255, 255, 255, 255); // connect(2) fails at once
 const DnsRecord ALIAS = DnsCname("alias.example");
 
@@ -317,39 +275,30 @@ const DnsRecord ALIAS = DnsCname("alias.example");
 
 TEST(Connectivity, IsOneOfThreeWebHosts)
 {
-    const struct {
-        const char *description;
-        std::vector<DnsRecord> records;
-        int32_t expected;
-    } cases[] = {
-        {"all three", {HERE, HERE, HERE}, 0},
-        {"the first alone", {HERE, UNKNOWN, UNKNOWN}, 0},
-        {"the second alone", {UNKNOWN, HERE, NOWHERE}, 0},
-        {"the third alone", {NOWHERE, NOWHERE, HERE}, 0},
-        {"none can be connected to", {NOWHERE, NOWHERE, NOWHERE}, -1},
-        {"no name is known", {UNKNOWN, UNKNOWN, UNKNOWN}, NETUTILITY_NO_PROBE_NAME},
-        {"no name has an address", {ALIAS, ALIAS, ALIAS}, NETUTILITY_NO_PROBE_NAME},
-    };
-    EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_PROBE_NAME), 0x810E0001U);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        const FakeDnsServer server(InTurn(c.records));
+    const auto probed = [](const std::vector<DnsRecord> &records) {
+        const FakeDnsServer server(InTurn(records));
         const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
-        ASSERT_EQ(listen(web.Get(), 8), 0);
-        {
-            const NoDescriptorLeft check;
-            EXPECT_EQ(NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address()), c.expected);
-        }
+        EXPECT_EQ(listen(web.Get(), 8), 0);
+        const NoDescriptorLeft check;
+        const int32_t result = NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address());
         std::set<std::string> names;
         for (const DnsQuery &query : server.Queries())
             names.insert(query.name);
         EXPECT_EQ(names.size(), 3U) << "three different names";
-    }
+        return result;
+    };
+    EXPECT_EQ(probed({LOCAL, UNKNOWN, UNKNOWN}), 0);
+    EXPECT_EQ(probed({UNKNOWN, LOCAL, NOWHERE}), 0);
+    EXPECT_EQ(probed({NOWHERE, NOWHERE, LOCAL}), 0);
+    EXPECT_EQ(probed({NOWHERE, NOWHERE, NOWHERE}), -1);
+    EXPECT_EQ(probed({UNKNOWN, UNKNOWN, UNKNOWN}), NETUTILITY_NO_PROBE_NAME);
+    EXPECT_EQ(probed({ALIAS, ALIAS, ALIAS}), NETUTILITY_NO_PROBE_NAME) << "names without an address";
+    EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_PROBE_NAME), 0x810E0001U);
 }
 
 TEST(Connectivity, AHostThatRefusesIsReached)
 {
-    const FakeDnsServer server(InTurn({HERE, HERE, HERE}));
+    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
     const UniqueFd bound = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP); // and not listening
     EXPECT_EQ(NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address()), 0);
 }
@@ -357,17 +306,15 @@ TEST(Connectivity, AHostThatRefusesIsReached)
 TEST(Connectivity, GivesUpWhenNoHostAnswersInTime)
 {
     // A listener with a full queue: further connections stay unanswered.
-    const FakeDnsServer server(InTurn({HERE, HERE, HERE}));
+    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
     const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
     ASSERT_EQ(listen(web.Get(), 0), 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(g_tRemotePorts.uiHTTP);
-    address.sin_addr.s_addr = server.Address();
+    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
     std::vector<UniqueFd> waiting;
     for (int i = 0; i < 4; ++i) {
         waiting.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        const int result = connect(waiting.back().Get(), reinterpret_cast<sockaddr *>(&address), sizeof address);
+        const int result =
+            connect(waiting.back().Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
         ASSERT_TRUE(result == 0 || errno == EINPROGRESS);
     }
     EXPECT_EQ(NetUtility_ConnectToInternet(1, server.Address()), -1);

@@ -1,8 +1,8 @@
 #include "netutil/local_address.h"
 #include "netutil/resolver_file.h"
 #include "netutil/socket_helpers.h"
-#include "tests/fakes/root_environment.h"
-#include "tests/fakes/stepping_clock.h"
+#include "tests/fakes/fake_clock.h"
+#include "tests/fakes/temp_root.h"
 #include "tests/fakes/unique_fd.h"
 
 #include <arpa/inet.h>
@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <ifaddrs.h>
 #include <optional>
-#include <string>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <thread>
@@ -44,97 +43,59 @@ std::optional<in_addr_t> ListedAddress(const std::string &interface)
 TEST(ResolverFile, GivesTheServersOfAFileOfServers)
 {
     const RootEnvironment root;
+    const auto servers = [] {
+        in_addr primary = {1}, secondary = {1};
+        const bool good = NetUtility_GetDNSServer(primary.s_addr, secondary.s_addr) == 0;
+        const std::string first = inet_ntoa(primary);
+        return first + " " + inet_ntoa(secondary) + (good ? "" : " failed");
+    };
+    const auto of = [&](const std::string &content) {
+        root.Write("/etc/resolv.conf", content);
+        return servers();
+    };
     // A comment and then the text, 256 bytes together.
     const auto filled = [](const std::string &text) {
         return "#" + std::string(254 - text.size(), '-') + "\n" + text;
     };
-    const struct {
-        const char *description;
-        std::string content;
-        int expected;
-        const char *primary;
-        const char *secondary;
-    } cases[] = {
-        {"one server", "nameserver 10.1.2.3\n", 0, "10.1.2.3", "0.0.0.0"},
-        {"two", "nameserver 10.1.2.3\nnameserver 10.1.2.4\n", 0, "10.1.2.3", "10.1.2.4"},
-        {"a third is not looked at", "nameserver 1.1.1.1\nnameserver 2.2.2.2\nnameserver 3", 0, "1.1.1.1",
-         "2.2.2.2"},
-        {"text before and between", "search lan\nnameserver 1.1.1.1\noptions x\nnameserver 2.2.2.2\n", 0, "1.1.1.1",
-         "2.2.2.2"},
-        {"not an address", "nameserver fe80::1\n", 0, "255.255.255.255", "0.0.0.0"},
-        {"empty file", "", -1, "0.0.0.0", "0.0.0.0"},
-        {"no server", "search lan\n", -1, "0.0.0.0", "0.0.0.0"},
-        {"another blank", "nameserver\t10.1.2.3\n", -1, "0.0.0.0", "0.0.0.0"},
-        {"line without its end", "nameserver 10.1.2.3", -1, "0.0.0.0", "0.0.0.0"},
-        {"second line without its end", "nameserver 1.1.1.1\nnameserver 2.2.2.2", -1, "1.1.1.1", "0.0.0.0"},
-        {"the 256th byte ends the line", filled("nameserver 10.1.2.3\n") + "options x\n", 0, "10.1.2.3", "0.0.0.0"},
-        {"cut inside the address", filled("nameserver 10.1.2") + "5.3\n", -1, "0.0.0.0", "0.0.0.0"},
-        {"binary", std::string("\0\xFF", 2) + "nameserver 1.1.1.1\n", 0, "1.1.1.1", "0.0.0.0"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        root.Write("/etc/resolv.conf", c.content);
-        in_addr_t primary = 1;
-        in_addr_t secondary = 1;
-        EXPECT_EQ(NetUtility_GetDNSServer(primary, secondary), c.expected);
-        EXPECT_EQ(primary, inet_addr(c.primary));
-        EXPECT_EQ(secondary, inet_addr(c.secondary));
-    }
-}
-
-TEST(ResolverFile, KeptFailsWhenOtherTextFollowsTheOnlyServer)
-{
-    const RootEnvironment root;
-    root.Write("/etc/resolv.conf", "nameserver 10.1.2.3\noptions timeout:1\n");
-    in_addr_t primary = 1;
-    in_addr_t secondary = 1;
-    EXPECT_EQ(NetUtility_GetDNSServer(primary, secondary), -1);
-    EXPECT_EQ(primary, inet_addr("10.1.2.3")) << "stored all the same";
-    EXPECT_EQ(secondary, 0U);
-}
-
-TEST(ResolverFile, FailsWithoutAReadableFile)
-{
-    const RootEnvironment root;
-    in_addr_t primary = 1;
-    in_addr_t secondary = 1;
-    EXPECT_EQ(NetUtility_GetDNSServer(primary, secondary), -1);
-    EXPECT_EQ(primary, 0U);
-    EXPECT_EQ(secondary, 0U);
+    EXPECT_EQ(servers(), "0.0.0.0 0.0.0.0 failed") << "no file";
+    const std::string one = "nameserver 1.1.1.1\n", two = "nameserver 2.2.2.2\n";
+    EXPECT_EQ(of(one), "1.1.1.1 0.0.0.0");
+    EXPECT_EQ(of(one + two), "1.1.1.1 2.2.2.2");
+    EXPECT_EQ(of(one + two + "nameserver 3"), "1.1.1.1 2.2.2.2") << "a third is not looked at";
+    EXPECT_EQ(of("search lan\n" + one + "options x\n" + two), "1.1.1.1 2.2.2.2");
+    EXPECT_EQ(of(one + "options x\n"), "1.1.1.1 0.0.0.0 failed") << "KEPT: other text follows the only server";
+    EXPECT_EQ(of("nameserver fe80::1\n"), "255.255.255.255 0.0.0.0");
+    EXPECT_EQ(of(std::string("\0\xFF", 2) + one), "1.1.1.1 0.0.0.0");
+    EXPECT_EQ(of(""), "0.0.0.0 0.0.0.0 failed");
+    EXPECT_EQ(of("nameserver\t10.1.2.3\n"), "0.0.0.0 0.0.0.0 failed") << "another blank";
+    EXPECT_EQ(of("nameserver 10.1.2.3"), "0.0.0.0 0.0.0.0 failed") << "a line without its end";
+    EXPECT_EQ(of(one + "nameserver 2.2.2.2"), "1.1.1.1 0.0.0.0 failed");
+    EXPECT_EQ(of(filled(one) + "options x\n"), "1.1.1.1 0.0.0.0") << "the 256th byte ends the line";
+    EXPECT_EQ(of(filled("nameserver 10.1.2") + "5.3\n"), "0.0.0.0 0.0.0.0 failed") << "cut inside the address";
+    std::filesystem::remove(root.Path("/etc/resolv.conf"));
     std::filesystem::create_directory(root.Path("/etc/resolv.conf"));
-    EXPECT_EQ(NetUtility_GetDNSServer(primary, secondary), -1);
+    EXPECT_EQ(servers(), "0.0.0.0 0.0.0.0 failed") << "a folder";
 }
 
 TEST(LocalAddress, IsTheInterfacesOrNone)
 {
-    for (const auto &[kind, name] : {std::pair{0, "eth0"}, std::pair{1, "wlan0"}}) {
-        SCOPED_TRACE(name);
+    const std::pair<int32_t, const char *> kinds[] = {{0, "eth0"}, {1, "wlan0"}, {-1, ""}, {2, ""}};
+    for (const auto &[kind, name] : kinds) {
+        SCOPED_TRACE(kind);
         in_addr_t address = 0x01020304;
         testing::internal::CaptureStdout();
         const int result = NetUtility_GetLocalIP(kind, address);
         const std::string output = testing::internal::GetCapturedStdout();
-        if (const auto listed = ListedAddress(name)) {
-            EXPECT_EQ(result, 0);
-            EXPECT_EQ(address, *listed);
-            EXPECT_EQ(output, "");
-        } else {
-            EXPECT_EQ(result, -1);
-            EXPECT_EQ(address, 0x01020304U) << "nothing is stored";
-            EXPECT_THAT(output, testing::MatchesRegex("\\[NetUtility_GetLocalIP\\] ioctl failed\\. errno: "
-                                                      "[A-Za-z ]+\\([0-9]+\\)\r\n"));
-        }
-    }
-}
-
-TEST(LocalAddress, KnowsTwoKindsOfInterface)
-{
-    for (const int32_t kind : {-1, 2, INT32_MAX, INT32_MIN}) {
-        in_addr_t address = 1;
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_GetLocalIP(kind, address), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  "[NetUtility_GetLocalIP] Invalid network interface type: " + std::to_string(kind) + "\r\n");
-        EXPECT_EQ(address, 1U);
+        const auto listed = ListedAddress(name);
+        EXPECT_EQ(result, listed ? 0 : -1);
+        EXPECT_EQ(address, listed.value_or(0x01020304)) << "nothing is stored without one";
+        EXPECT_THAT(output,
+                    testing::MatchesRegex(
+                        listed ? ""
+                        : *name != 0
+                            ? "\\[NetUtility_GetLocalIP\\] ioctl failed\\. errno: [A-Za-z ]+\\([0-9]+\\)\r\n"
+                            : "\\[NetUtility_GetLocalIP\\] Invalid network interface type: " +
+                                  std::to_string(kind) + "\r\n"));
     }
 }
 
@@ -171,10 +132,10 @@ TEST(SocketHelpers, WaitsShareALimitAndSurviveSignals)
     const UniqueFd event(eventfd(0, EFD_CLOEXEC));
     pollfd wait[] = {{-1, POLLIN, 0}, {event.Get(), POLLIN, 0}};
     {
-        SteppingClock clock(0);
-        clock.Set(3600001);
+        FakeClock clock;
+        clock.now = 3600001;
         EXPECT_EQ(NetUtility_WaitSockets(wait, 0, 3600000), 0) << "the limit is over: no wait at all";
-        clock.Set(3599990);
+        clock.now = 3599990;
         EXPECT_EQ(NetUtility_WaitSockets(wait, 0, 3600000), 0) << "only what is left of the limit";
     }
     struct sigaction action = {};

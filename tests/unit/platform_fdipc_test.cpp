@@ -1,81 +1,48 @@
 #include "platform/fdipc.h"
-#include "tests/fakes/in_process_server.h"
-#include "tests/fakes/root_environment.h"
-
-#include <cerrno>
-#include <gtest/gtest.h>
-#include <string>
-#include <sys/socket.h>
+#include "tests/fakes/client_side.h"
+#include "tests/fakes/fake_hand_back.h"
 
 namespace
 {
 constexpr char PATH[] = "/var/run/http/fdipc1";
 }
 
-class HandBack : public testing::Test
+TEST(HandBack, JoinsThePiecesAndFindsAWebServerThatWasRestarted)
 {
-  protected:
-    void StartWebServer() { webServer.Reset(fdipc_server_socket(root.Path(PATH).c_str())); }
-    /** Hands one end of a fresh connection back; gives what the web server received and leaves it `passed`. */
-    std::string Exchange(const UniqueFd &socket)
-    {
+    const RootEnvironment root;
+    FakeHandBack webServer(root.Path(PATH));
+    const UniqueFd socket(fdipc_client_socket(PATH));
+    const auto handBack = [&] {
         int ends[2] = {-1, -1};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        client = ClientSide(UniqueFd(ends[0]));
-        const UniqueFd daemonEnd(ends[1]);
+        ClientSide client{UniqueFd(ends[0])};
+        UniqueFd daemonEnd(ends[1]);
         const std::string_view pieces[] = {"path=", "/mjpg", "", "\n"};
         if (fdipc_send(socket.Get(), PATH, pieces, daemonEnd.Get()) < 0)
-            return "not sent";
-        char acText[64];
-        int iPassed = -1;
-        const long length = fdipc_receive(webServer.Get(), acText, &iPassed);
-        passed.Reset(iPassed);
-        return length < 0 ? "not received" : std::string(acText, static_cast<size_t>(length));
+            return std::string("not sent");
+        daemonEnd.Reset();
+        const std::string text = webServer.Take("picture");
+        return text + client.ReadAll();
+    };
+    EXPECT_EQ(handBack(), "path=/mjpg\npicture");
+    webServer.Close();
+    EXPECT_EQ(handBack(), "not sent") << "nobody there";
+    for (const char *when : {"after a failure", "without a send in between"}) {
+        webServer.BindAnew();
+        EXPECT_EQ(handBack(), "path=/mjpg\npicture") << when;
     }
-
-    RootEnvironment root;
-    UniqueFd webServer;
-    ClientSide client;
-    UniqueFd passed;
-};
-
-TEST_F(HandBack, JoinsThePiecesAndPassesTheConnection)
-{
-    StartWebServer();
-    const UniqueFd socket(fdipc_client_socket(PATH));
-    ASSERT_TRUE(socket.Valid());
-    EXPECT_EQ(Exchange(socket), "path=/mjpg\n");
-    ASSERT_EQ(send(passed.Get(), "picture", 7, 0), 7);
-    passed.Reset();
-    EXPECT_EQ(client.ReadAll(), "picture");
+    const std::string_view nine[9] = {};
+    EXPECT_EQ(fdipc_send(socket.Get(), PATH, nine, socket.Get()), -1);
+    EXPECT_EQ(errno, EMSGSIZE);
 }
 
-TEST_F(HandBack, FindsAWebServerThatWasRestarted)
+TEST(HandBack, FailsWithoutAWebServer)
 {
-    StartWebServer();
-    const UniqueFd socket(fdipc_client_socket(PATH));
-    const int before = socket.Get();
-    webServer.Reset();
-    EXPECT_EQ(Exchange(socket), "not sent") << "nobody there";
-    StartWebServer();
-    EXPECT_EQ(Exchange(socket), "path=/mjpg\n");
-    StartWebServer();
-    EXPECT_EQ(Exchange(socket), "path=/mjpg\n") << "restarted without a send in between";
-    EXPECT_EQ(socket.Get(), before);
-}
-
-TEST_F(HandBack, FailsWithoutAWebServer)
-{
-    const size_t before = CountOwnDescriptors();
+    const RootEnvironment root;
+    const size_t before = CountDescriptors();
     EXPECT_EQ(fdipc_client_socket(PATH), -1);
     const std::string tooLong = "/" + std::string(120, 'x');
     EXPECT_EQ(fdipc_client_socket(tooLong.c_str()), -1);
     EXPECT_EQ(fdipc_server_socket(root.Path(tooLong).c_str()), -1);
-    EXPECT_EQ(CountOwnDescriptors(), before);
-
-    StartWebServer();
-    const UniqueFd socket(fdipc_client_socket(PATH));
-    const std::string_view nine[9] = {};
-    EXPECT_EQ(fdipc_send(socket.Get(), PATH, nine, socket.Get()), -1);
-    EXPECT_EQ(errno, EMSGSIZE);
+    EXPECT_EQ(CountDescriptors(), before);
 }

