@@ -1,6 +1,8 @@
+#include "platform/fdcgi.h"
 #include "tests/fakes/test_camera.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 namespace
 {
@@ -26,6 +28,26 @@ TEST(Connections, ThirtyAreServedAtATimeAndTheNextIsRefused)
         EXPECT_EQ(client.ReadUntil("input2=on\r\n"), "input1=off\r\ninput2=on\r\n");
     clients.erase(clients.begin() + 10, clients.begin() + 20);
     EXPECT_TRUE(WaitFor([&] { return camera.Get(URL) == OkReply("name=Entrance\r\n"); })) << "a slot is free again";
+}
+
+TEST(Connections, ARefusedClientThatReadsNothingHoldsNobodyUp)
+{
+    TestCamera camera;
+    std::vector<ClientSide> clients(30);
+    for (ClientSide &client : clients) {
+        client = camera.Open({.url = STREAM});
+        EXPECT_EQ(client.ReadUntil("\r\n\r\n"), NOTIFY_HEADER);
+    }
+    int ends[2];
+    Checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
+    const UniqueFd client(ends[0]);
+    const UniqueFd daemon(ends[1]);
+    while (send(daemon.Get(), "full", 4, MSG_DONTWAIT | MSG_NOSIGNAL) > 0)
+        continue;
+    const UniqueFd socket(FDCGI_client_socket(camera.SocketPath().c_str()));
+    Checked(FDCGI_send(socket.Get(), {"GET", URL, "", "0", ""}, daemon.Get(), 0), "hand-over");
+    EXPECT_EQ(camera.Get(URL), SERVICE_UNAVAILABLE);
+    camera.WaitForTrace("[KelpaFdServer_Accept]Send error ");
 }
 
 TEST(Connections, ALateBodyIsWaitedFor)

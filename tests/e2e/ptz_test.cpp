@@ -148,6 +148,20 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
     EXPECT_EQ(camera.OpenDescriptors(), descriptors) << "no failure leaves a socket open";
 }
 
+TEST_F(Ptz, ADaemonThatTakesNoConnectionsHoldsNobodyUpForLong)
+{
+    ptz.Refuse();
+    const std::string path = camera.root.Path("/tmp/ptzctrl");
+    const UniqueFd hung(UnixSocket_Open(SOCK_STREAM));
+    Checked(UnixSocket_Bind(hung.Get(), path.c_str()), path);
+    Checked(listen(hung.Get(), 0), path);
+    std::vector<UniqueFd> queue;
+    do
+        queue.emplace_back(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK));
+    while (UnixSocket_Connect(queue.back().Get(), path.c_str()) == 0);
+    EXPECT_EQ(camera.Get(HOME, "act=go"), INTERNAL_ERROR);
+}
+
 TEST_F(Ptz, GoesHome)
 {
     for (const std::string query : {"act=go", "x=1&act=go&p=5", "act=gone"}) {

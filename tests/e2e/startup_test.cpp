@@ -65,6 +65,17 @@ TEST(StartUp, FailsWithAMessage)
     EXPECT_EQ(RunToTheEnd(camera, ""), 1);
 }
 
+TEST(StartUp, OpensClosedStandardStreamsBeforeASocketGetsTheirNumbers)
+{
+    const TestCamera camera({.start = false});
+    const ChildProcess daemon({"/bin/sh", "-c", "exec \"$0\" \"$1\" \"$2\" <&- >&- 2>&-", TestCamera::Binary(),
+                               camera.SocketPath(), camera.PidFile()},
+                              {.environment = {"KELPA_ROOT=" + camera.root.Path()}});
+    EXPECT_TRUE(WaitFor([&] { return std::filesystem::exists(camera.PidFile()); }));
+    for (const char *stream : {"/fd/0", "/fd/1", "/fd/2"})
+        EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(daemon.Pid()) + stream), "/dev/null");
+}
+
 TEST(StartUp, AsksTheStoreForThreeThings)
 {
     TestCamera camera;

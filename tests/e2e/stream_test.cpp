@@ -78,6 +78,17 @@ TEST(StreamInfo, AtMostEightProfilesAreListed)
     EXPECT_EQ(camera.Get(INFO, "x=1"), BAD_REQUEST);
 }
 
+TEST(MjpgStream, WithoutAnyStreamThereIsNothingToAskTheStoreFor)
+{
+    FakeStore::Settings settings = MediaSettings();
+    settings["capability_nmediastream"] = "0";
+    TestCamera camera({.settings = settings});
+    camera.store.ClearRequests();
+    EXPECT_EQ(camera.Get(MJPEG), BAD_REQUEST);
+    EXPECT_EQ(camera.Get(MJPEG, "profileid=1"), INTERNAL_ERROR);
+    EXPECT_EQ(camera.store.Requests().size(), 2U);
+}
+
 TEST(RtspUrl, TellsOneStreamsName)
 {
     TestCamera camera({.settings = MediaSettings()});

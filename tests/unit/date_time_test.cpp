@@ -1,6 +1,8 @@
 #include "tests/fakes/in_process_server.h"
 
+#include <cstdlib>
 #include <ctime>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 /* In process, because every change waits two seconds of the daemon's clock. */
@@ -77,6 +79,20 @@ TEST(DateTime, AChangeHalfWayIsAFailure)
     EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "another interval than the one written";
     in.store.Answer("\n", 2);
     EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "no interval";
+}
+
+TEST(DateTime, FollowsAChangeOfTheZone)
+{
+    InProcessServer in(
+        {{"system_updateinterval", "0"}, {"system_timezoneindex", "0"}, {"system_daylight_enable", "0"}});
+    const auto hourIn = [&](const char *zone) {
+        setenv("TZ", zone, 1);
+        const std::string reply = Exchange(in, "");
+        return std::stoi(reply.substr(reply.find("time=") + 5));
+    };
+    const int hour = hourIn("UTC0");
+    EXPECT_THAT((hourIn("UTC-9") - hour + 24) % 24, testing::AnyOf(9, 10)) << "10 when an hour ends just now";
+    unsetenv("TZ");
 }
 
 TEST(DateTime, IsReadWithTheHostsClock)

@@ -44,7 +44,7 @@ TEST_F(Account, ConfigurationNamesTheGroups)
     const std::string longest(255, 'g'), standard = "admin,operator,view";
     EXPECT_EQ(groups("# groups=x\n\n  \t\n"), standard);
     EXPECT_EQ(groups(" groups = a , b \r\nother=1"), "a , b");
-    EXPECT_EQ(groups("groups=a\ngroups=b\n"), "b") << "the last one wins";
+    EXPECT_EQ(groups("groups=a\ngroups=b # these\n"), "b") << "the last one wins";
     EXPECT_EQ(groups("groups=\n"), "");
     EXPECT_EQ(groups("groups=" + longest), longest);
     EXPECT_EQ(groups("groups=" + longest + "g"), "failed, " + standard);

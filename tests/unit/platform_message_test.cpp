@@ -97,6 +97,8 @@ TEST(MessageParseEvent, DoesNotExpandBombs)
         xml += "\">";
     }
     EXPECT_EQ(Parse(xml + "]><eventmsg>&i;</eventmsg>"), "failed");
+    EXPECT_EQ(Parse("<?xml version=\"1.0\"?><eventmsg/>"), "");
+    EXPECT_EQ(Parse("<!DOCTYPE eventmsg><eventmsg/>"), "failed") << "not even one that does no harm";
 }
 
 TEST(MessageComposeEvents, WritesWhatTheReceivingEndReads)
