@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <vector>
 
 namespace camera
@@ -23,11 +24,25 @@ struct Kept {
 std::vector<Kept> filesOf(const std::string &folder)
 {
     std::vector<Kept> files;
-    for (const fs::directory_entry &entry : fs::directory_iterator(folder))
-        if (entry.is_regular_file())
-            files.push_back({entry.last_write_time(), entry.file_size(), entry.path()});
+    for (const fs::directory_entry &entry : fs::directory_iterator(folder)) {
+        // What somebody deletes meanwhile, or what cannot be looked at, does not count.
+        std::error_code error;
+        if (!entry.is_regular_file(error) || error)
+            continue;
+        const Kept file = {entry.last_write_time(error), error ? 0 : entry.file_size(error), entry.path()};
+        if (!error)
+            files.push_back(file);
+    }
     std::ranges::sort(files, {}, [](const Kept &file) { return std::tie(file.time, file.path); });
     return files;
+}
+
+/** Removes a file; false when it stays. */
+bool removeFile(const fs::path &path)
+{
+    std::error_code error;
+    fs::remove(path, error); // one that was not there any more is no error
+    return !error;
 }
 
 } // namespace
@@ -36,10 +51,8 @@ void makeRoom(const std::string &folder, const FolderLimit &limit, std::uint64_t
 {
     fs::create_directories(folder);
     std::vector<Kept> files = filesOf(folder);
-    std::erase_if(files, [](const Kept &file) {
-        const bool unfinished = file.path.extension() == ".part";
-        return unfinished && fs::remove(file.path);
-    });
+    std::erase_if(files,
+                  [](const Kept &file) { return file.path.extension() == ".part" && removeFile(file.path); });
     std::uint64_t used = 0;
     for (const Kept &file : files)
         used += file.bytes;
@@ -48,7 +61,8 @@ void makeRoom(const std::string &folder, const FolderLimit &limit, std::uint64_t
     for (const Kept &file : files) {
         if (!full() || !limit.removeOldest)
             break;
-        fs::remove(file.path);
+        if (!removeFile(file.path))
+            continue;
         used -= file.bytes;
         --count;
     }

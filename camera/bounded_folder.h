@@ -6,6 +6,7 @@
 namespace camera
 {
 
+/** What the files of a folder may take together. */
 struct FolderLimit {
     std::uint64_t bytes;
     size_t files;

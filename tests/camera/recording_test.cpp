@@ -6,7 +6,9 @@
 #include "temporary_folder.h"
 
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <thread>
 
 /*
  * Recordings: which pictures make up a clip, the AVI file that it becomes, and the room that files may take.
@@ -218,10 +220,28 @@ TEST(BoundedFolder, RemovesTheOldestOrSaysThatItIsFull)
     EXPECT_EQ(names(), "a");
     EXPECT_THROW(makeRoom(folder, {.bytes = 50, .files = 9, .removeOldest = true}, 100), std::runtime_error);
 
+    fs::create_symlink("loop", folder + "/loop");
+    EXPECT_NO_THROW(makeRoom(folder, {.bytes = 1000, .files = 2, .removeOldest = true}, 100))
+        << "not a file at all";
+
     EXPECT_EQ(freePath(folder, "new", ".avi"), folder + "/new.avi");
     put("new.avi", 0);
     put("new-2.avi", 0);
     EXPECT_EQ(freePath(folder, "new", ".avi"), folder + "/new-3.avi");
+}
+
+TEST(BoundedFolder, PassesOverWhatSomebodyDeletesMeanwhile)
+{
+    const TemporaryFolder folder;
+    for (int round = 0; round < 10; ++round) {
+        for (int i = 0; i < 100; ++i)
+            std::ofstream(folder.path(std::to_string(i) + (i % 2 == 0 ? ".avi" : ".part"))).put('x');
+        const std::jthread somebody([files = fs::directory_iterator(folder.path())] {
+            for (const fs::directory_entry &file : files)
+                fs::remove(file.path());
+        });
+        EXPECT_NO_THROW(makeRoom(folder.path(), {.bytes = 100, .files = 10, .removeOldest = true}, 50));
+    }
 }
 
 } // namespace
