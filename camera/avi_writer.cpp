@@ -48,32 +48,12 @@ class Bytes
     std::string text_;
 };
 
-unsigned bigEndian(std::string_view text, size_t at)
-{
-    return static_cast<unsigned char>(text[at]) * 256U + static_cast<unsigned char>(text[at + 1]);
-}
-
 std::string partOf(const std::string &path)
 {
     return path + ".part";
 }
 
 } // namespace
-
-std::optional<PictureSize> jpegSize(std::string_view jpeg)
-{
-    // ITU-T T.81, annex B: segments of a marker and their length, the length's two bytes included.
-    if (!jpeg.starts_with("\xff\xd8"))
-        return std::nullopt;
-    for (size_t at = 2; at + 9 <= jpeg.size() && jpeg[at] == '\xff'; at += 2 + bigEndian(jpeg, at + 2)) {
-        const auto marker = static_cast<unsigned char>(jpeg[at + 1]);
-        const bool isFrame = marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
-        if (isFrame)
-            return PictureSize{static_cast<int>(bigEndian(jpeg, at + 7)),
-                               static_cast<int>(bigEndian(jpeg, at + 5))};
-    }
-    return std::nullopt;
-}
 
 AviWriter::AviWriter(std::string path, PictureSize size)
     : path_(std::move(path)), size_(size),

@@ -1,25 +1,16 @@
 #pragma once
 
 #include "camera/file_descriptor.h"
+#include "camera/jpeg.h"
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace camera
 {
-
-struct PictureSize {
-    int width;
-    int height;
-    bool operator==(const PictureSize &) const = default;
-};
-
-/** The size that a JPEG file says it has; nothing when the bytes are no whole JPEG header. */
-[[nodiscard]] std::optional<PictureSize> jpegSize(std::string_view jpeg);
 
 /**
  * Writes a Motion-JPEG AVI file: RIFF, with one video stream and the classic index. The file is called

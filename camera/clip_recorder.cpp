@@ -1,5 +1,7 @@
 #include "camera/clip_recorder.h"
 
+#include <utility>
+
 namespace camera
 {
 
@@ -10,6 +12,8 @@ using Mode = RecordingPlan::Mode;
 
 /** What the pictures from before an event may take of the memory. */
 constexpr std::uint64_t MAX_BEFORE_BYTES = 32U << 20;
+/** A full disk does not become empty from one picture to the next. */
+constexpr std::chrono::seconds RETRY_TIME(10);
 
 } // namespace
 
@@ -20,6 +24,7 @@ void ClipRecorder::follow(const RecordingPlan &plan, Time now)
     switch (plan.mode) {
     case Mode::Off:
         end(now);
+        retryAt_.reset();
         break;
     case Mode::Armed:
         if (recording() && previous == Mode::Event)
@@ -30,8 +35,8 @@ void ClipRecorder::follow(const RecordingPlan &plan, Time now)
     case Mode::Event:
     case Mode::Schedule:
         stopAt_.reset();
-        if (!recording())
-            begin(now);
+        if (!recording() && !retryAt_)
+            beginWithBefore(now);
         break;
     }
     advance(now);
@@ -45,6 +50,10 @@ void ClipRecorder::advance(Time now)
     // would be of no use to anybody.
     if (recording() && !stopAt_ && plan_.longest.count() > 0 && now - *clipBegin_ >= plan_.longest)
         goOnInAnother(now);
+    if (retryAt_ && now >= *retryAt_) {
+        retryAt_.reset();
+        follow(plan_, now);
+    }
     forgetOld(now);
 }
 
@@ -58,43 +67,59 @@ void ClipRecorder::addPicture(const JpegPicture &picture, Time now)
         beforeBytes_ += picture->size();
         return;
     }
-    if (plan_.largest > 0 && clipBytes_ > 0 && clipBytes_ + picture->size() > plan_.largest)
+    record(picture, now);
+}
+
+void ClipRecorder::record(const JpegPicture &picture, Time now)
+{
+    const std::optional<PictureSize> size = jpegSize(*picture);
+    const bool full = plan_.largest > 0 && clipBytes_ + picture->size() > plan_.largest;
+    if (clipBytes_ > 0 && (full || size != clipSize_))
         goOnInAnother(now);
     clipBytes_ += picture->size();
+    clipSize_ = size;
     sink_.addPicture(picture);
+}
+
+void ClipRecorder::fail(Time now)
+{
+    if (!recording())
+        return;
+    end(now);
+    retryAt_ = now + RETRY_TIME;
 }
 
 bool ClipRecorder::wantsPictures() const
 {
-    return recording() || (plan_.mode == Mode::Armed && plan_.before.count() > 0);
+    return recording() || retryAt_ || (plan_.mode == Mode::Armed && plan_.before.count() > 0);
 }
 
 void ClipRecorder::forgetOld(Time now)
 {
-    const bool armed = plan_.mode == Mode::Armed && !recording();
+    // An event that cannot be recorded for the moment is kept in mind like one that may come.
+    const bool useful = !recording() && (plan_.mode == Mode::Armed || plan_.mode == Mode::Event);
     while (!before_.empty() &&
-           (!armed || now - before_.front().time > plan_.before || beforeBytes_ > MAX_BEFORE_BYTES)) {
+           (!useful || now - before_.front().time > plan_.before || beforeBytes_ > MAX_BEFORE_BYTES)) {
         beforeBytes_ -= before_.front().picture->size();
         before_.pop_front();
     }
 }
 
+void ClipRecorder::beginWithBefore(Time now)
+{
+    forgetOld(now);
+    std::deque<Taken> before = std::exchange(before_, {});
+    beforeBytes_ = 0;
+    begin(before.empty() ? now : before.front().time);
+    for (const Taken &taken : before)
+        record(taken.picture, taken.time);
+}
+
 void ClipRecorder::begin(Time now)
 {
-    // Nothing of what came before belongs to a schedule's clip, or to one that goes on.
-    while (!before_.empty() && now - before_.front().time > plan_.before)
-        before_.pop_front();
-    const bool useBefore = plan_.mode == Mode::Event && !before_.empty();
-    clipBegin_ = useBefore ? before_.front().time : now;
+    clipBegin_ = now;
     clipBytes_ = 0;
     sink_.beginClip(plan_.mode == Mode::Schedule ? Mode::Schedule : Mode::Event);
-    if (useBefore)
-        for (const Taken &taken : before_) {
-            clipBytes_ += taken.picture->size();
-            sink_.addPicture(taken.picture);
-        }
-    before_.clear();
-    beforeBytes_ = 0;
 }
 
 void ClipRecorder::goOnInAnother(Time now)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/jpeg.h"
 #include "camera/picture_source.h"
 
 #include <chrono>
@@ -48,9 +49,13 @@ class ClipRecorder
 
     explicit ClipRecorder(ClipSink &sink) : sink_(sink) {}
 
+    /** Does from now on what the plan says. */
     void follow(const RecordingPlan &plan, Time now);
+    /** A picture of another size than the one before goes into another clip: a clip has one size. */
     void addPicture(const JpegPicture &picture, Time now);
-    /** Ends what has to end by now, even when no more pictures come. */
+    /** The sink could not write: ends the clip, and begins another one after a while when there is still reason. */
+    void fail(Time now);
+    /** Ends what has to end by now, and begins what has to begin, even when no more pictures come. */
     void advance(Time now);
 
     [[nodiscard]] bool recording() const { return clipBegin_.has_value(); }
@@ -59,6 +64,8 @@ class ClipRecorder
 
   private:
     void begin(Time now);
+    void record(const JpegPicture &picture, Time now);
+    void beginWithBefore(Time now);
     void end(Time now);
     void goOnInAnother(Time now);
     void forgetOld(Time now);
@@ -70,11 +77,13 @@ class ClipRecorder
 
     ClipSink &sink_;
     RecordingPlan plan_;
-    std::deque<Taken> before_; ///< while armed
+    std::deque<Taken> before_; ///< while nothing is recorded
     std::uint64_t beforeBytes_ = 0;
     std::optional<Time> clipBegin_;
     std::optional<Time> stopAt_; ///< of a recording whose event is over
     std::uint64_t clipBytes_ = 0;
+    std::optional<PictureSize> clipSize_; ///< of its last picture
+    std::optional<Time> retryAt_;         ///< after a failure
 };
 
 } // namespace camera

@@ -48,45 +48,52 @@ class Recorder::Clip
     {
     }
 
+    /** After a failure nothing is taken any more, and the file is gone. */
     void add(const std::string &jpeg)
     {
-        if (broken_)
-            return;
-        try {
-            const auto size = jpegSize(jpeg);
-            if (!size)
-                throw std::runtime_error("no picture");
-            // Another resolution was set while it was recorded: this clip keeps to the one that it has begun with.
-            if (size_ && *size_ != *size)
-                return;
-            if (!writer_)
-                open(*size);
-            writer_->add(jpeg);
-        } catch (...) {
-            broken_ = true;
-            throw;
-        }
+        if (!broken_)
+            removeOnFailure([&] {
+                if (!writer_)
+                    open(jpeg);
+                writer_->add(jpeg);
+            });
     }
 
     void finish(milliseconds duration)
     {
-        if (writer_ && !broken_)
-            writer_->finish(duration);
-        finished_ = writer_ && !broken_;
+        if (!writer_)
+            return;
+        removeOnFailure([&] { writer_->finish(duration); });
         writer_.reset();
+        finished_ = true;
     }
 
+    [[nodiscard]] bool broken() const { return broken_; }
     /** What the camera's users know it by; empty when there is no file. */
     [[nodiscard]] std::string result() const { return finished_ ? path_ : ""; }
 
   private:
-    void open(const PictureSize &size)
+    void open(const std::string &jpeg)
     {
+        const auto size = jpegSize(jpeg);
+        if (!size)
+            throw std::runtime_error("no picture");
         makeRoom(folder_, limit_, room_);
         const std::string path = freePath(folder_, name_, ".avi");
         path_ = shown_ + path.substr(folder_.size());
-        writer_ = std::make_unique<AviWriter>(path, size);
-        size_ = size;
+        writer_ = std::make_unique<AviWriter>(path, *size);
+    }
+
+    template <class Work>
+    void removeOnFailure(Work work)
+    {
+        try {
+            work();
+        } catch (...) {
+            broken_ = true;
+            writer_.reset(); // what it has written may be what fills the disk
+            throw;
+        }
     }
 
     std::string folder_;
@@ -95,7 +102,6 @@ class Recorder::Clip
     FolderLimit limit_;
     std::uint64_t room_;
     std::string path_;
-    std::optional<PictureSize> size_;
     std::unique_ptr<AviWriter> writer_;
     bool broken_ = false;
     bool finished_ = false;
@@ -157,11 +163,12 @@ void Recorder::addPicture(const JpegPicture &picture)
         return;
     }
     worker_.post([clip = clip_, picture] { clip->add(*picture); },
-                 [this](const std::string &error) {
+                 [this, clip = clip_](const std::string &error) {
                      if (error.empty())
                          return;
-                     ++failed_;
-                     log_.add("recording failed: " + error);
+                     fail(error);
+                     if (clip == clip_)
+                         clips_.fail(steady_clock::now());
                  });
 }
 
@@ -171,16 +178,21 @@ void Recorder::endClip(milliseconds duration)
     worker_.post([clip, duration] { clip->finish(duration); },
                  [this, clip](const std::string &error) {
                      if (!error.empty()) {
-                         ++failed_;
-                         log_.add("recording failed: " + error);
+                         fail(error);
                      } else if (const std::string path = clip->result(); !path.empty()) {
                          ++finished_;
                          last_ = path;
                          log_.add("recorded: " + path);
-                     } else {
+                     } else if (!clip->broken()) {
                          log_.add("recording ended without a file");
                      }
                  });
+}
+
+void Recorder::fail(const std::string &error)
+{
+    ++failed_;
+    log_.add("recording failed: " + error);
 }
 
 nlohmann::json Recorder::state() const

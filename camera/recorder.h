@@ -27,7 +27,9 @@ class Recorder : private ClipSink
     Recorder(Surroundings &around, FileWorker &worker, EventLog &log);
     ~Recorder() override;
 
+    /** Does from now on what the plan says; to be called as often as anybody likes. */
     void follow(const RecordingPlan &plan, const RecordingPlace &place);
+    /** Its part of GET /camera/state. */
     [[nodiscard]] nlohmann::json state() const;
 
   private:
@@ -37,6 +39,7 @@ class Recorder : private ClipSink
     void addPicture(const JpegPicture &picture) override;
     void endClip(std::chrono::milliseconds duration) override;
     void takePictures();
+    void fail(const std::string &error);
 
     Surroundings &around_;
     FileWorker &worker_;

@@ -126,12 +126,13 @@ class ClipRecorderTest : public testing::Test, protected ClipSink
     {
         for (; seconds > 0; --seconds) {
             now += 1s;
-            recorder.addPicture(std::make_shared<const std::string>(1000, mark++), now);
+            recorder.addPicture(std::make_shared<const std::string>(jpegOf(width, 480, mark++)), now);
         }
     }
 
     std::string seen;
     char mark = 'a';
+    int width = 640;
     ClipRecorder::Time now;
     RecordingPlan settings = {.before = 3s, .after = 2s, .longest = 5s};
     ClipRecorder recorder{*this};
@@ -182,12 +183,45 @@ TEST_F(ClipRecorderTest, ScheduleRecordsWithoutAGapAndWithoutTheTimeBefore)
 
 TEST_F(ClipRecorderTest, ClipStaysBelowItsSize)
 {
-    settings.largest = 2500;
+    settings.largest = 5 * jpegOf(width, 480, mark).size() / 2;
     settings.longest = 0s;
     plan(Mode::Schedule);
     pass(5);
     plan(Mode::Off);
     EXPECT_EQ(seen, "(sab3000)(scd2000)(se0)");
+}
+
+TEST_F(ClipRecorderTest, PictureOfAnotherSizeGoesIntoAnotherClip)
+{
+    plan(Mode::Armed);
+    pass(2);
+    width = 320;
+    pass(1);
+    plan(Mode::Event);
+    pass(1);
+    width = 640;
+    pass(1);
+    plan(Mode::Armed);
+    pass(2);
+    EXPECT_EQ(seen, "(eab2000)(ecd2000)(eef2000)");
+}
+
+TEST_F(ClipRecorderTest, BeginsAnewSomeTimeAfterAFailure)
+{
+    plan(Mode::Event);
+    pass(1);
+    recorder.fail(now);
+    EXPECT_FALSE(recorder.recording());
+    pass(9);
+    plan(Mode::Event); // looked at again
+    EXPECT_TRUE(recorder.wantsPictures());
+    EXPECT_EQ(seen, "(ea1000)");
+    pass(1);
+    EXPECT_EQ(seen, "(ea1000)(ehijk") << "with the pictures from before";
+    recorder.fail(now);
+    plan(Mode::Off);
+    plan(Mode::Schedule);
+    EXPECT_EQ(seen, "(ea1000)(ehijk3000)(s") << "for something else at once";
 }
 
 TEST(BoundedFolder, RemovesTheOldestOrSaysThatItIsFull)
