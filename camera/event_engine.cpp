@@ -1,3 +1,4 @@
+#include "camera/clip_settings.h"
 #include "camera/event_rules.h"
 #include "camera/neighbours.h"
 #include "camera/recorder.h"
@@ -25,23 +26,14 @@ namespace asio = boost::asio;
 namespace
 {
 
-using std::chrono::seconds;
 using std::chrono::steady_clock;
 using Mode = RecordingPlan::Mode;
 
-constexpr seconds TICK(1);
+constexpr std::chrono::seconds TICK(1);
 constexpr int SLOTS = 4;
 enum Slot { RECORDER, SNAPSHOT, ALARM, REBOOT };
 
 constexpr const char *ALARM_OUTPUT = "status_do_i0";
-
-constexpr std::uint64_t MEGABYTE = 1U << 20;
-/** The virtual card, and the virtual share: some of it is kept free ("recording_i0_reserveamount", in megabytes).
- */
-constexpr std::uint64_t CARD_MEGABYTES = 768;
-constexpr size_t MAX_CLIPS = 1000;
-constexpr std::uint64_t MAX_CLIP_BYTES = 64 * MEGABYTE;
-constexpr int MAX_BEFORE = 15;
 
 const char *nameOf(EventTrigger trigger)
 {
@@ -181,27 +173,17 @@ class EventEngine : public Neighbour
         RecordingPlan plan;
         std::string folder = folderOfSchedule(now);
         if (!folder.empty()) {
+            plan = readSchedulePlan(around_.store);
             plan.mode = Mode::Schedule;
-            plan.longest = seconds(std::max(1, around_.store.number("recording_i0_duration")));
-            plan.largest = MAX_CLIP_BYTES;
-            plan.profile = around_.store.number("recording_i0_source") + 1;
         } else {
             const EventRule rule = readEventRule(around_.store, RECORDER);
             const bool counts = rule.trigger == EventTrigger::Motion || rule.trigger == EventTrigger::Input;
+            plan = readEventPlan(around_.store);
             folder = folderOfEvents();
             if (rule.inForce(now) && counts && !folder.empty())
                 plan.mode = rule.triggered(sensed_) ? Mode::Event : Mode::Armed;
-            const int before = std::clamp(around_.store.number("media_i0_videoclip_preevent"), 0, MAX_BEFORE);
-            const int whole = std::clamp(around_.store.number("media_i0_videoclip_maxduration"), before, 3600);
-            plan.before = seconds(before);
-            plan.after = seconds(whole - before);
-            plan.longest = seconds(whole);
-            const auto kilobytes =
-                static_cast<std::uint64_t>(std::max(1, around_.store.number("media_i0_videoclip_maxsize")));
-            plan.largest = std::clamp(kilobytes * 1024, MEGABYTE, MAX_CLIP_BYTES);
-            plan.profile = around_.store.number("media_i0_videoclip_source") + 1;
         }
-        recorder_.follow(plan, {.folder = folder, .limit = limitOfClips()});
+        recorder_.follow(plan, {.folder = folder, .limit = readClipLimit(around_.store)});
     }
 
     /** Where the recording slot records to right now; empty when it does not. */
@@ -220,16 +202,6 @@ class EventEngine : public Neighbour
         if (isOn("event_i0_action_cf_enable"))
             return "/mnt/cf";
         return isOn("event_i0_action_server_i0_enable") ? "/mnt/nas" : "";
-    }
-
-    [[nodiscard]] FolderLimit limitOfClips() const
-    {
-        std::uint64_t reserve = 0;
-        if (isOn("recording_i0_limitsize"))
-            reserve = static_cast<std::uint64_t>(std::max(0, around_.store.number("recording_i0_reserveamount")));
-        return {.bytes = (CARD_MEGABYTES - std::min(reserve, CARD_MEGABYTES)) * MEGABYTE,
-                .files = MAX_CLIPS,
-                .removeOldest = isOn("recording_i0_cyclic")};
     }
 
     [[nodiscard]] bool isOn(const char *key) const { return around_.store.text(key).starts_with('1'); }

@@ -1,0 +1,144 @@
+#include "camera/clip_settings.h"
+#include "camera/recorder.h"
+#include "camera/root_folder.h"
+#include "temporary_folder.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/resource.h>
+
+/*
+ * The recorder: what the settings ask of it, and what becomes of pictures on a disk that is not always well.
+ */
+
+namespace
+{
+
+using namespace camera;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+TEST(ClipSettings, ClipIsAsLongAsItsEventAndFitsOnTheCard)
+{
+    const TemporaryFolder folder;
+    Store store(folder.path("store"));
+    const auto setDurations = [&](const char *before, const char *whole, const char *file) {
+        store.set("media_i0_videoclip_preevent", before);
+        store.set("media_i0_videoclip_maxduration", whole);
+        store.set("recording_i0_duration", file);
+        return readEventPlan(store);
+    };
+    const RecordingPlan plan = setDurations("5", "15", "300");
+    EXPECT_EQ(plan.before, 5s);
+    EXPECT_EQ(plan.after, 10s);
+    EXPECT_EQ(plan.longest, 300s);
+    EXPECT_EQ(setDurations("15", "30", "10").longest, 30s) << "not shorter than the seconds around the event";
+    EXPECT_EQ(readSchedulePlan(store).longest, 10s);
+
+    store.set("recording_i0_limitsize", "1");
+    const struct {
+        const char *reserve;
+        std::uint64_t clips, clip; ///< megabytes
+    } cases[] = {{"0", 768, 64}, {"500", 268, 64}, {"748", 20, 5}, {"767", 1, 1}, {"999999", 0, 1}};
+    for (const auto &[reserve, clips, clip] : cases) {
+        store.set("recording_i0_reserveamount", reserve);
+        EXPECT_EQ(readClipLimit(store).bytes >> 20, clips) << reserve;
+        EXPECT_EQ(readSchedulePlan(store).largest >> 20, clip) << reserve;
+        EXPECT_EQ(readEventPlan(store).largest >> 20, clip) << reserve;
+    }
+}
+
+/** A disk that takes files of 100 bytes, for the time of its life. */
+class FullDisk
+{
+  public:
+    FullDisk()
+    {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit = {100, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        signal(SIGXFSZ, signal_);
+    }
+    FullDisk(const FullDisk &) = delete;
+    FullDisk &operator=(const FullDisk &) = delete;
+
+  private:
+    void (*signal_)(int) = signal(SIGXFSZ, SIG_IGN); ///< the write shall fail instead
+    rlimit before_ = {};
+};
+
+/** A recorder by itself; each picture is larger than the one before. */
+class RecorderTest : public testing::Test, protected PictureSource
+{
+  protected:
+    RecorderTest() { around.pictures = this; }
+
+    bool takePicture(int, Receiver receiver) override
+    {
+        const auto jpeg = std::make_shared<const std::string>(encodeJpeg(Image(width += 16, 48), 80));
+        boost::asio::post(io, [receiver, jpeg] { receiver(jpeg); });
+        return true;
+    }
+    void follow(RecordingPlan::Mode mode, const char *place)
+    {
+        recorder.follow({.mode = mode}, {.folder = place, .limit = {1U << 20, 10, false}});
+    }
+    /** Lets the camera live until something is as wanted. */
+    template <class Wanted>
+    void waitUntil(Wanted wanted)
+    {
+        const auto end = std::chrono::steady_clock::now() + 10s;
+        while (!wanted()) {
+            ASSERT_LT(std::chrono::steady_clock::now(), end) << recorder.state();
+            io.run_one_for(10s);
+        }
+    }
+
+    TemporaryFolder folder;
+    RootFolder root{folder.path()};
+    Store store{folder.path("store")};
+    CameraClock clock{store};
+    boost::asio::io_context io;
+    boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{io.get_executor()};
+    Surroundings around{.io = io,
+                        .root = root,
+                        .store = store,
+                        .clock = clock,
+                        .router = {},
+                        .state = {},
+                        .events = {},
+                        .daemonReady = {}};
+    EventLog log{clock};
+    FileWorker worker{io};
+    Recorder recorder{around, worker, log};
+    int width = 0;
+};
+
+TEST_F(RecorderTest, LeavesNothingOnAFullDiskAndGoesOnWithPicturesOfAnotherSize)
+{
+    {
+        const FullDisk disk;
+        follow(RecordingPlan::Mode::Schedule, "/mnt/cf");
+        EXPECT_EQ(recorder.state()["recording"], true);
+        waitUntil([this] { return recorder.state()["failed"] == 1; });
+        EXPECT_EQ(recorder.state()["recording"], false);
+        EXPECT_TRUE(fs::is_empty(root.path("/mnt/cf")));
+    }
+    follow(RecordingPlan::Mode::Schedule, "/mnt/nas"); // another disk is not waited for
+    EXPECT_EQ(recorder.state()["recording"], true);
+    waitUntil([this] { return recorder.state()["clips"] == 2; });
+    follow(RecordingPlan::Mode::Off, "/mnt/nas");
+    waitUntil([this] { return worker.waiting() == 0; });
+    EXPECT_EQ(recorder.state()["clips"], std::distance(fs::directory_iterator(root.path("/mnt/nas")), {}));
+    EXPECT_EQ(recorder.state()["failed"], 1);
+}
+
+} // namespace
