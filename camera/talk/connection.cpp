@@ -15,17 +15,18 @@ namespace talk
 namespace
 {
 
-constexpr char DEFAULT_PORT[] = "80";
+constexpr char DEFAULT_PORT[] = "8080";
 constexpr timeval PATIENCE = {10, 0};
 
-[[noreturn]] void Fail(const std::string &what)
+/** Throws errno's meaning for the user. */
+[[noreturn]] void fail(const std::string &what = {})
 {
-    throw std::runtime_error(what + ": " +
+    throw std::runtime_error(what +
                              (errno == EAGAIN || errno == EINPROGRESS ? "it does not answer" : strerror(errno)));
 }
 
 /** Connects to one of a name's addresses; -1 with errno. */
-int ConnectTo(const addrinfo &candidate)
+int connectTo(const addrinfo &candidate)
 {
     const int socket = ::socket(candidate.ai_family, candidate.ai_socktype | SOCK_CLOEXEC, candidate.ai_protocol);
     if (socket < 0)
@@ -43,7 +44,7 @@ int ConnectTo(const addrinfo &candidate)
 
 } // namespace
 
-Address ParseAddress(std::string_view text)
+Address parseAddress(std::string_view text)
 {
     // A colon within brackets belongs to a numeric IPv6 address.
     const size_t bracket = text.starts_with('[') ? text.find(']') : std::string_view::npos;
@@ -60,7 +61,7 @@ Address ParseAddress(std::string_view text)
     return address;
 }
 
-std::string ToText(const Address &address)
+std::string toText(const Address &address)
 {
     const bool numericV6 = address.host.find(':') != std::string::npos;
     return (numericV6 ? "[" + address.host + "]" : address.host) + ":" + address.port;
@@ -72,60 +73,60 @@ Connection::Connection(const Address &address)
     hints.ai_socktype = SOCK_STREAM;
     addrinfo *found = nullptr;
     if (const int error = getaddrinfo(address.host.c_str(), address.port.c_str(), &hints, &found); error != 0)
-        throw std::runtime_error(ToText(address) + ": " + gai_strerror(error));
+        throw std::runtime_error(gai_strerror(error));
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> candidates(found, freeaddrinfo);
-    for (const addrinfo *candidate = found; candidate != nullptr && m_socket < 0; candidate = candidate->ai_next)
-        m_socket = ConnectTo(*candidate);
-    if (m_socket < 0)
-        Fail(ToText(address));
+    for (const addrinfo *candidate = found; candidate != nullptr && socket_ < 0; candidate = candidate->ai_next)
+        socket_ = connectTo(*candidate);
+    if (socket_ < 0)
+        fail();
 }
 
 Connection::~Connection()
 {
-    close(m_socket);
+    close(socket_);
 }
 
-bool Connection::Send(std::string_view bytes)
+bool Connection::send(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t sent = send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && (errno == EPIPE || errno == ECONNRESET))
             return false;
         if (sent < 0)
-            Fail("sending to the camera");
+            fail("sending to the camera: ");
         bytes.remove_prefix(static_cast<size_t>(sent));
     }
     return true;
 }
 
-void Connection::EndSending()
+void Connection::endSending()
 {
-    shutdown(m_socket, SHUT_WR);
+    shutdown(socket_, SHUT_WR);
 }
 
-bool Connection::WaitForInput(std::chrono::steady_clock::time_point deadline) const
+bool Connection::waitForInput(std::chrono::steady_clock::time_point deadline) const
 {
     using std::chrono::ceil, std::chrono::milliseconds;
     for (;;) {
         const auto left = std::max(deadline - std::chrono::steady_clock::now(), std::chrono::nanoseconds(0));
-        pollfd input = {m_socket, POLLIN, 0};
+        pollfd input = {socket_, POLLIN, 0};
         const int ready = poll(&input, 1, static_cast<int>(ceil<milliseconds>(left).count()));
         if (ready >= 0)
             return ready > 0;
         if (errno != EINTR)
-            Fail("waiting for the camera");
+            fail("waiting for the camera: ");
     }
 }
 
-std::string Connection::ReceiveAll()
+std::string Connection::receiveAll()
 {
     std::string text;
     for (char bytes[4096];;) {
-        const ssize_t got = recv(m_socket, bytes, sizeof bytes, 0);
+        const ssize_t got = recv(socket_, bytes, sizeof bytes, 0);
         if (got == 0 || (got < 0 && errno == ECONNRESET))
             return text;
         if (got < 0)
-            Fail("waiting for the camera");
+            fail("waiting for the camera: ");
         text.append(bytes, static_cast<size_t>(got));
     }
 }

@@ -13,11 +13,11 @@ struct Address {
     std::string port;
 };
 
-/** Reads "ADDRESS:PORT", "[ADDRESS]:PORT" or either without a port, which is 80 then. Throws on anything else. */
-[[nodiscard]] Address ParseAddress(std::string_view text);
+/** Reads "ADDRESS:PORT", "[ADDRESS]:PORT" or either without a port, which is 8080 then. Throws on anything else. */
+[[nodiscard]] Address parseAddress(std::string_view text);
 
 /** "ADDRESS:PORT", as in a Host header. */
-[[nodiscard]] std::string ToText(const Address &address);
+[[nodiscard]] std::string toText(const Address &address);
 
 /**
  * A TCP connection. What takes longer than ten seconds fails; failures are thrown as std::runtime_error that can be
@@ -32,16 +32,16 @@ class Connection
     Connection &operator=(const Connection &) = delete;
 
     /** Sends everything; false when the other end has closed the connection. */
-    [[nodiscard]] bool Send(std::string_view bytes);
+    [[nodiscard]] bool send(std::string_view bytes);
     /** Says that nothing more will be sent. */
-    void EndSending();
+    void endSending();
     /** Waits until the deadline or until something has come (true), be it bytes or the connection's end. */
-    [[nodiscard]] bool WaitForInput(std::chrono::steady_clock::time_point deadline) const;
+    [[nodiscard]] bool waitForInput(std::chrono::steady_clock::time_point deadline) const;
     /** Everything that comes until the other end closes. */
-    std::string ReceiveAll();
+    std::string receiveAll();
 
   private:
-    int m_socket = -1;
+    int socket_ = -1;
 };
 
 } // namespace talk

@@ -14,24 +14,25 @@ namespace
 
 constexpr int EXIT_USAGE = 2;
 constexpr char USAGE[] =
-    "Usage: kelpa-talk [--host ADDRESS:PORT] [--user NAME:PASSWORD] FILE.wav\n"
+    "Usage: kelpa-talk [--host ADDRESS[:PORT]] [--user NAME:PASSWORD] FILE.wav\n"
     "Says a sound through a camera's speaker: WAV, uncompressed, mono, 8000 Hz, 8 or 16 bits.\n"
-    "  --host  where the camera is (127.0.0.1:8080)\n"
+    "  --host  where the camera is (127.0.0.1) and its port (8080)\n"
     "  --user  an account of the camera, where it asks for one\n";
 
+/** What the command line asks for. */
 struct Options {
     talk::Speaker speaker;
     std::string file;
 };
 
-Options ParseOptions(int argc, char **argv)
+Options parseOptions(int argc, char **argv)
 {
     const option known[] = {{"host", required_argument, nullptr, 'o'},
                             {"user", required_argument, nullptr, 'u'},
                             {"help", no_argument, nullptr, 'h'},
                             {}};
     Options options;
-    std::string host = "127.0.0.1:8080";
+    std::string host = "127.0.0.1";
     for (int given = 0; (given = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
         if (given == 'o') {
             host = optarg;
@@ -48,7 +49,7 @@ Options ParseOptions(int argc, char **argv)
     }
     options.file = argv[optind];
     try {
-        options.speaker.address = talk::ParseAddress(host);
+        options.speaker.address = talk::parseAddress(host);
     } catch (const std::exception &error) {
         fprintf(stderr, "kelpa-talk: --host %s: %s\n", host.c_str(), error.what());
         std::exit(EXIT_USAGE);
@@ -57,7 +58,7 @@ Options ParseOptions(int argc, char **argv)
 }
 
 /** A name that no other client will have: the camera gives the speaker to the name that was registered last. */
-std::string ClientName()
+std::string makeClientName()
 {
     char name[16];
     snprintf(name, sizeof name, "talk-%08x", std::random_device()());
@@ -65,8 +66,8 @@ std::string ClientName()
 }
 
 /** Runs `step`; false, with its error shown under `subject`, when it throws. */
-template <typename Step>
-bool Succeeds(const std::string &subject, Step step)
+template <class Step>
+bool succeeds(const std::string &subject, Step step)
 {
     try {
         step();
@@ -81,16 +82,17 @@ bool Succeeds(const std::string &subject, Step step)
 
 int main(int argc, char **argv)
 {
-    const Options options = ParseOptions(argc, argv);
+    const Options options = parseOptions(argc, argv);
     std::string audio;
-    if (!Succeeds(options.file, [&] { audio = talk::MuLawEncode(talk::ReadWavFile(options.file)); }))
+    if (!succeeds(options.file, [&] { audio = talk::encodeMuLaw(talk::readWavFile(options.file)); }))
         return EXIT_FAILURE;
-    const std::string camera = talk::ToText(options.speaker.address);
+    const std::string camera = talk::toText(options.speaker.address);
     printf("%s: %.1f s\n", options.file.c_str(), static_cast<double>(audio.size()) / talk::SAMPLE_RATE);
-    const std::string name = ClientName();
-    const bool said = Succeeds(camera, [&] {
-        talk::RegisterClient(options.speaker, name);
-        talk::Talk(options.speaker, name, audio);
+    fflush(stdout); // now, not when it has been said
+    const std::string name = makeClientName();
+    const bool said = succeeds(camera, [&] {
+        talk::registerClient(options.speaker, name);
+        talk::talk(options.speaker, name, audio);
     });
     return said ? EXIT_SUCCESS : EXIT_FAILURE;
 }

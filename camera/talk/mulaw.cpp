@@ -7,7 +7,7 @@
 namespace talk
 {
 
-uint8_t MuLawEncode(int16_t sample)
+uint8_t encodeMuLaw(int16_t sample)
 {
     // With 33 (of 14 bits) added to the magnitude, each segment begins at a power of two, so that the segment is
     // the place of the highest bit and the step the four bits behind it. What lies beyond the last segment is
@@ -23,11 +23,11 @@ uint8_t MuLawEncode(int16_t sample)
     return static_cast<uint8_t>(~(sign | static_cast<unsigned>(segment) << 4 | step));
 }
 
-std::string MuLawEncode(std::span<const int16_t> samples)
+std::string encodeMuLaw(std::span<const int16_t> samples)
 {
     std::string bytes(samples.size(), '\0');
     std::transform(samples.begin(), samples.end(), bytes.begin(),
-                   [](int16_t sample) { return static_cast<char>(MuLawEncode(sample)); });
+                   [](int16_t sample) { return static_cast<char>(encodeMuLaw(sample)); });
     return bytes;
 }
 

@@ -19,17 +19,17 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr size_t FRAME_HEADER_SIZE = 40;
-/** More than anybody talks: 74 hours. */
+/** More than anybody talks: 66 hours of frames. */
 constexpr char STREAM_LENGTH[] = "2147483647";
 
-template <typename Number>
-void PutLittleEndian(std::string &bytes, size_t at, Number value)
+template <class Number>
+void putLittleEndian(std::string &bytes, size_t at, Number value)
 {
     for (size_t i = 0; i < sizeof value; ++i)
         bytes[at + i] = static_cast<char>(static_cast<uint64_t>(value) >> 8 * i & 0xFF);
 }
 
-std::string Base64(std::string_view bytes)
+std::string encodeBase64(std::string_view bytes)
 {
     constexpr std::string_view ALPHABET = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
@@ -44,17 +44,17 @@ std::string Base64(std::string_view bytes)
     return text;
 }
 
-std::string RequestHead(const Speaker &speaker, const std::string &method, const std::string &name)
+std::string requestHead(const Speaker &speaker, const std::string &method, const std::string &name)
 {
     std::string head = method + " /dev/speaker.cgi?client=" + name +
-                       " HTTP/1.1\r\nHost: " + ToText(speaker.address) + "\r\nConnection: close\r\n";
+                       " HTTP/1.1\r\nHost: " + toText(speaker.address) + "\r\nConnection: close\r\n";
     if (!speaker.credentials.empty())
-        head += "Authorization: Basic " + Base64(speaker.credentials) + "\r\n";
+        head += "Authorization: Basic " + encodeBase64(speaker.credentials) + "\r\n";
     return head;
 }
 
 /** What a reply that is not "200" means to the user. */
-[[noreturn]] void ThrowRefusal(const std::string &reply)
+[[noreturn]] void throwRefusal(const std::string &reply)
 {
     std::string folded = reply;
     std::transform(folded.begin(), folded.end(), folded.begin(),
@@ -70,10 +70,10 @@ std::string RequestHead(const Speaker &speaker, const std::string &method, const
     throw std::runtime_error("the camera refuses (401): its speaker is switched off");
 }
 
-[[noreturn]] void ThrowClosed(Connection &connection, size_t said)
+[[noreturn]] void throwClosed(Connection &connection, size_t said)
 {
-    if (const std::string reply = connection.ReceiveAll(); !reply.empty())
-        ThrowRefusal(reply);
+    if (const std::string reply = connection.receiveAll(); !reply.empty())
+        throwRefusal(reply);
     std::array<char, 160> text = {};
     snprintf(text.data(), text.size(),
              "the camera closed the connection after %.1f s: another client is talking, or the speaker was "
@@ -82,7 +82,7 @@ std::string RequestHead(const Speaker &speaker, const std::string &method, const
     throw std::runtime_error(text.data());
 }
 
-std::string RandomBytes(size_t count)
+std::string randomBytes(size_t count)
 {
     std::random_device source;
     std::string bytes(count, '\0');
@@ -92,32 +92,32 @@ std::string RandomBytes(size_t count)
 
 } // namespace
 
-std::string MakeFrame(std::string_view audio)
+std::string makeFrame(std::string_view audio)
 {
     std::string frame(FRAME_HEADER_SIZE, '\0');
-    PutLittleEndian(frame, 0, uint32_t{0xF6010000});                // ulHdrID
-    PutLittleEndian(frame, 4, uint32_t{FRAME_HEADER_SIZE});         // ulHdrLength
-    PutLittleEndian(frame, 8, static_cast<uint32_t>(audio.size())); // ulDataLength
-    PutLittleEndian(frame, 28, uint16_t{1});                        // usFormat
-    PutLittleEndian(frame, 30, uint16_t{1});                        // usChannels
-    PutLittleEndian(frame, 32, static_cast<uint16_t>(SAMPLE_RATE)); // usSampleRate
-    PutLittleEndian(frame, 34, uint16_t{8});                        // usSampleBits
+    putLittleEndian(frame, 0, uint32_t{0xF6010000});                // ulHdrID
+    putLittleEndian(frame, 4, uint32_t{FRAME_HEADER_SIZE});         // ulHdrLength
+    putLittleEndian(frame, 8, static_cast<uint32_t>(audio.size())); // ulDataLength
+    putLittleEndian(frame, 28, uint16_t{1});                        // usFormat
+    putLittleEndian(frame, 30, uint16_t{1});                        // usChannels
+    putLittleEndian(frame, 32, static_cast<uint16_t>(SAMPLE_RATE)); // usSampleRate
+    putLittleEndian(frame, 34, uint16_t{8});                        // usSampleBits
     return frame.append(audio);
 }
 
-void RegisterClient(const Speaker &speaker, const std::string &name)
+void registerClient(const Speaker &speaker, const std::string &name)
 {
     Connection connection(speaker.address);
-    const bool sent = connection.Send(RequestHead(speaker, "GET", name) + "\r\n");
-    const std::string reply = connection.ReceiveAll();
+    const bool sent = connection.send(requestHead(speaker, "GET", name) + "\r\n");
+    const std::string reply = connection.receiveAll();
     if (!sent || !reply.starts_with("HTTP/1.1 200 "))
-        ThrowRefusal(reply);
+        throwRefusal(reply);
 }
 
-void Talk(const Speaker &speaker, const std::string &name, std::string_view audio)
+void talk(const Speaker &speaker, const std::string &name, std::string_view audio)
 {
     Connection connection(speaker.address);
-    const std::string head = RequestHead(speaker, "POST", name) +
+    const std::string head = requestHead(speaker, "POST", name) +
                              "Content-Type: application/octet-stream\r\nContent-Length: " + STREAM_LENGTH +
                              "\r\n\r\n";
     const Clock::time_point begin = Clock::now();
@@ -125,20 +125,20 @@ void Talk(const Speaker &speaker, const std::string &name, std::string_view audi
         return begin + std::chrono::nanoseconds(samples * 1'000'000'000 / SAMPLE_RATE);
     };
 
-    bool open = connection.Send(head + RandomBytes(4));
+    bool open = connection.send(head + randomBytes(4));
     for (size_t said = 0; said < audio.size(); said += FRAME_AUDIO_BYTES) {
         // The camera never sends anything on this connection: what comes before a frame's time is the end.
-        open = open && !connection.WaitForInput(timeOf(said)) &&
-               connection.Send(MakeFrame(audio.substr(said, FRAME_AUDIO_BYTES)));
+        open = open && !connection.waitForInput(timeOf(said)) &&
+               connection.send(makeFrame(audio.substr(said, FRAME_AUDIO_BYTES)));
         if (!open)
-            ThrowClosed(connection, said);
+            throwClosed(connection, said);
     }
     // The last frame is heard out; closing at once could cut it off.
-    if (connection.WaitForInput(timeOf(audio.size())))
-        ThrowClosed(connection, audio.size());
-    connection.EndSending();
-    if (const std::string reply = connection.ReceiveAll(); !reply.empty())
-        ThrowRefusal(reply);
+    if (connection.waitForInput(timeOf(audio.size())))
+        throwClosed(connection, audio.size());
+    connection.endSending();
+    if (const std::string reply = connection.receiveAll(); !reply.empty())
+        throwRefusal(reply);
 }
 
 } // namespace talk

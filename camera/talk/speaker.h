@@ -28,20 +28,21 @@ namespace talk
 inline constexpr size_t FRAME_AUDIO_BYTES = 320;
 
 /** One frame of the stream: header and audio in G.711 mu-law. */
-[[nodiscard]] std::string MakeFrame(std::string_view audio);
+[[nodiscard]] std::string makeFrame(std::string_view audio);
 
+/** A camera's speaker, and who may use it. */
 struct Speaker {
     Address address;
     std::string credentials; ///< "NAME:PASSWORD", empty without
 };
 
 /** Registers a client's name. Throws std::runtime_error when the camera refuses. */
-void RegisterClient(const Speaker &speaker, const std::string &name);
+void registerClient(const Speaker &speaker, const std::string &name);
 
 /**
  * Streams mu-law audio in real time and returns when it has been said. Throws std::runtime_error when the camera
  * ends the connection before that.
  */
-void Talk(const Speaker &speaker, const std::string &name, std::string_view audio);
+void talk(const Speaker &speaker, const std::string &name, std::string_view audio);
 
 } // namespace talk

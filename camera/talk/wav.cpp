@@ -1,12 +1,14 @@
 #include "camera/talk/wav.h"
 
+#include "camera/file_descriptor.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
 #include <optional>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace talk
 {
@@ -28,50 +30,50 @@ struct Format {
 class Reader
 {
   public:
-    explicit Reader(std::string_view bytes) : m_rest(bytes) {}
+    explicit Reader(std::string_view bytes) : rest_(bytes) {}
 
-    [[nodiscard]] size_t Left() const { return m_rest.size(); }
-    std::string_view Bytes(size_t count)
+    [[nodiscard]] size_t left() const { return rest_.size(); }
+    std::string_view take(size_t count)
     {
-        if (count > m_rest.size())
+        if (count > rest_.size())
             throw std::runtime_error("a damaged WAV file: it ends in the middle of a header");
-        const std::string_view taken = m_rest.substr(0, count);
-        m_rest.remove_prefix(count);
+        const std::string_view taken = rest_.substr(0, count);
+        rest_.remove_prefix(count);
         return taken;
     }
-    uint16_t Short() { return static_cast<uint16_t>(Number(2)); }
-    uint32_t Long() { return Number(4); }
+    uint16_t number16() { return static_cast<uint16_t>(number(2)); }
+    uint32_t number32() { return number(4); }
 
   private:
-    uint32_t Number(size_t width)
+    uint32_t number(size_t width)
     {
         uint32_t value = 0;
-        const std::string_view bytes = Bytes(width);
+        const std::string_view bytes = take(width);
         for (size_t i = 0; i < width; ++i)
             value |= static_cast<uint32_t>(static_cast<uint8_t>(bytes[i])) << 8 * i;
         return value;
     }
 
-    std::string_view m_rest;
+    std::string_view rest_;
 };
 
-Format ParseFormat(std::string_view chunk)
+Format parseFormat(std::string_view chunk)
 {
     Reader reader(chunk);
     Format format = {};
-    format.tag = reader.Short();
-    format.channels = reader.Short();
-    format.sampleRate = reader.Long();
-    reader.Bytes(6); // bytes a second, bytes a sample frame: both follow from the rest
-    format.bits = reader.Short();
+    format.tag = reader.number16();
+    format.channels = reader.number16();
+    format.sampleRate = reader.number32();
+    reader.take(6); // bytes a second, bytes a sample frame: both follow from the rest
+    format.bits = reader.number16();
     if (format.tag == FORMAT_EXTENSIBLE) {
-        reader.Bytes(8); // size of the extension, bits that count, speaker positions
-        format.tag = reader.Short();
+        reader.take(8); // size of the extension, bits that count, speaker positions
+        format.tag = reader.number16();
     }
     return format;
 }
 
-void RequireUsable(const Format &format)
+void requireUsable(const Format &format)
 {
     if (format.tag != FORMAT_PCM)
         throw std::runtime_error("a WAV file of format " + std::to_string(format.tag) +
@@ -87,59 +89,64 @@ void RequireUsable(const Format &format)
                                  " bits a sample; it has to be 8 or 16");
 }
 
-std::vector<int16_t> ParseSamples(std::string_view data, unsigned bits)
+std::vector<int16_t> parseSamples(std::string_view data, unsigned bits)
 {
     std::vector<int16_t> samples(data.size() / (bits / 8));
     Reader reader(data);
     for (int16_t &sample : samples) {
         // Eight bits are unsigned, with silence at 128; sixteen are signed.
         if (bits == 8)
-            sample = static_cast<int16_t>((static_cast<uint8_t>(reader.Bytes(1)[0]) - 128) * 256);
+            sample = static_cast<int16_t>((static_cast<uint8_t>(reader.take(1)[0]) - 128) * 256);
         else
-            sample = static_cast<int16_t>(reader.Short());
+            sample = static_cast<int16_t>(reader.number16());
     }
     return samples;
 }
 
 } // namespace
 
-std::vector<int16_t> ParseWav(std::string_view file)
+std::vector<int16_t> parseWav(std::string_view file)
 {
     Reader reader(file);
-    if (reader.Left() < 12 || reader.Bytes(4) != "RIFF")
+    if (reader.left() < 12 || reader.take(4) != "RIFF")
         throw std::runtime_error("not a WAV file");
-    reader.Long(); // the size of what follows, which a recorder that was cut off has not filled in
-    if (reader.Bytes(4) != "WAVE")
+    reader.number32(); // the size of what follows, which a recorder that was cut off has not filled in
+    if (reader.take(4) != "WAVE")
         throw std::runtime_error("not a WAV file");
 
     std::optional<Format> format;
-    while (reader.Left() > 0) {
-        const std::string_view name = reader.Bytes(4);
-        const size_t size = reader.Long();
+    while (reader.left() > 0) {
+        const std::string_view name = reader.take(4);
+        const size_t size = reader.number32();
         if (name == "data") {
             if (!format)
                 throw std::runtime_error("a damaged WAV file: its data come before their format");
-            return ParseSamples(reader.Bytes(std::min(size, reader.Left())), format->bits);
+            std::vector<int16_t> samples = parseSamples(reader.take(std::min(size, reader.left())), format->bits);
+            if (samples.empty())
+                throw std::runtime_error("a WAV file without any samples");
+            return samples;
         }
-        const std::string_view chunk = reader.Bytes(size);
+        const std::string_view chunk = reader.take(size);
         if (name == "fmt ") {
-            format = ParseFormat(chunk);
-            RequireUsable(*format);
+            format = parseFormat(chunk);
+            requireUsable(*format);
         }
-        reader.Bytes(std::min(size % 2, reader.Left())); // chunks begin at even places
+        reader.take(std::min(size % 2, reader.left())); // chunks begin at even places
     }
     throw std::runtime_error("a damaged WAV file: it holds no data");
 }
 
-std::vector<int16_t> ReadWavFile(const std::string &path)
+std::vector<int16_t> readWavFile(const std::string &path)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
+    const camera::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string bytes;
+    char piece[65536];
+    ssize_t got = -1;
+    while (file.valid() && (got = read(file.get(), piece, sizeof piece)) > 0)
+        bytes.append(piece, static_cast<size_t>(got));
+    if (got < 0)
         throw std::runtime_error(std::strerror(errno));
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad())
-        throw std::runtime_error("cannot be read");
-    return ParseWav(bytes);
+    return parseWav(bytes);
 }
 
 } // namespace talk

@@ -16,9 +16,9 @@ inline constexpr unsigned SAMPLE_RATE = 8000;
  * widened). A data chunk that claims more than is there, as a recording that was cut off or piped does, gives what
  * is there. Throws std::runtime_error that says what is wrong, or of another kind, with the file.
  */
-[[nodiscard]] std::vector<int16_t> ParseWav(std::string_view file);
+[[nodiscard]] std::vector<int16_t> parseWav(std::string_view file);
 
 /** The same for a file on disk; also throws when it cannot be read. */
-[[nodiscard]] std::vector<int16_t> ReadWavFile(const std::string &path);
+[[nodiscard]] std::vector<int16_t> readWavFile(const std::string &path);
 
 } // namespace talk

@@ -86,11 +86,11 @@ TEST(WavWriter, IsAWholeFileAtAnyTime)
     using Samples = std::vector<std::int16_t>;
     const TemporaryFolder folder;
     WavWriter wav(folder.path("a.wav"), 8000);
-    EXPECT_EQ(readFile(folder.path("a.wav")), WavFile(Samples{}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{}));
     wav.append(Samples{1, -2, 0x1234});
-    EXPECT_EQ(readFile(folder.path("a.wav")), WavFile(Samples{1, -2, 0x1234}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{1, -2, 0x1234}));
     wav.append(Samples{-32768});
-    EXPECT_EQ(readFile(folder.path("a.wav")), WavFile(Samples{1, -2, 0x1234, -32768}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{1, -2, 0x1234, -32768}));
     EXPECT_DOUBLE_EQ(wav.seconds(), 4 / 8000.0);
     EXPECT_THROW(WavWriter("/nowhere/a.wav", 8000), std::system_error);
     EXPECT_THROW(WavWriter("/dev/full", 8000), std::system_error);

@@ -70,7 +70,7 @@ TEST(AudioDecoder, EveryConfigurationBeginsATalkWithItsFirstSamples)
     EXPECT_EQ(talk["current"]["file"], "talk/talk-0001.wav");
     EXPECT_DOUBLE_EQ(talk["current"]["seconds"], 4 / 8000.0);
     EXPECT_NEAR(talk["current"]["level"], -0.2, 0.05) << "half of the samples at -32124";
-    EXPECT_EQ(readFile(camera.root() + "/talk/talk-0001.wav"), WavFile(Samples{32124, 32124, 0, -32124}));
+    EXPECT_EQ(readFile(camera.root() + "/talk/talk-0001.wav"), wavFile(Samples{32124, 32124, 0, -32124}));
 
     sender.send(DECODER_CONFIG);
     waitForTalk(camera, "current", nullptr);
@@ -109,11 +109,11 @@ struct Outcome {
 };
 
 /** Runs the built kelpa-talk to its end. */
-Outcome runTalk(std::vector<std::string> arguments)
+Outcome runTalk(std::vector<std::string> arguments, const std::string &outputFile = "/dev/null")
 {
     const TemporaryFolder folder;
     arguments.insert(arguments.begin(), KELPA_TALK_PROGRAM);
-    ChildProcess program(arguments, {.environment = {}, .errorFile = folder.path("err")});
+    ChildProcess program(arguments, {{}, outputFile, folder.path("err")});
     const int status = program.Wait();
     return {status, readFile(folder.path("err"))};
 }
@@ -136,7 +136,7 @@ Samples tone(size_t length)
 /** A WAV file in the root folder of a camera; gives its path. */
 std::string toneFile(const CameraProcess &camera, size_t length)
 {
-    camera::replaceFile(camera.root() + "/tone.wav", WavFile(tone(length)), 0644);
+    camera::replaceFile(camera.root() + "/tone.wav", wavFile(tone(length)), 0644);
     return camera.root() + "/tone.wav";
 }
 
@@ -157,7 +157,7 @@ TEST(Talk, AToneComesOutOfTheDecoderWholeAndInItsTime)
         return heard.size() >= 44 + 2 * LENGTH;
     }));
     // The laws of both ends are judged by the standard's tables elsewhere.
-    EXPECT_TRUE(heard == WavFile(camera::decodeMuLaw(talk::MuLawEncode(tone(LENGTH))))) << heard.size() << " bytes";
+    EXPECT_TRUE(heard == wavFile(camera::decodeMuLaw(talk::encodeMuLaw(tone(LENGTH))))) << heard.size() << " bytes";
 }
 
 TEST(Talk, RefusalsAreUnderstood)
@@ -196,14 +196,16 @@ TEST(Talk, WhatIsNoWebServerIsSaid)
     uint16_t port = 0;
     const UniqueFd listener = BindToLoopback(SOCK_STREAM, port);
     ASSERT_EQ(listen(listener.Get(), 1), 0);
+    const TemporaryFolder folder;
+    const std::string file = folder.path("tone.wav"), output = folder.path("output");
     std::jthread other([&] {
         const UniqueFd client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        EXPECT_EQ(readFile(output), file + ": 0.1 s\n") << "what comes is said before it comes";
         send(client.Get(), "SSH-2.0-something\r\n", 19, MSG_NOSIGNAL);
     });
-    const TemporaryFolder folder;
-    camera::replaceFile(folder.path("tone.wav"), WavFile(tone(800)), 0644);
+    camera::replaceFile(file, wavFile(tone(800)), 0644);
     const std::string address = "127.0.0.1:" + std::to_string(port);
-    const Outcome outcome = runTalk({"--host", address, folder.path("tone.wav")});
+    const Outcome outcome = runTalk({"--host", address, file}, output);
     shutdown(listener.Get(), SHUT_RDWR);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.error, "kelpa-talk: " + address + ": what answers does not speak HTTP\n");
@@ -212,8 +214,9 @@ TEST(Talk, WhatIsNoWebServerIsSaid)
 TEST(Talk, MistakesAreExplained)
 {
     const TemporaryFolder folder;
-    const std::string stereo = folder.path("stereo.wav");
-    camera::replaceFile(stereo, WavFile(WavFormatChunk({.channels = 2}) + WavChunk("data", "abcd")), 0644);
+    const std::string stereo = folder.path("stereo.wav"), file = folder.path("tone.wav");
+    camera::replaceFile(file, wavFile(tone(800)), 0644);
+    camera::replaceFile(stereo, wavFile(wavFormatChunk({.channels = 2}) + wavChunk("data", "abcd")), 0644);
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -221,6 +224,8 @@ TEST(Talk, MistakesAreExplained)
     } cases[] = {
         {{stereo}, 1, "kelpa-talk: " + stereo + ": a WAV file with 2 channels; it has to be mono\n"},
         {{"/nonexistent.wav"}, 1, "kelpa-talk: /nonexistent.wav: No such file or directory\n"},
+        {{folder.path()}, 1, "kelpa-talk: " + folder.path() + ": Is a directory\n"},
+        {{"--host", "127.0.0.1:0", file}, 1, "kelpa-talk: 127.0.0.1:0: Connection refused\n"},
         {{}, 2, "Usage: kelpa-talk "},
         {{"a.wav", "b.wav"}, 2, "Usage: kelpa-talk "},
         {{"--loud", "a.wav"}, 2, "Usage: kelpa-talk "},

@@ -6,7 +6,7 @@
 
 /* WAV files, made piece by piece so that a test can damage each. */
 
-inline std::string LittleEndian(uint32_t value, size_t width)
+inline std::string littleEndian(uint32_t value, size_t width)
 {
     std::string bytes;
     for (size_t i = 0; i < width; ++i)
@@ -22,30 +22,30 @@ struct WavFormat {
     std::string extension = {}; ///< what stands behind the 16 bytes of a PCM format
 };
 
-inline std::string WavChunk(const std::string &name, const std::string &content)
+inline std::string wavChunk(const std::string &name, const std::string &content)
 {
-    return name + LittleEndian(static_cast<uint32_t>(content.size()), 4) + content +
+    return name + littleEndian(static_cast<uint32_t>(content.size()), 4) + content +
            std::string(content.size() % 2, '\0');
 }
 
-inline std::string WavFormatChunk(const WavFormat &format)
+inline std::string wavFormatChunk(const WavFormat &format)
 {
     const uint32_t frame = format.channels * format.bits / 8U;
-    return WavChunk("fmt ", LittleEndian(format.tag, 2) + LittleEndian(format.channels, 2) +
-                                LittleEndian(format.sampleRate, 4) + LittleEndian(format.sampleRate * frame, 4) +
-                                LittleEndian(frame, 2) + LittleEndian(format.bits, 2) + format.extension);
+    return wavChunk("fmt ", littleEndian(format.tag, 2) + littleEndian(format.channels, 2) +
+                                littleEndian(format.sampleRate, 4) + littleEndian(format.sampleRate * frame, 4) +
+                                littleEndian(frame, 2) + littleEndian(format.bits, 2) + format.extension);
 }
 
-inline std::string WavFile(const std::string &chunks)
+inline std::string wavFile(const std::string &chunks)
 {
-    return "RIFF" + LittleEndian(static_cast<uint32_t>(chunks.size() + 4), 4) + "WAVE" + chunks;
+    return "RIFF" + littleEndian(static_cast<uint32_t>(chunks.size() + 4), 4) + "WAVE" + chunks;
 }
 
 /** A good file of 16-bit samples. */
-inline std::string WavFile(const std::vector<int16_t> &samples)
+inline std::string wavFile(const std::vector<int16_t> &samples)
 {
     std::string data;
     for (const int16_t sample : samples)
-        data += LittleEndian(static_cast<uint16_t>(sample), 2);
-    return WavFile(WavFormatChunk({}) + WavChunk("data", data));
+        data += littleEndian(static_cast<uint16_t>(sample), 2);
+    return wavFile(wavFormatChunk({}) + wavChunk("data", data));
 }
