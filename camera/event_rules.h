@@ -37,8 +37,10 @@ struct Sensed {
     std::uint32_t inputs = 0;
 };
 
+/** What sets off an event slot: a motion window, an input, the time between two snapshots, a time of the week. */
 enum class EventTrigger { None, Motion, Input, Sequence, Reboot };
 
+/** What an event slot says. */
 struct EventRule {
     bool enabled = false;
     EventTrigger trigger = EventTrigger::None;
@@ -52,6 +54,7 @@ struct EventRule {
     [[nodiscard]] bool rebootDue(CameraClock::LocalTime before, CameraClock::LocalTime now) const;
 };
 
+/** Reads what slot 0 to 3 says right now. */
 [[nodiscard]] EventRule readEventRule(const Store &store, int slot);
 
 } // namespace camera
