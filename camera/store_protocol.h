@@ -20,8 +20,11 @@
 namespace camera
 {
 
-/** The longest request that is looked at; the daemon sends at most 2047 bytes. */
-inline constexpr size_t STORE_MAX_REQUEST = 65536;
+/**
+ * The longest request that is looked at; the daemon sends at most 2047 bytes. It is less than what a stream socket
+ * of this machine delivers at a time, so a longer one is seen to be too long at once.
+ */
+inline constexpr size_t STORE_MAX_REQUEST = 16384;
 
 /** Asks for values. */
 struct StoreGet {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -223,6 +224,48 @@ TEST(Camera, StartThatCannotBeIsExplained)
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200) << "the refused one must not harm the running one";
     EXPECT_NE(runCamera("--root /tmp/" + std::string(100, 'x')).find("too long"), std::string::npos);
     EXPECT_NE(runCamera("--listen 8080").find("--listen takes ADDRESS:PORT"), std::string::npos);
+
+    const TemporaryFolder folder;
+    std::ofstream(folder.path("mine")) << "something else";
+    EXPECT_NE(runCamera("--root " + folder.path()).find("neither empty nor a camera's"), std::string::npos);
+    fs::remove(folder.path("mine"));
+    EXPECT_NE(runCamera("--kelpa /nonexistent --root " + folder.path()).find("/nonexistent: No such file"),
+              std::string::npos);
+    fs::create_directory(folder.path("etc"));
+    std::ofstream(folder.path("etc/accountmgr.conf")) << "groups=admin\n";
+    std::ofstream(folder.path("etc/configer.db")) << "no database at all";
+    const std::string said = runCamera("--root " + folder.path());
+    EXPECT_NE(said.find(folder.path() + "/etc/configer.db: "), std::string::npos) << said;
+    EXPECT_NE(said.find("remove it"), std::string::npos) << said;
+}
+
+TEST(Camera, ADaemonThatCannotStartIsQuoted)
+{
+    const TemporaryFolder folder;
+    const std::string program = folder.path("daemon");
+    std::ofstream(program) << "#!/bin/sh\necho these were its last words\nexit 1\n";
+    fs::permissions(program, fs::perms::owner_all);
+    CameraProcess camera({"--kelpa", program});
+    camera.waitForOutput(
+        "ended with status 1; it is started again in 100 ms\nIt said last:\nthese were its last words\n");
+}
+
+TEST(Camera, AClientTooManyIsToldSo)
+{
+    const CameraProcess camera({"--kelpa", "/bin/false"});
+    std::vector<FileDescriptor> silent(400);
+    for (FileDescriptor &client : silent)
+        client = camera.send("");
+    EXPECT_EQ(statusOf(camera.get("/camera/state")), 503);
+}
+
+TEST(Camera, StateIsBoundedWhateverTheStoreCounts)
+{
+    const CameraProcess camera;
+    camera.setInStore("capability_ndi=999999999&capability_ndo=-1&capability_nmotion=999999999");
+    EXPECT_EQ(camera.state()["inputs"].size(), 32U);
+    EXPECT_EQ(camera.state()["outputs"].size(), 0U);
+    EXPECT_EQ(camera.state()["motion"].size(), 32U);
 }
 
 TEST(Camera, StoreOutlivesHostileClients)
