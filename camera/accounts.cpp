@@ -1,5 +1,6 @@
 #include "camera/accounts.h"
 
+#include "camera/control_characters.h"
 #include "camera/file_descriptor.h"
 #include "camera/files.h"
 
@@ -20,7 +21,7 @@ namespace
 {
 
 constexpr std::string_view GROUPS[] = {GROUP_ADMIN, GROUP_OPERATOR, GROUP_VIEW};
-constexpr size_t MAX_NAME = 64;
+constexpr size_t MAX_USER_NAME = 64;
 constexpr size_t MAX_PASSWORD = 63;
 constexpr int FIRST_UID = 1000;
 constexpr int FIRST_GID = 100;
@@ -143,16 +144,11 @@ std::string freeUid(Table &passwd)
     return std::to_string(uid);
 }
 
-bool holdsControlCharacter(std::string_view text)
-{
-    return std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
-}
-
 void checkName(std::string_view name)
 {
     // ":" ends a field of the files, "," a member of a group, and "/" would lead out of a folder named after a
     // user.
-    if (name.empty() || name.size() > MAX_NAME || holdsControlCharacter(name) ||
+    if (name.empty() || name.size() > MAX_USER_NAME || holdsControlCharacter(name) ||
         name.find_first_of(":,/") != std::string_view::npos || name.front() == '-' || name.front() == ' ' ||
         name.back() == ' ')
         throw AccountError("malformed user name");

@@ -37,7 +37,7 @@ constexpr size_t SELECTOR_LENGTH = 11;
 constexpr std::chrono::milliseconds CHECK_PAUSE(50);
 constexpr std::chrono::seconds FAILURE_PAUSE(1);
 constexpr std::chrono::seconds MAX_FAILURE_PAUSE(8);
-constexpr std::chrono::seconds MAX_WAIT(12);
+constexpr std::chrono::seconds MAX_TURN_WAIT(12);
 constexpr std::chrono::seconds FORGET_TIME(60);
 constexpr size_t MAX_OFFENDERS = 1000;
 
@@ -156,7 +156,7 @@ asio::awaitable<std::optional<HttpResponse>> Authenticator::check(const HttpHead
         const bool allowed = co_await waitForTurn(peer);
         if (!allowed) {
             HttpResponse response = plainResponse(429);
-            response.headers["Retry-After"] = std::to_string(MAX_WAIT.count());
+            response.headers["Retry-After"] = std::to_string(MAX_TURN_WAIT.count());
             co_return response;
         }
         const std::string hash = account ? account->hash : std::string();
@@ -186,7 +186,7 @@ asio::awaitable<bool> Authenticator::isRight(const Credentials &credentials, con
 
 asio::awaitable<bool> Authenticator::waitForTurn(const std::string &peer)
 {
-    const Clock::time_point latest = Clock::now() + MAX_WAIT;
+    const Clock::time_point latest = Clock::now() + MAX_TURN_WAIT;
     for (;;) {
         const Clock::time_point now = Clock::now();
         Offender &offender = offenders_[peer];

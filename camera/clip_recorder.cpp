@@ -13,7 +13,7 @@ using Mode = RecordingPlan::Mode;
 /** What the pictures from before an event may take of the memory. */
 constexpr std::uint64_t MAX_BEFORE_BYTES = 32U << 20;
 /** A full disk does not become empty from one picture to the next. */
-constexpr std::chrono::seconds RETRY_TIME(10);
+constexpr std::chrono::seconds RECORD_RETRY_TIME(10);
 
 } // namespace
 
@@ -86,7 +86,7 @@ void ClipRecorder::fail(Time now)
     if (!recording())
         return;
     end(now);
-    retryAt_ = now + RETRY_TIME;
+    retryAt_ = now + RECORD_RETRY_TIME;
 }
 
 bool ClipRecorder::wantsPictures() const

@@ -25,7 +25,7 @@ namespace
 
 /** The daemon takes one message per round of its loop; that many may wait for it. */
 constexpr size_t MAX_WAITING_EVENTS = 1024;
-constexpr std::chrono::milliseconds RETRY_TIME(5);
+constexpr std::chrono::milliseconds SEND_RETRY_TIME(5);
 
 class EventManager : public Neighbour
 {
@@ -60,7 +60,7 @@ class EventManager : public Neighbour
     {
         while (!waiting_.empty()) {
             if (!send(waiting_.front())) {
-                retry_.expires_after(RETRY_TIME);
+                retry_.expires_after(SEND_RETRY_TIME);
                 return retry_.async_wait([this](const boost::system::error_code &error) {
                     if (!error)
                         sendWaiting();

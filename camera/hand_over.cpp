@@ -18,7 +18,7 @@ using Descriptor = asio::posix::stream_descriptor;
 namespace
 {
 
-constexpr std::chrono::seconds MAX_WAIT(30);
+constexpr std::chrono::seconds MAX_QUEUE_WAIT(30);
 
 } // namespace
 
@@ -26,7 +26,7 @@ HandOver::HandOver(asio::io_context &io, std::string socketPath) : io_(io), sock
 
 asio::awaitable<bool> HandOver::deliver(const HttpHead &head, const std::string &body, const FileDescriptor &client)
 {
-    Request request{head, body, client.get(), asio::steady_timer(io_, MAX_WAIT)};
+    Request request{head, body, client.get(), asio::steady_timer(io_, MAX_QUEUE_WAIT)};
     waiting_.push_back(&request);
     if (!waitsForRoom_)
         deliverWaiting();

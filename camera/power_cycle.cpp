@@ -13,7 +13,7 @@ namespace
 
 /** From the moment when nothing runs any more to the start of the daemon. */
 constexpr std::chrono::milliseconds BOOT_TIME(3000);
-constexpr std::chrono::milliseconds RETRY_TIME(500);
+constexpr std::chrono::milliseconds LISTEN_RETRY_TIME(500);
 
 } // namespace
 
@@ -74,7 +74,7 @@ void PowerCycle::openDoors()
         down_ = false;
     } catch (const std::system_error &error) {
         std::cerr << "kelpa-camera: " << error.what() << "\n";
-        after(RETRY_TIME, &PowerCycle::openDoors);
+        after(LISTEN_RETRY_TIME, &PowerCycle::openDoors);
     }
 }
 

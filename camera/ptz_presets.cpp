@@ -1,5 +1,6 @@
 #include "camera/ptz_presets.h"
 
+#include "camera/control_characters.h"
 #include "camera/ptz_command.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace
 
 constexpr int PLACES = 20;
 /** The preset list takes a longer name for none. */
-constexpr size_t MAX_NAME = 47;
+constexpr size_t MAX_PRESET_NAME = 47;
 constexpr int NONE = -1;
 
 std::string nameKey(int place)
@@ -26,7 +27,7 @@ std::string positionKey(int place)
     return "camctrl_c0_preset_i" + std::to_string(place) + "_position";
 }
 
-std::string toText(const View &view)
+std::string positionText(const View &view)
 {
     char text[96];
     snprintf(text, sizeof text, "%.6f,%.6f,%.6f", view.pan, view.tilt, view.zoom);
@@ -71,15 +72,14 @@ View PtzPresets::find(std::string_view name) const
 
 void PtzPresets::keep(const std::string &name, const View &view)
 {
-    const auto isControl = [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 127; };
-    if (name.empty() || name.size() > MAX_NAME || std::ranges::any_of(name, isControl))
+    if (name.empty() || name.size() > MAX_PRESET_NAME || holdsControlCharacter(name))
         throw PtzError("no name for a preset: " + name);
     int place = placeOf(name);
     if (place == NONE)
         place = placeOf("");
     if (place == NONE)
         throw PtzError("no place left for the preset " + name);
-    const Setting settings[] = {{nameKey(place), name}, {positionKey(place), toText(view)}};
+    const Setting settings[] = {{nameKey(place), name}, {positionKey(place), positionText(view)}};
     store_.set(settings);
 }
 

@@ -34,7 +34,7 @@ size</li>
 )";
 
 /** JSON keeps the invalid UTF-8 that a setting may hold as a replacement character. */
-std::string toText(const nlohmann::json &value)
+std::string indented(const nlohmann::json &value)
 {
     return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
@@ -50,7 +50,7 @@ class StatePage : public Neighbour
                                   {"root", around.root.folder()}};
         });
         around.router.add("GET", "/camera/state", [&around](const OwnRequest &) {
-            return HttpResponse{.contentType = "application/json", .body = toText(around.state.collect())};
+            return HttpResponse{.contentType = "application/json", .body = indented(around.state.collect())};
         });
         around.router.add("GET", "/", [](const OwnRequest &) {
             return HttpResponse{.contentType = "text/html; charset=utf-8", .body = std::string(INDEX_PAGE)};

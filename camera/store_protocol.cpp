@@ -1,5 +1,7 @@
 #include "camera/store_protocol.h"
 
+#include "camera/control_characters.h"
+
 #include <algorithm>
 
 namespace camera
@@ -27,11 +29,6 @@ bool isKey(std::string_view text)
     return !text.empty() && std::ranges::all_of(text, [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
     });
-}
-
-bool holdsControlCharacter(std::string_view text)
-{
-    return std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
 }
 
 StoreRequest parseGet(std::string_view text)

@@ -14,7 +14,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-std::string toText(Resolution resolution)
+std::string sizeText(Resolution resolution)
 {
     return std::to_string(resolution.width) + "x" + std::to_string(resolution.height);
 }
@@ -131,7 +131,7 @@ nlohmann::json StreamChannel::state()
                            {"frames_dropped", dropped}};
     if (const std::optional<StreamProfile> profile = readProfile(around_.store, profile_)) {
         line["codec"] = profile->codec;
-        line["resolution"] = toText(profile->resolution);
+        line["resolution"] = sizeText(profile->resolution);
     }
     return line;
 }

@@ -30,7 +30,7 @@ namespace
 {
 
 /** More clients than that are refused: each costs a descriptor and up to two pictures. */
-constexpr size_t MAX_CLIENTS = 100;
+constexpr size_t MAX_WATCHERS = 100;
 /** A hand-back is at most four texts of 512 bytes. */
 constexpr size_t MAX_HAND_BACK = 2048;
 
@@ -98,7 +98,7 @@ class Streams : public Neighbour, private PictureSource
         const int profile = asked && *asked == 0 ? firstMotionJpegProfile(around_.store) : asked.value_or(0);
         if (profile == 0 || !readProfile(around_.store, profile) || !isStreamSocket(client.get()))
             return;
-        if (clientCount() == MAX_CLIENTS) {
+        if (clientCount() == MAX_WATCHERS) {
             const std::string refusal = serialise(plainResponse(503));
             [[maybe_unused]] const ssize_t sent =
                 send(client.get(), refusal.data(), refusal.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
