@@ -45,7 +45,8 @@ run() {
     fi
 }
 
-build release && run release build
+# A new folder is built as fast as it can be; one that somebody works in stays as it is, fast after a change.
+if [ -d build ]; then build release; else build release -DKELPA_UNITY=ON; fi && run release build
 build asan && run asan build-asan
 # Threads are the daemon's affair: this build does without the virtual camera.
 build tsan -DKELPA_CAMERA=OFF -- --target kelpa thread_tests && run tsan build-tsan -L '^tsan$'
