@@ -83,14 +83,7 @@ void runCamera(const Options &options)
     const CameraClock clock(store);
 
     asio::io_context io;
-    Surroundings around{.io = io,
-                        .root = root,
-                        .store = store,
-                        .clock = clock,
-                        .router = {},
-                        .state = {},
-                        .events = {},
-                        .daemonReady = {}};
+    Surroundings around{.io = io, .root = root, .store = store, .clock = clock};
     const Neighbourhood neighbours(around);
     Supervisor supervisor(around, {.program = options.daemon, .verbose = options.verbose});
     WebServer server(around, std::move(listening),

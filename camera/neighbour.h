@@ -82,10 +82,10 @@ struct Surroundings {
     const RootFolder &root;
     Store &store;
     const CameraClock &clock;
-    Router router;
-    StateBoard state;
-    Signal<const CameraEvent &> events;
-    Signal<> daemonReady;
+    Router router = {};
+    StateBoard state = {};
+    Signal<const CameraEvent &> events = {};
+    Signal<> daemonReady = {};
     Signal<const std::string &> rebootWanted = {}; ///< emit it, with the reason, to restart the camera
     Signal<> powerOff = {};                        ///< the camera goes down for a restart: close what is open
     Signal<> powerOn = {};                         ///< it comes up again

@@ -108,14 +108,7 @@ class RecorderTest : public testing::Test, protected PictureSource
     CameraClock clock{store};
     boost::asio::io_context io;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{io.get_executor()};
-    Surroundings around{.io = io,
-                        .root = root,
-                        .store = store,
-                        .clock = clock,
-                        .router = {},
-                        .state = {},
-                        .events = {},
-                        .daemonReady = {}};
+    Surroundings around{.io = io, .root = root, .store = store, .clock = clock};
     EventLog log{clock};
     FileWorker worker{io};
     Recorder recorder{around, worker, log};

@@ -127,7 +127,9 @@ TEST_F(Dispatch, DoesNothingForAnIndexOutsideTheTables)
     for (const int32_t index : {-1, 0, 24, 27, INT32_MIN, INT32_MAX}) {
         *slot = {};
         slot->iMappingIndex = index;
-        EXPECT_EQ(index == 24 ? 0 : Dispatch_RunSet(*slot), 0); // the last change, behind the last read
+        if (index != 24) { // behind the last read, but a change
+            EXPECT_EQ(Dispatch_RunSet(*slot), 0);
+        }
         EXPECT_EQ(Dispatch_RunGet(*slot), 0);
         TextBuffer<16> body;
         Dispatch_Compose(body, *slot);
