@@ -1,14 +1,12 @@
 #include "camera/talk/wav.h"
 
-#include "camera/file_descriptor.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
+#include <cstdio>
+#include <memory>
 #include <optional>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace talk
 {
@@ -138,13 +136,12 @@ std::vector<int16_t> parseWav(std::string_view file)
 
 std::vector<int16_t> readWavFile(const std::string &path)
 {
-    const camera::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "rbe"), std::fclose);
     std::string bytes;
     char piece[65536];
-    ssize_t got = -1;
-    while (file.valid() && (got = read(file.get(), piece, sizeof piece)) > 0)
-        bytes.append(piece, static_cast<size_t>(got));
-    if (got < 0)
+    while (const size_t got = file ? std::fread(piece, 1, sizeof piece, file.get()) : 0)
+        bytes.append(piece, got);
+    if (!file || std::ferror(file.get()) != 0)
         throw std::runtime_error(std::strerror(errno));
     return parseWav(bytes);
 }
