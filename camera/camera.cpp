@@ -1,12 +1,12 @@
 #include "camera/camera.h"
 
-#include "camera/accounts.h"
-#include "camera/factory_defaults.h"
-#include "camera/neighbours.h"
-#include "camera/power_cycle.h"
-#include "camera/root_folder.h"
-#include "camera/supervisor.h"
-#include "camera/web_server.h"
+#include "camera/accounts/accounts.h"
+#include "camera/base/root_folder.h"
+#include "camera/store/factory_defaults.h"
+#include "camera/supervisor/power_cycle.h"
+#include "camera/supervisor/supervisor.h"
+#include "camera/surroundings/neighbours.h"
+#include "camera/web/web_server.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>

@@ -3,10 +3,10 @@
  * status only. It works on the files below KELPA_ROOT and then has the daemon read them again.
  */
 
-#include "camera/account_request.h"
-#include "camera/accounts.h"
-#include "camera/files.h"
-#include "camera/root_folder.h"
+#include "camera/accounts/account_request.h"
+#include "camera/accounts/accounts.h"
+#include "camera/base/files.h"
+#include "camera/base/root_folder.h"
 #include "platform/path.h"
 
 #include <csignal>

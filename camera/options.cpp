@@ -1,7 +1,7 @@
 #include "camera/options.h"
 
-#include "camera/files.h"
-#include "camera/root_folder.h"
+#include "camera/base/files.h"
+#include "camera/base/root_folder.h"
 
 #include <boost/asio/ip/address.hpp>
 #include <charconv>

@@ -1,7 +1,7 @@
 // A datagram that the resolver takes for an answer to its query 0xA55A. Input: the datagram.
 
+#include "daemon/netutil/dns_message.h"
 #include "fuzz/environment.h"
-#include "netutil/dns_message.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/session.h"
+#include "daemon/session/session.h"
 #include "tests/fakes/fake_store.h"
 #include "tests/fakes/in_process_server.h"
 

@@ -1,10 +1,10 @@
 // A request's road from dispatch to its reply, the store's answers being what they are. Input: the URL on a line of
 // its own, then the query string; a URL that begins with "!" has the text in its body.
 
-#include "dispatch/dispatch.h"
+#include "daemon/base/text_builder.h"
+#include "daemon/dispatch/dispatch.h"
+#include "daemon/reply/composer.h"
 #include "fuzz/environment.h"
-#include "reply/composer.h"
-#include "text/builder.h"
 
 #include <memory>
 

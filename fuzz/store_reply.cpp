@@ -1,11 +1,11 @@
 // What the configuration store answers, through the GET routine of a family into its reply. Input: the GET index on
 // a line of its own, then the answer to every request.
 
-#include "dispatch/dispatch.h"
+#include "daemon/base/text_builder.h"
+#include "daemon/base/text_finder.h"
+#include "daemon/dispatch/dispatch.h"
+#include "daemon/reply/composer.h"
 #include "fuzz/environment.h"
-#include "reply/composer.h"
-#include "text/builder.h"
-#include "text/finder.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds every include of the project's own files against the layers in layers.txt; see there for the rules.
+"""Holds every include of the project's own files against the folders in layers.txt; see there for the rules.
 
 check_layers.py [TOP]   TOP is the folder to check, by default the one above this file.
 """
@@ -11,57 +11,53 @@ from pathlib import Path, PurePosixPath
 TOP = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).parent.parent).resolve()
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 SOURCES = {".h", ".c", ".cpp"}
+TABLES = "daemon/dispatch/tables.cpp"
+APART = {"camera", "talk"}  # include themselves and platform/ only
+CHECKING = {"tests", "fuzz"}  # may look into a family's own files
 
 
-def read_layers():
-    """The sections in order, each a name with the regular expressions of its patterns."""
-    sections = []
-    for number, line in enumerate((TOP / "tools/layers.txt").read_text().splitlines(), 1):
-        line = line.split("#")[0].strip()
-        if line.startswith("["):
-            sections.append((line.strip("[]"), []))
-        elif line and sections:
-            pattern = re.escape(line).replace(r"\*\*", ".*").replace(r"\*", "[^/]*")
-            sections[-1][1].append(re.compile(pattern))
-        elif line:
-            sys.exit(f"layers.txt:{number}: a pattern before the first section")
-    return sections
-
-
-def matches(patterns, path):
-    return any(pattern.fullmatch(path) for pattern in patterns)
+def includes(path):
+    """The project's files that a file includes, as paths below TOP."""
+    for included in INCLUDE.findall((TOP / path).read_text()):
+        beside = PurePosixPath(path).parent / included
+        yield beside.as_posix() if (TOP / beside).is_file() else included
 
 
 class Layers:
-    def __init__(self):
-        sections = read_layers()
-        self.shared = [p for name, patterns in sections if name == "shared" for p in patterns]
-        self.sections = [section for section in sections if section[0] != "shared"]
+    """What layers.txt says: the order of the folders, and which of them hold families."""
 
-    def of(self, path):
-        """"0" to "6", "camera" or "anything"; None for a file without a layer."""
-        return next((name.split()[0] for name, patterns in self.sections if matches(patterns, path)), None)
+    def __init__(self):
+        self.rows = []
+        for line in (TOP / "tools/layers.txt").read_text().splitlines():
+            if words := line.split("#")[0].split():
+                self.rows.append((words[0], "families" in words[1:]))
+        self.families = {PurePosixPath(header).with_suffix("") for header in includes(TABLES)}
+
+    def row(self, path):
+        """The position of the file's folder in the list; None for a folder that is not in it."""
+        folder = PurePosixPath(path).parent
+        names = {folder.as_posix(), f"{folder.parent}/*"}
+        return next((i for i, (name, _) in enumerate(self.rows) if name in names), None)
+
+    def holds_families(self, path):
+        return self.rows[self.row(path)][1]
 
     def complaint(self, path, included):
         """Why the file must not include the other one, or None when it may."""
-        layer, other = self.of(path), self.of(included)
-        if other is None:
-            return "has no layer"
-        if layer == "anything":
-            return None
-        if other == "anything":
-            return "is not for anybody else"
-        if layer == "camera":
-            return None if other == "camera" or included.startswith("platform/") else "is the daemon's own"
-        if other == "camera":
-            return "is the virtual camera's"
-        if other > layer:
-            return f"is of layer {other}, above {layer}"
-        if layer == other == "3":
-            here, there = PurePosixPath(path), PurePosixPath(included)
-            same_family = here.with_suffix("") == there.with_suffix("")
-            if not same_family and not (here.parent == there.parent and matches(self.shared, included)):
-                return "is another family's"
+        here, there = PurePosixPath(path), PurePosixPath(included)
+        is_family = there.with_suffix("") in self.families
+        if self.row(included) is None:
+            return "is in a folder that layers.txt does not list"
+        if here.parts[0] in APART and there.parts[0] not in {here.parts[0], "platform"}:
+            return f"is not for {here.parts[0]}/"
+        if here.parent == there.parent:
+            siblings = self.holds_families(path) and is_family and here.with_suffix("") != there.with_suffix("")
+            return "is another family" if siblings else None
+        if self.row(included) >= self.row(path):
+            return f"is not below {here.parent}/"
+        looks_inside = self.holds_families(path) or not is_family
+        if here.parts[0] not in CHECKING and self.holds_families(included) and looks_inside:
+            return f"is for {there.parent}/ only"
         return None
 
 
@@ -71,13 +67,10 @@ def main():
     paths = sorted(p.relative_to(TOP).as_posix() for p in TOP.rglob("*") if p.suffix in SOURCES)
     paths = [p for p in paths if not re.match(r"build[^/]*/|\.", p)]
     for path in paths:
-        if layers.of(path) is None:
-            complaints.append(f"{path}: has no layer in tools/layers.txt")
+        if layers.row(path) is None:
+            complaints.append(f"{path}: its folder is not in tools/layers.txt")
             continue
-        for included in INCLUDE.findall((TOP / path).read_text()):
-            beside = PurePosixPath(path).parent / included
-            if (TOP / beside).is_file():
-                included = beside.as_posix()
+        for included in includes(path):
             if not (TOP / included).is_file():
                 complaints.append(f'{path}: there is no "{included}"')
             elif (why := layers.complaint(path, included)) is not None:

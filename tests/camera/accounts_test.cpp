@@ -1,7 +1,7 @@
-#include "camera/account_request.h"
-#include "camera/accounts.h"
-#include "camera/authentication.h"
-#include "camera/files.h"
+#include "camera/accounts/account_request.h"
+#include "camera/accounts/accounts.h"
+#include "camera/base/files.h"
+#include "camera/web/authentication.h"
 #include "temporary_folder.h"
 
 #include <gtest/gtest.h>

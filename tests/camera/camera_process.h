@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/file_descriptor.h"
+#include "camera/base/file_descriptor.h"
 #include "temporary_folder.h"
 
 #include <chrono>

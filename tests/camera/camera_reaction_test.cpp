@@ -1,5 +1,5 @@
-#include "camera/avi_writer.h"
-#include "camera/files.h"
+#include "camera/base/files.h"
+#include "camera/neighbours/event_engine/avi_writer.h"
 #include "camera_process.h"
 #include "tests/fakes/test_camera.h"
 

@@ -1,6 +1,6 @@
-#include "camera/clock.h"
-#include "camera/event_rules.h"
-#include "camera/output_commands.h"
+#include "camera/neighbours/digital_io/output_commands.h"
+#include "camera/neighbours/event_engine/event_rules.h"
+#include "camera/store/clock.h"
 #include "temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "camera/root_folder.h"
+#include "camera/base/root_folder.h"
 #include "camera_process.h"
 #include "platform/fdcgi.h"
 #include "tests/fakes/audio_stream.h"

@@ -1,4 +1,4 @@
-#include "camera/http_message.h"
+#include "camera/http/http_message.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/canvas.h"
+#include "camera/picture/canvas.h"
 
 #include <string_view>
 

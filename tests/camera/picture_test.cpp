@@ -1,6 +1,6 @@
-#include "camera/jpeg.h"
-#include "camera/picture.h"
-#include "camera/picture_font.h"
+#include "camera/picture/jpeg.h"
+#include "camera/picture/picture.h"
+#include "camera/picture/picture_font.h"
 #include "jpeg_reader.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
-#include "camera/ptz_command.h"
-#include "camera/ptz_head.h"
-#include "camera/ptz_presets.h"
+#include "camera/neighbours/ptz/ptz_command.h"
+#include "camera/neighbours/ptz/ptz_head.h"
+#include "camera/neighbours/ptz/ptz_presets.h"
 #include "temporary_folder.h"
 
 #include <cmath>

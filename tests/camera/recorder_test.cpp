@@ -1,6 +1,6 @@
-#include "camera/clip_settings.h"
-#include "camera/recorder.h"
-#include "camera/root_folder.h"
+#include "camera/base/root_folder.h"
+#include "camera/neighbours/event_engine/clip_settings.h"
+#include "camera/neighbours/event_engine/recorder.h"
 #include "temporary_folder.h"
 
 #include <boost/asio/executor_work_guard.hpp>

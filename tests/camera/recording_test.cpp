@@ -1,8 +1,8 @@
-#include "camera/avi_writer.h"
-#include "camera/bounded_folder.h"
-#include "camera/clip_recorder.h"
-#include "camera/files.h"
-#include "camera/jpeg.h"
+#include "camera/base/bounded_folder.h"
+#include "camera/base/files.h"
+#include "camera/neighbours/event_engine/avi_writer.h"
+#include "camera/neighbours/event_engine/clip_recorder.h"
+#include "camera/picture/jpeg.h"
 #include "temporary_folder.h"
 
 #include <filesystem>

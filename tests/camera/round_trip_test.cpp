@@ -1,4 +1,4 @@
-#include "camera/factory_defaults.h"
+#include "camera/store/factory_defaults.h"
 #include "tests/fakes/test_camera.h"
 
 #include <algorithm>

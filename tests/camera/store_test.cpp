@@ -1,7 +1,7 @@
-#include "camera/factory_defaults.h"
-#include "camera/files.h"
-#include "camera/store.h"
-#include "camera/store_protocol.h"
+#include "camera/base/files.h"
+#include "camera/neighbours/store/store_protocol.h"
+#include "camera/store/factory_defaults.h"
+#include "camera/store/store.h"
 #include "temporary_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/file_descriptor.h"
+#include "camera/base/file_descriptor.h"
 #include "camera_process.h"
 #include "jpeg_reader.h"
 

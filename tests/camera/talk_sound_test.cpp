@@ -1,8 +1,8 @@
-#include "camera/audio_message.h"
-#include "camera/talk/connection.h"
-#include "camera/talk/mulaw.h"
-#include "camera/talk/speaker.h"
-#include "camera/talk/wav.h"
+#include "camera/neighbours/audio_decoder/audio_message.h"
+#include "talk/connection.h"
+#include "talk/mulaw.h"
+#include "talk/speaker.h"
+#include "talk/wav.h"
 #include "tests/fakes/audio_stream.h"
 #include "wav_bytes.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "netutil/clock.h"
+#include "daemon/base/clock.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "netutil/remote_ports.h"
+#include "daemon/netutil/remote_ports.h"
 #include "tests/fakes/dns_bytes.h"
 #include "tests/fakes/service_thread.h"
 

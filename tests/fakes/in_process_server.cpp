@@ -1,6 +1,6 @@
 #include "tests/fakes/in_process_server.h"
 
-#include "server/globals.h"
+#include "daemon/session/globals.h"
 #include "tests/fakes/test_camera.h"
 
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/server.h"
+#include "daemon/server/server.h"
 #include "tests/fakes/client_side.h"
 #include "tests/fakes/fake_clock.h"
 #include "tests/fakes/fake_store.h"

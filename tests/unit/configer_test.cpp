@@ -1,5 +1,5 @@
-#include "configer/configer.h"
-#include "configer/reply.h"
+#include "daemon/configer/configer.h"
+#include "daemon/configer/reply.h"
 #include "tests/fakes/fake_store.h"
 #include "tests/fakes/poisoned.h"
 #include "tests/fakes/temp_root.h"

@@ -1,4 +1,4 @@
-#include "dispatch/request_text.h"
+#include "daemon/request/request_text.h"
 #include "tests/fakes/poisoned.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "dispatch/dispatch.h"
+#include "daemon/dispatch/dispatch.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

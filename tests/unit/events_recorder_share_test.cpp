@@ -1,4 +1,4 @@
-#include "families/events/recorder_share.h"
+#include "daemon/families/events/recorder_share.h"
 #include "tests/fakes/in_process_server.h"
 #include "tests/fakes/poisoned.h"
 

@@ -1,5 +1,5 @@
-#include "families/events/schedule.h"
-#include "families/events/trigger.h"
+#include "daemon/families/events/schedule.h"
+#include "daemon/families/events/trigger.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "netutil/address.h"
-#include "netutil/text_case.h"
+#include "daemon/netutil/address.h"
+#include "daemon/netutil/text_case.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "netutil/dns_message.h"
+#include "daemon/netutil/dns_message.h"
 #include "tests/fakes/dns_bytes.h"
 
 #include <arpa/inet.h>

@@ -1,5 +1,5 @@
-#include "netutil/connectivity.h"
-#include "netutil/dns_resolver.h"
+#include "daemon/netutil/connectivity.h"
+#include "daemon/netutil/dns_resolver.h"
 #include "tests/fakes/fake_clock.h"
 #include "tests/fakes/fake_dns_server.h"
 #include "tests/fakes/temp_root.h"

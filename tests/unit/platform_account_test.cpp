@@ -1,6 +1,6 @@
+#include "daemon/base/text_builder.h"
 #include "platform/account.h"
 #include "tests/fakes/temp_root.h"
-#include "text/builder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "reply/composer.h"
-#include "reply/error.h"
+#include "daemon/reply/composer.h"
+#include "daemon/reply/error.h"
 #include "tests/fakes/replies.h"
 
 #include <cstring>

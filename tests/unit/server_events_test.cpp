@@ -1,5 +1,5 @@
-#include "notify/notify_stream.h"
-#include "server/globals.h"
+#include "daemon/notify/notify_stream.h"
+#include "daemon/session/globals.h"
 #include "tests/fakes/in_process_server.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-#include "server/pid_file.h"
-#include "server/version.h"
+#include "daemon/server/pid_file.h"
+#include "daemon/server/version.h"
 #include "tests/fakes/temp_root.h"
 
 #include <filesystem>

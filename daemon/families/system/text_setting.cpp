@@ -1,0 +1,109 @@
+#include "daemon/families/system/text_setting.h"
+
+#include "daemon/configer/pairs.h"
+#include "daemon/configer/reply.h"
+#include "daemon/request/request_text.h"
+
+#include <string_view>
+
+namespace
+{
+
+constexpr uint32_t TEXT_GIVEN = 0x1;
+
+struct TextSetting {
+    SetIndex eSetIndex;
+    const char *pcParser;        ///< names itself so in log lines
+    const char *pcRoutine;       ///< likewise
+    std::string_view requestKey; ///< also begins the line of the reply
+    std::string_view storeAsk;
+    std::string_view storeKey;
+};
+
+constexpr TextSetting CAMERA_INFO = {
+    SetIndex::CameraInfo, "Parser_CameraInfo_Set", "MappingGetRoutine_CameraInfo", "name=",
+    "layout_title_text&", "layout_title_text=",
+};
+constexpr TextSetting TIME_STAMP = {
+    SetIndex::TimeStamp, "Parser_TimeStamp_Set", "MappingGetRoutine_TimeStamp", "label=",
+    "videoin_c0_text&",  "videoin_c0_text=",
+};
+
+int Parse(SessionSlot &slot, const TextSetting &setting)
+{
+    std::string_view text;
+    if (Parser_Begin(slot, setting.eSetIndex, setting.pcParser, text) != 0)
+        return -1;
+    auto &param = Session_Param<TextSettingParam>(slot);
+    if (GetStringValueFromText(text, setting.requestKey, param.acText) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
+    param.uiSetMask |= TEXT_GIVEN;
+    return Session_Accept(slot);
+}
+
+int Read(SessionSlot &slot, const TextSetting &setting)
+{
+    ConfigerReply<1024> reply(setting.pcRoutine);
+    reply.Get({setting.storeAsk});
+    reply.Text(setting.storeKey, Session_Result<TextSettingResult>(slot).acText);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
+}
+
+int Write(SessionSlot &slot, const TextSetting &setting)
+{
+    const auto &param = Session_Param<TextSettingParam>(slot);
+    TextBuffer<1024> pairs;
+    if ((param.uiSetMask & TEXT_GIVEN) != 0) {
+        pairs.Add(setting.storeKey);
+        pairs.Add(param.acText);
+        pairs.Add("&");
+    }
+    return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed, StatusKind::InvalidParameter);
+}
+
+void Compose(TextBuilder &body, SessionSlot &slot, const TextSetting &setting)
+{
+    body.Line(setting.requestKey, Session_Result<TextSettingResult>(slot).acText);
+}
+
+} // namespace
+
+int Parser_CameraInfo_Set(SessionSlot &slot)
+{
+    return Parse(slot, CAMERA_INFO);
+}
+
+int MappingGetRoutine_CameraInfo(SessionSlot &slot)
+{
+    return Read(slot, CAMERA_INFO);
+}
+
+int MappingSetRoutine_CameraInfo(SessionSlot &slot)
+{
+    return Write(slot, CAMERA_INFO);
+}
+
+void Compose_CameraInfo(TextBuilder &body, SessionSlot &slot)
+{
+    Compose(body, slot, CAMERA_INFO);
+}
+
+int Parser_TimeStamp_Set(SessionSlot &slot)
+{
+    return Parse(slot, TIME_STAMP);
+}
+
+int MappingGetRoutine_TimeStamp(SessionSlot &slot)
+{
+    return Read(slot, TIME_STAMP);
+}
+
+int MappingSetRoutine_TimeStamp(SessionSlot &slot)
+{
+    return Write(slot, TIME_STAMP);
+}
+
+void Compose_TimeStamp(TextBuilder &body, SessionSlot &slot)
+{
+    Compose(body, slot, TIME_STAMP);
+}

@@ -1,0 +1,3 @@
+#include "daemon/netutil/remote_ports.h"
+
+NetUtility_RemotePorts g_tRemotePorts = {53, 80};

@@ -1,0 +1,80 @@
+#include "daemon/notify/notify_stream.h"
+
+#include "daemon/base/clock.h"
+#include "daemon/configer/reply.h"
+#include "daemon/session/globals.h"
+#include "platform/log.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/** A window that falls silent for less is still the same motion. */
+constexpr uint32_t MOTION_OFF_MS = 1500;
+constexpr uint32_t KEEP_ALIVE_MS = 25000;
+
+/** Says "on" once when a window becomes active, "off" once it has stayed inactive long enough. */
+void WriteMotionLines(TextBuilder &body, const NotifyState &state, NotifyStreamResult &stream)
+{
+    for (int32_t i = 0; i < std::min(state.iMotionNum, NOTIFY_MAX_MOTIONS); ++i) {
+        int32_t &iReported = stream.aiMotionReported[i];
+        if (state.aiMotionState[i] != 0) {
+            stream.auiMotionActiveTick[i] = NetUtility_GetTickMs();
+            if (iReported != 0)
+                continue;
+        } else if (iReported == 0 || NetUtility_IsTimeout(stream.auiMotionActiveTick[i], MOTION_OFF_MS) == 0) {
+            continue;
+        }
+        iReported = state.aiMotionState[i];
+        body.Addf("md%d=%s\r\n", i + 1, iReported != 0 ? "on" : "off");
+        stream.uiLastSentTick = NetUtility_GetTickMs();
+    }
+}
+
+/** Lists all inputs whenever one of them has changed. */
+void WriteInputLines(TextBuilder &body, const NotifyState &state, NotifyStreamResult &stream)
+{
+    if (state.iInputChangedFlag == 0)
+        return;
+    for (int32_t i = 0; i < std::min(state.iDINum, NOTIFY_MAX_INPUTS); ++i)
+        body.Addf("input%d=%s\r\n", i + 1, state.aiInputState[i] != 0 ? "on" : "off");
+    stream.uiLastSentTick = NetUtility_GetTickMs();
+}
+
+} // namespace
+
+int NotifyStream_Initial(NotifyState &state)
+{
+    state = {};
+    ConfigerReply<1024> reply(__func__);
+    reply.Get({"capability_ndi&", "capability_nmotion&"});
+    reply.Int("capability_ndi=", state.iDINum);
+    reply.Int("capability_nmotion=", state.iMotionNum);
+    if (reply.Failed()) {
+        Trace("[%s]NotifyStream Initial failed!\n", __func__);
+        return -1;
+    }
+    Trace("[%s]iDINum %d, iMotionNum %d\n", __func__, state.iDINum, state.iMotionNum);
+    return 0;
+}
+
+int MappingGetRoutine_NotifyStream(SessionSlot &slot)
+{
+    return Session_Succeed(slot);
+}
+
+void Compose_NotifyStream(TextBuilder &body, SessionSlot &slot)
+{
+    const NotifyState &state = g_tServerGlobals.tNotifyState;
+    auto &stream = Session_Result<NotifyStreamResult>(slot);
+    if (stream.uiLastSentTick == 0)
+        stream.uiLastSentTick = NetUtility_GetTickMs();
+    WriteMotionLines(body, state, stream);
+    WriteInputLines(body, state, stream);
+    if (NetUtility_IsTimeout(stream.uiLastSentTick, KEEP_ALIVE_MS) != 0) {
+        body.Clear();
+        body.Add("keep_alive\r\n");
+        stream.uiLastSentTick = NetUtility_GetTickMs();
+    }
+}

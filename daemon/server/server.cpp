@@ -1,0 +1,150 @@
+#include "daemon/server/server.h"
+
+#include "daemon/audio/audio_upstream.h"
+#include "daemon/base/clock.h"
+#include "daemon/netutil/network_restart.h"
+#include "daemon/notify/notify_stream.h"
+#include "daemon/server/event_endpoint.h"
+#include "daemon/session/accounts.h"
+#include "daemon/session/globals.h"
+#include "platform/log.h"
+#include "platform/path.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/select.h>
+
+ServerGlobals g_tServerGlobals;
+
+namespace
+{
+
+constexpr long SELECT_WAIT_US = 1000;
+
+int OpenEndpoint(const char *pcPath, FDCGI_Handle &handle, int32_t &iSocket)
+{
+    if (FDCGI_init(&handle, pcPath) != 0 || FDCGI_SetNonBlocking(handle) != 0)
+        return -1;
+    iSocket = FDCGI_GetSocketFd(handle);
+    return iSocket < FD_SETSIZE ? 0 : -1; // select(2) takes no higher one
+}
+
+int OpenEndpoints(KelpaFdServer &server, const char *pcSocketPath)
+{
+    if (OpenEndpoint(pcSocketPath, server.handOver, server.iHandOverSocket) != 0) {
+        Trace("[%s]FDCGI_init() failed\n", "KelpaFdServer_Initial");
+        return -1;
+    }
+    char acEventPath[EVENT_PATH_SIZE];
+    if (Path_Resolve(EVENT_PATH, acEventPath) != 0 ||
+        OpenEndpoint(acEventPath, server.event, server.iEventSocket) != 0) {
+        Trace("[%s]FDCGI_Emkelpa init() failed\n", "KelpaFdServer_Initial");
+        return -1;
+    }
+    return 0;
+}
+
+int Start(KelpaFdServer &server, const char *pcSocketPath)
+{
+    if (OpenEndpoints(server, pcSocketPath) != 0)
+        return -1;
+    for (SessionSlot &slot : server.atSessions)
+        slot.tRequest.iClientSocket = SOCKET_NONE;
+    if (KelpaFdServer_InitAccountManager() != 0 || NotifyStream_Initial(g_tServerGlobals.tNotifyState) != 0)
+        return -1;
+    if (AudioUpstream_Initial(g_tServerGlobals.tAudioUpstream) != 0) {
+        Trace("[%s]AudioUpstream_Create failed!\n", "KelpaFdServer_Initial");
+        return -1;
+    }
+    return 0;
+}
+
+void Release(KelpaFdServer *ptServer)
+{
+    if (ptServer->handOver != nullptr)
+        FDCGI_close(ptServer->handOver);
+    if (ptServer->event != nullptr)
+        FDCGI_close(ptServer->event);
+    free(ptServer);
+}
+
+void RestartNetworkWhenDue()
+{
+    ServerGlobals &globals = g_tServerGlobals;
+    if (globals.iNetworkRestart == 0 ||
+        NetUtility_IsTimeout(globals.uiNetworkRestartTick, NETWORK_RESTART_DELAY_MS) == 0)
+        return;
+    Trace("[%s]Restart network \n", "KelpaFdServer_Process");
+    globals.iNetworkRestart = 0;
+    globals.uiNetworkRestartTick = 0;
+    if (NetUtility_RestartNetwork() != 0)
+        Log_Crit("[%s]NetUtility_RestartNetwork failed\n", "KelpaFdServer_Process");
+}
+
+/** Waits for a connection or a message and takes what is there. Returns 0 or -1. */
+int TakeInput(KelpaFdServer *ptServer)
+{
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(ptServer->iHandOverSocket, &readable);
+    FD_SET(ptServer->iEventSocket, &readable);
+    timeval wait = {0, SELECT_WAIT_US};
+    const int iHighest = std::max(ptServer->iHandOverSocket, ptServer->iEventSocket);
+    if (select(iHighest + 1, &readable, nullptr, nullptr, &wait) <= 0) {
+        // Nothing to do: the time to let a reader see the traces, at no cost under load.
+        fflush(stdout);
+        return 0;
+    }
+    if (FD_ISSET(ptServer->iHandOverSocket, &readable) && KelpaFdServer_Accept(ptServer) != 0) {
+        Log_Crit("[%s]Accept fd failed\n", "KelpaFdServer_Process");
+        return -1;
+    }
+    if (FD_ISSET(ptServer->iEventSocket, &readable) && KelpaFdServer_HandleEventMsg(ptServer) != 0) {
+        Trace("[%s]KelpaFdServer_HandleEventMsg failed\n", "KelpaFdServer_Process");
+        return -1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int KelpaFdServer_Initial(KelpaFdServer **pptServer, const char *pcSocketPath)
+{
+    if (OSThread_KeyCreate() != 0 || pcSocketPath == nullptr)
+        return -1;
+    auto *ptServer = static_cast<KelpaFdServer *>(calloc(1, sizeof(KelpaFdServer)));
+    if (ptServer == nullptr)
+        return -1;
+    if (Start(*ptServer, pcSocketPath) != 0) {
+        Release(ptServer);
+        return -1;
+    }
+    *pptServer = ptServer;
+    return 0;
+}
+
+void KelpaFdServer_Destroy(KelpaFdServer *ptServer)
+{
+    Release(ptServer);
+    AudioUpstream_Release(g_tServerGlobals.tAudioUpstream);
+    OSThread_KeyDestroy();
+}
+
+int KelpaFdServer_Process(KelpaFdServer *ptServer)
+{
+    if (g_tServerGlobals.iReloadPassword != 0) {
+        g_tServerGlobals.iReloadPassword = 0;
+        KelpaFdServer_ReloadPassword();
+    }
+    RestartNetworkWhenDue();
+    if (TakeInput(ptServer) != 0)
+        return -1;
+    for (int32_t i = 0; i < MAX_SESSIONS; ++i)
+        if (ptServer->atSessions[i].tRequest.iClientSocket != SOCKET_NONE)
+            KelpaFdServer_Task(ptServer, i);
+    // Every open notify stream has seen the changes by now.
+    g_tServerGlobals.tNotifyState.iMotionFlag = 0;
+    g_tServerGlobals.tNotifyState.iInputChangedFlag = 0;
+    return 0;
+}

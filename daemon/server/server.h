@@ -1,0 +1,61 @@
+#pragma once
+
+#include "daemon/session/session.h"
+#include "platform/fdcgi.h"
+#include "platform/message.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/** Sessions at one time; one connection more is told that the service is unavailable. */
+inline constexpr int32_t MAX_SESSIONS = 30;
+/** Events taken from one message of the event manager. */
+inline constexpr int32_t MAX_EVENTS = 10;
+
+/** The pause after a socket had nothing to give or took nothing, in which the whole loop waits. */
+inline constexpr uint32_t AGAIN_SLEEP_MS = 100;
+
+/** The server object: one allocation for the life of the process. */
+struct KelpaFdServer {
+    FDCGI_Handle handOver; ///< requests from the web server
+    FDCGI_Handle event;    ///< messages from the event manager
+    char acEventBuffer[4096];
+    int32_t iEventSocket;
+    int32_t iHandOverSocket;
+    SessionSlot atSessions[MAX_SESSIONS];
+};
+
+/**
+ * Opens both endpoints, reads the accounts and what the store says of inputs and audio, and starts the audio
+ * upstream. Returns 0 with the server, which KelpaFdServer_Destroy releases, or -1 with everything released.
+ */
+[[nodiscard]] int KelpaFdServer_Initial(KelpaFdServer **pptServer, const char *pcSocketPath);
+/** Closes both endpoints, releases the server and the audio upstream. Sockets of busy sessions are left to exit. */
+void KelpaFdServer_Destroy(KelpaFdServer *ptServer);
+
+/**
+ * One round of the main loop: waits at most a millisecond, takes at most one connection and one event message,
+ * gives every busy session its time. Returns -1 when taking a connection or a message failed, else 0.
+ */
+int KelpaFdServer_Process(KelpaFdServer *ptServer);
+
+/** Takes one handed-over connection, or refuses it politely when all slots are busy; -1 when it could not be read.
+ */
+[[nodiscard]] int KelpaFdServer_Accept(KelpaFdServer *ptServer);
+/** Copies the request that was read last into a slot and chooses the slot's first state. */
+void KelpaFdServer_Accept_FDIPC(FDCGI_Handle handle, SessionSlot &slot);
+
+/** Takes one message from the event manager into the notify state. Returns 0, or what failed (-1 or recv's result).
+ */
+[[nodiscard]] int KelpaFdServer_HandleEventMsg(KelpaFdServer *ptServer);
+/** Reads a message's events; `*piCount` is the room in `ptRecords` and becomes their number. Returns 0 or -1. */
+[[nodiscard]] int KelpaFdServer_ParseEventMsg(const char *pcText, size_t length, EventRecord *ptRecords,
+                                              int32_t *piCount);
+
+/** Drives one session as far as it goes in this round. Returns 0. */
+int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot);
+/** Frees a slot: all zero, no socket. */
+void KelpaFdServer_ResetSlot(SessionSlot &slot);
+
+/** SIGTERM and SIGINT stop, SIGUSR1 reloads the accounts, SIGPIPE is ignored. Handlers only set flags. */
+void KelpaFdServer_SetupSignals();

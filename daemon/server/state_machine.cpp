@@ -1,0 +1,227 @@
+#include "daemon/base/clock.h"
+#include "daemon/base/zero_fill.h"
+#include "daemon/dispatch/dispatch.h"
+#include "daemon/reply/composer.h"
+#include "daemon/server/server.h"
+#include "platform/log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+/** A session that is not done by then is closed without a reply. */
+constexpr uint32_t SESSION_LIMIT_MS = 8000;
+constexpr uint32_t ROUND_BUDGET_MS = 1000;
+
+using StateRoutine = int (*)(KelpaFdServer *ptServer, int32_t iSlot);
+
+int KelpaFdServer_StateRoutine_Idle(KelpaFdServer *, int32_t)
+{
+    return 0;
+}
+
+/** A notify stream's client has nothing to say; whatever comes is thrown away. */
+void ReceiveOnStream(SessionSlot &slot)
+{
+    slot.iBufferLength = 0;
+    const ssize_t received = recv(slot.tRequest.iClientSocket, slot.acBuffer, sizeof slot.acBuffer, MSG_NOSIGNAL);
+    if (received != 0) {
+        slot.eState = SessionState::Compose;
+        return;
+    }
+    Trace("[%s]Recv FIN\n", "KelpaFdServer_StateRoutine_Receive");
+    slot.eState = SessionState::Finish;
+}
+
+/** Takes more of a request's body; it only completes the request on the wire, nobody reads it. */
+void ReceiveBody(SessionSlot &slot)
+{
+    const FDIPCInfo &request = slot.tRequest;
+    if (static_cast<uint32_t>(request.iContentLength) > sizeof slot.acBuffer) {
+        Log_Crit("[%s]ContentLength overflow\n", "KelpaFdServer_StateRoutine_Receive");
+        slot.eStatusKind = StatusKind::InternalError;
+        slot.eState = SessionState::Compose;
+        return;
+    }
+    const auto held = static_cast<size_t>(std::max(slot.iBufferLength, 0)); // intake may have left -1
+    const ssize_t received = recv(request.iClientSocket, slot.acBuffer + held, sizeof slot.acBuffer - held, 0);
+    if (received < 0 && errno == EAGAIN) {
+        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+    } else if (received < 0) {
+        slot.eState = SessionState::Finish;
+    } else if (received == 0) {
+        Trace("[%s]Recv FIN\n", "KelpaFdServer_StateRoutine_Receive");
+        slot.eState = SessionState::Finish;
+    } else {
+        slot.iBufferLength += static_cast<int32_t>(received);
+        if (slot.iBufferLength >= request.iContentLength)
+            slot.eState = SessionState::Parse;
+    }
+}
+
+int KelpaFdServer_StateRoutine_Receive(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    if (Session_Is(slot, GetIndex::NotifyStream))
+        ReceiveOnStream(slot);
+    else if (slot.tRequest.eMethod != RequestMethod::Get && slot.iBufferLength < slot.tRequest.iContentLength)
+        ReceiveBody(slot);
+    else
+        slot.eState = SessionState::Parse;
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Parse(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    slot.eState = Dispatch_Parse(slot) == 0 ? SessionState::Mapping : SessionState::Compose;
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Mapping(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    bool handedOn = false; // the connection is somebody else's now, no reply of our own
+    if (slot.eMappingMethod == MappingMethod::Get) {
+        handedOn = Dispatch_RunGet(slot) == 0 && Session_Is(slot, GetIndex::MjpgStream);
+    } else if (slot.eMappingMethod == MappingMethod::Set) {
+        handedOn = Dispatch_RunSet(slot) == 0 && Session_Is(slot, SetIndex::AudioUpstream) &&
+                   slot.tRequest.iContentLength != 0;
+    } else {
+        Log_Crit("[%s]The mapping method is incorrect\n", __func__);
+    }
+    slot.eState = handedOn ? SessionState::Done : SessionState::Compose;
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Compose(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    Composer_Routine_KELPAAPI(slot);
+    slot.eState = SessionState::Send;
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    const bool stream = Session_Is(slot, GetIndex::NotifyStream);
+    if (stream && slot.iBufferLength == 0) {
+        slot.eState = SessionState::Rearm;
+        return 0;
+    }
+    const ssize_t sent = send(slot.tRequest.iClientSocket, slot.acBuffer + slot.iBytesSent,
+                              static_cast<size_t>(slot.iBufferLength - slot.iBytesSent), MSG_NOSIGNAL);
+    if (sent == 0 || (sent < 0 && errno == EAGAIN)) {
+        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+        return 0;
+    }
+    if (sent < 0) {
+        Trace("[KelpaFdServer_StateRoutine_Send] Send error %d, finish this session\n", errno);
+        slot.eState = SessionState::Finish;
+        return 0;
+    }
+    // KEPT: the size of the last chunk, not the sum; a reply that needs several sends goes on from there.
+    slot.iBytesSent = static_cast<int32_t>(sent);
+    if (slot.iBytesSent < slot.iBufferLength) {
+        Trace("[%s]Did not send all data out\n", __func__);
+        return 0;
+    }
+    slot.eState = stream ? SessionState::Rearm : SessionState::Done;
+    return 0;
+}
+
+// The routines of Done and Rearm are never called: KelpaFdServer_Task looks at the state first, and ends the
+// session or its round.
+int KelpaFdServer_StateRoutine_Done(KelpaFdServer *, int32_t)
+{
+    Trace("[%s]The session is finished\n", __func__);
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Finish(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    ptServer->atSessions[iSlot].eState = SessionState::Done;
+    return 0;
+}
+
+int KelpaFdServer_StateRoutine_Rearm(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    ptServer->atSessions[iSlot].eState = SessionState::Compose;
+    return 0;
+}
+
+constexpr struct {
+    SessionState eState;
+    StateRoutine pfnRoutine;
+} STATE_TABLE[] = {
+    {SessionState::Idle, KelpaFdServer_StateRoutine_Idle},
+    {SessionState::Receive, KelpaFdServer_StateRoutine_Receive},
+    {SessionState::Parse, KelpaFdServer_StateRoutine_Parse},
+    {SessionState::Mapping, KelpaFdServer_StateRoutine_Mapping},
+    {SessionState::Compose, KelpaFdServer_StateRoutine_Compose},
+    {SessionState::Send, KelpaFdServer_StateRoutine_Send},
+    {SessionState::Done, KelpaFdServer_StateRoutine_Done},
+    {SessionState::Finish, KelpaFdServer_StateRoutine_Finish},
+    {SessionState::Rearm, KelpaFdServer_StateRoutine_Rearm},
+};
+
+constexpr bool StatesAreIndexes()
+{
+    for (size_t i = 0; i < std::size(STATE_TABLE); ++i)
+        if (static_cast<size_t>(STATE_TABLE[i].eState) != i)
+            return false;
+    return true;
+}
+static_assert(std::size(STATE_TABLE) == SESSION_STATE_COUNT && StatesAreIndexes());
+
+/** Frees the slot, and closes its connection unless somebody else has taken it over. */
+void EndSession(SessionSlot &slot)
+{
+    const bool audioThreadHasIt = Session_Is(slot, SetIndex::AudioUpstream) && slot.iKeepOpen == 1;
+    if (!audioThreadHasIt && slot.tRequest.iClientSocket >= 0)
+        close(slot.tRequest.iClientSocket);
+    KelpaFdServer_ResetSlot(slot);
+}
+
+} // namespace
+
+void KelpaFdServer_ResetSlot(SessionSlot &slot)
+{
+    ZeroFill(&slot, sizeof slot);
+    slot.tRequest.iClientSocket = SOCKET_NONE;
+}
+
+int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot)
+{
+    SessionSlot &slot = ptServer->atSessions[iSlot];
+    if (slot.iKeepOpen == 0 && NetUtility_IsTimeout(slot.uiStartTick, SESSION_LIMIT_MS) != 0) {
+        Log_Crit("[%s]This client is dead after %u MSec\n", __func__, SESSION_LIMIT_MS);
+        EndSession(slot);
+        return 0;
+    }
+
+    const uint32_t uiBegin = NetUtility_GetTickMs();
+    uint32_t uiBudget = ROUND_BUDGET_MS;
+    for (;;) {
+        STATE_TABLE[static_cast<size_t>(slot.eState)].pfnRoutine(ptServer, iSlot);
+        if (slot.eState == SessionState::Done) {
+            EndSession(slot);
+            return 0;
+        }
+        if (slot.eState == SessionState::Rearm) {
+            slot.eState = SessionState::Receive;
+            slot.iBytesSent = 0;
+            return 0;
+        }
+        uint32_t uiElapsed = 0;
+        if (NetUtility_IsTimeout(uiBegin, uiBudget, &uiElapsed) != 0)
+            return 0;
+        // KEPT: the time since the beginning is taken off each time, so a slot gets well under a second a round.
+        uiBudget -= uiElapsed;
+    }
+}

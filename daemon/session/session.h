@@ -1,0 +1,122 @@
+#pragma once
+
+#include "daemon/session/index.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <type_traits>
+
+/** Outcome of parsing (status kind) and of a GET or SET routine (mapping result); each but Ok is an error reply. */
+enum class StatusKind : int32_t {
+    Unset = 0, ///< answered as BadRequest
+    Ok = 1,
+    ServiceUnavailable = 2, ///< 503
+    InternalError = 3,      ///< 500
+    BadRequest = 4,         ///< 400
+    Unauthorized = 5,       ///< 401
+    InvalidParameter = 6,   ///< 200 with an XML result
+    UpdateFailed = 7,       ///< 200 with an XML result
+};
+
+enum class RequestMethod : int32_t { Other = 0, Get = 1, Post = 2 };
+
+/** Where a session stands; the numbers index the table of state routines. */
+enum class SessionState : int32_t {
+    Idle = 0,
+    Receive = 1,
+    Parse = 2,
+    Mapping = 3,
+    Compose = 4,
+    Send = 5,
+    Done = 6,
+    Finish = 7,
+    Rearm = 8,
+};
+inline constexpr int32_t SESSION_STATE_COUNT = 9;
+
+inline constexpr int32_t SOCKET_NONE = -1;
+
+/** The request as the web server handed it over. */
+struct FDIPCInfo {
+    int32_t iClientSocket; ///< SOCKET_NONE marks a free slot
+    char acUrl[128];
+    RequestMethod eMethod;
+    char acQeryString[4096]; ///< at most 4095 characters; parsing may append "&"
+    int32_t iContentLength;
+    char acPostBody[4096]; ///< as the query string
+};
+
+/** One connection, from intake to its end. */
+struct SessionSlot {
+    FDIPCInfo tRequest; ///< first, so that a slot can stand in for its request
+    SessionState eState;
+    uint32_t uiStartTick;  ///< NetUtility_GetTickMs at intake
+    char acBuffer[10000];  ///< the rest of a request's body being received, then the reply
+    int32_t iBufferLength; ///< bytes of the body received (-1 possible, see intake), then the reply's length
+    int32_t iBytesSent;    ///< offset of the next send
+    StatusKind eStatusKind;
+    MappingMethod eMappingMethod;
+    int32_t iMappingIndex;                 ///< a GetIndex or a SetIndex, by the mapping method
+    alignas(8) char acParameterArea[4096]; ///< what the SET parser found, a <Family>Param
+    StatusKind eMappingResult;
+    alignas(8) char acResultArea[4096]; ///< what the GET routine read, a <Family>Result
+    /** 1 exempts the slot from the time limit: a notify stream, or its socket is the audio thread's now. */
+    int32_t iKeepOpen;
+};
+static_assert(std::is_standard_layout_v<SessionSlot> && std::is_trivially_copyable_v<SessionSlot>);
+static_assert(offsetof(SessionSlot, tRequest) == 0);
+
+/** A family's record in one of the slot's areas, which are all zero when a session begins. */
+template <typename Record>
+Record &Session_Area(char (&acArea)[4096])
+{
+    static_assert(sizeof(Record) <= sizeof acArea && alignof(Record) <= 8);
+    static_assert(std::is_trivially_copyable_v<Record> && std::is_trivially_default_constructible_v<Record>);
+    return *std::launder(reinterpret_cast<Record *>(acArea));
+}
+template <typename Record>
+Record &Session_Param(SessionSlot &slot)
+{
+    return Session_Area<Record>(slot.acParameterArea);
+}
+template <typename Record>
+Record &Session_Result(SessionSlot &slot)
+{
+    return Session_Area<Record>(slot.acResultArea);
+}
+
+inline bool Session_Is(const SessionSlot &slot, GetIndex index)
+{
+    return slot.eMappingMethod == MappingMethod::Get && slot.iMappingIndex == static_cast<int32_t>(index);
+}
+inline bool Session_Is(const SessionSlot &slot, SetIndex index)
+{
+    return slot.eMappingMethod == MappingMethod::Set && slot.iMappingIndex == static_cast<int32_t>(index);
+}
+
+/*
+ * How parsers and routines end. Parsing: `return Session_Accept(slot);` or `return Session_Refuse(slot, reason);`,
+ * which SET routines also use for parameters that turn out unusable. GET and SET routines: `return
+ * Session_Succeed(slot);` or `return Session_Fail(slot, reason);`. The first of each pair gives 0, the second -1.
+ */
+[[nodiscard]] inline int Session_Accept(SessionSlot &slot)
+{
+    slot.eStatusKind = StatusKind::Ok;
+    return 0;
+}
+[[nodiscard]] inline int Session_Refuse(SessionSlot &slot, StatusKind reason)
+{
+    slot.eStatusKind = reason;
+    return -1;
+}
+[[nodiscard]] inline int Session_Succeed(SessionSlot &slot)
+{
+    slot.eMappingResult = StatusKind::Ok;
+    return 0;
+}
+[[nodiscard]] inline int Session_Fail(SessionSlot &slot, StatusKind reason)
+{
+    slot.eMappingResult = reason;
+    return -1;
+}

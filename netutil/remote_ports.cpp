@@ -1,3 +1,0 @@
-#include "netutil/remote_ports.h"
-
-NetUtility_RemotePorts g_tRemotePorts = {53, 80};

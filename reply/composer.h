@@ -1,6 +1,0 @@
-#pragma once
-
-#include "server/session.h"
-
-/** Writes the whole HTTP reply of a session into its I/O buffer and sets the buffer length. */
-void Composer_Routine_KELPAAPI(SessionSlot &slot);
