@@ -6,6 +6,7 @@
 #include "daemon/reply/composer.h"
 #include "fuzz/environment.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace
@@ -17,10 +18,8 @@ constexpr SetIndex PARSED_ONLY[] = {SetIndex::ModifyUser, SetIndex::DeleteUser, 
 
 bool RunsRoutine(const SessionSlot &slot)
 {
-    for (const SetIndex index : PARSED_ONLY)
-        if (Session_Is(slot, index))
-            return false;
-    return true;
+    return slot.eMappingMethod == MappingMethod::Get ||
+           std::ranges::find(PARSED_ONLY, static_cast<SetIndex>(slot.iMappingIndex)) == std::end(PARSED_ONLY);
 }
 
 } // namespace
@@ -42,7 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const int parsed = Dispatch_Parse(*slot);
     Require((parsed == 0) == (slot->eStatusKind == StatusKind::Ok));
     if (parsed == 0 && RunsRoutine(*slot))
-        (void)(slot->eMappingMethod == MappingMethod::Get ? Dispatch_RunGet(*slot) : Dispatch_RunSet(*slot));
+        (void)(slot->eMappingMethod == MappingMethod::Get ? Dispatch_GetRow(*slot).pfnRoutine
+                                                          : Dispatch_SetRow(*slot).pfnRoutine)(*slot);
     Composer_Routine_KELPAAPI(*slot);
     Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
     Require(std::string_view(slot->acBuffer).size() == static_cast<size_t>(slot->iBufferLength));

@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     slot->eStatusKind = StatusKind::Ok;
     slot->eMappingMethod = MappingMethod::Get;
     slot->iMappingIndex = index;
-    const int result = Dispatch_RunGet(*slot);
+    const int result = Dispatch_GetRow(*slot).pfnRoutine(*slot);
     Require(result == 0 || slot->eMappingResult != StatusKind::Ok || slot->eStatusKind != StatusKind::Ok);
     Composer_Routine_KELPAAPI(*slot);
     Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));

@@ -46,7 +46,7 @@ void HandOver(AudioUpstreamContext &context, SessionSlot &slot)
                                            static_cast<uint32_t>(std::max(slot.iBufferLength, 0))};
     context.uiTalking = 1;
     if (OSMsgQueue_Send(&context.tQueue, &message) == 0)
-        slot.iKeepOpen = 1;
+        slot.eSocketOwner = SocketOwner::Other;
     else
         context.uiTalking = 0;
 }

@@ -27,7 +27,7 @@ void AudioUpstream_Release(AudioUpstreamContext &context);
 
 /**
  * Registers the name of a request without a body; hands the socket of one with a body over when its name is the
- * registered one and nobody talks, which sets the slot's keep-open flag. A socket that is not handed over stays the
+ * registered one and nobody talks; the slot then no longer owns it. A socket that is not handed over stays the
  * slot's, to be closed with it. Fails only while the speaker is switched off.
  */
 [[nodiscard]] int MappingSetRoutine_AudioUpstream(SessionSlot &slot);

@@ -7,28 +7,17 @@
 namespace
 {
 
-/** The URLs that a single selector, such as "profileid=1", reads instead of changing. */
-constexpr const char *SELECTOR_URLS[] = {"/config/video.cgi", "/config/rtspurl.cgi", "/video/mjpg.cgi",
-                                         "/config/audio.cgi"};
-/** KEPT: "profileid=" and one digit; with two digits it is a change. */
+/** KEPT: a selector's key and one digit; with two digits it is a change. */
 constexpr size_t SELECTOR_LENGTH = 11;
 
-bool TakesSelector(const char *pcUrl)
-{
-    for (const char *pcSelectorUrl : SELECTOR_URLS)
-        if (strcmp(pcUrl, pcSelectorUrl) == 0)
-            return true;
-    return false;
-}
-
 /** A GET with parameters is a change, but for an empty query string and for selectors. */
-bool IsRead(FDIPCInfo &request)
+bool IsRead(const UrlRow &row, FDIPCInfo &request)
 {
     if (request.acQeryString[0] == '\0') {
         Trace("!!!! ptFDIPCInfo->acQeryString[0]: %s\n", request.acQeryString);
         return true;
     }
-    return TakesSelector(request.acUrl) && strlen(request.acQeryString) == SELECTOR_LENGTH &&
+    return row.eTrait == UrlTrait::Selector && strlen(request.acQeryString) == SELECTOR_LENGTH &&
            Request_AppendAmpersand(request.acQeryString);
 }
 
@@ -42,7 +31,7 @@ int Dispatch_Parse(SessionSlot &slot)
     const UrlRow *ptRow = Dispatch_FindUrl(request.acUrl);
     if (ptRow == nullptr)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    if (request.eMethod == RequestMethod::Get && IsRead(request))
+    if (request.eMethod == RequestMethod::Get && IsRead(*ptRow, request))
         return ptRow->pfnGetPrepare(slot);
     return ptRow->pfnSetParser(slot);
 }

@@ -51,20 +51,24 @@ int NoRoutine(SessionSlot &)
 
 void NoBody(TextBuilder &, SessionSlot &) {}
 
+constexpr FixedBody REBOOT_BODY = {"reboot=yes\r\n", "reboot=yes\r"};
+constexpr FixedBody HOME_BODY = {"p=0\r\nt=0\r\nz=0\r\n"};
+constexpr FixedBody OK_BODY = {"<config><result><code>ok</code></result></config>"};
+
 /* The API's URLs, in the order in which they are looked up: read, change. */
 constexpr std::array URL_TABLE = std::to_array<UrlRow>({
     {"/config/network.cgi", GetPrepare<GetIndex::NetworkConfig>, Parser_NetworkConfig_Set},
     {"/config/datetime.cgi", GetPrepare<GetIndex::DateTime>, Parser_DateTime_Set},
-    {"/config/video.cgi", GetPrepare<GetIndex::VideoConfig>, Parser_VideoConfig_Set},
+    {"/config/video.cgi", GetPrepare<GetIndex::VideoConfig>, Parser_VideoConfig_Set, UrlTrait::Selector},
     {"/config/stream_info.cgi", GetPrepare<GetIndex::StreamInfo>, NotAllowed},
     {"/config/sensor.cgi", GetPrepare<GetIndex::SensorConfig>, Parser_SensorConfig_Set},
     {"/common/info.cgi", GetPrepare<GetIndex::DeviceInfo>, NotAllowed},
     {"/config/user_mod.cgi", NotAllowed, Parser_ModifyUser_Set},
     {"/config/user_del.cgi", NotAllowed, Parser_DeleteUser_Set},
-    {"/config/rtspurl.cgi", GetPrepare<GetIndex::RtspUrl>, NotAllowed},
+    {"/config/rtspurl.cgi", GetPrepare<GetIndex::RtspUrl>, NotAllowed, UrlTrait::Selector},
     {"/config/sensor_info.cgi", GetPrepare<GetIndex::SensorInfo>, NotAllowed},
     {"/config/system_reboot.cgi", NotAllowed, Parser_SystemReboot_Set},
-    {"/video/mjpg.cgi", GetPrepare<GetIndex::MjpgStream>, NotAllowed},
+    {"/video/mjpg.cgi", GetPrepare<GetIndex::MjpgStream>, NotAllowed, UrlTrait::Selector},
     {"/config/mic.cgi", GetPrepare<GetIndex::MicroPhoneConfig>, Parser_MicroPhoneConfig_Set},
     {"/config/io.cgi", GetPrepare<GetIndex::DIDOConfig>, Parser_DIDOConfig_Set},
     {"/config/rs485.cgi", GetPrepare<GetIndex::RS485Config>, Parser_RS485Config_Set},
@@ -72,11 +76,11 @@ constexpr std::array URL_TABLE = std::to_array<UrlRow>({
     {"/config/ptz_preset_list.cgi", GetPrepare<GetIndex::PresetList>, NotAllowed},
     {"/config/ptz_preset.cgi", NotAllowed, Parser_Preset_Set},
     {"/config/ptz_home.cgi", NotAllowed, Parser_PTZHome_Set},
-    {"/config/audio.cgi", GetPrepare<GetIndex::AudioConfig>, Parser_AudioConfig_Set},
+    {"/config/audio.cgi", GetPrepare<GetIndex::AudioConfig>, Parser_AudioConfig_Set, UrlTrait::Selector},
     {"/config/notify_stream.cgi", GetPrepare<GetIndex::NotifyStream>, NotAllowed},
     {"/config/auto_pan.cgi", NotAllowed, Parser_AutoPan_Set},
     {"/config/speaker.cgi", GetPrepare<GetIndex::Speaker>, Parser_Speaker_Set},
-    {"/dev/speaker.cgi", NotAllowed, Parser_AudioUpstream_Set},
+    {"/dev/speaker.cgi", NotAllowed, Parser_AudioUpstream_Set, UrlTrait::StreamedBody},
     {"/config/motion.cgi", GetPrepare<GetIndex::Motion>, Parser_Motion_Set},
     {"/cgi/admin/recorder.cgi", GetPrepare<GetIndex::Recorder>, Parser_Recorder_Set},
     {"/cgi/admin/adv_snapshot_cont.cgi", GetPrepare<GetIndex::Snapshot>, Parser_Snapshot_Set},
@@ -98,13 +102,13 @@ constexpr std::array GET_TABLE = std::to_array<GetRow>({
     {GetIndex::DeviceInfo, MappingGetRoutine_DeviceInfo, Compose_DeviceInfo},
     {GetIndex::RtspUrl, MappingGetRoutine_RtspUrl, Compose_RtspUrl},
     {GetIndex::SensorInfo, MappingGetRoutine_SensorInfo, Compose_SensorInfo},
-    {GetIndex::MjpgStream, MappingGetRoutine_MjpgStream, Compose_MjpgStream},
+    {GetIndex::MjpgStream, MappingGetRoutine_MjpgStream, Compose_MjpgStream, ReplyKind::HandedOn},
     {GetIndex::MicroPhoneConfig, MappingGetRoutine_MicroPhoneConfig, Compose_MicroPhoneConfig},
     {GetIndex::DIDOConfig, MappingGetRoutine_DIDOConfig, Compose_DIDOConfig},
     {GetIndex::RS485Config, MappingGetRoutine_RS485Config, Compose_RS485Config},
     {GetIndex::PresetList, MappingGetRoutine_PresetList, Compose_PresetList},
     {GetIndex::AudioConfig, MappingGetRoutine_AudioConfig, Compose_AudioConfig},
-    {GetIndex::NotifyStream, MappingGetRoutine_NotifyStream, Compose_NotifyStream},
+    {GetIndex::NotifyStream, MappingGetRoutine_NotifyStream, Compose_NotifyStream, ReplyKind::OpenStream},
     {GetIndex::Speaker, MappingGetRoutine_Speaker, Compose_Speaker},
     {GetIndex::Motion, MappingGetRoutine_Motion, Compose_Motion},
     {GetIndex::Recorder, MappingGetRoutine_Recorder, Compose_Recorder},
@@ -123,21 +127,21 @@ constexpr std::array SET_TABLE = std::to_array<SetRow>({
     {SetIndex::VideoConfig, MappingSetRoutine_VideoConfig},
     {SetIndex::ModifyUser, MappingSetRoutine_ModifyUser},
     {SetIndex::DeleteUser, MappingSetRoutine_DeleteUser},
-    {SetIndex::SystemReboot, MappingSetRoutine_SystemReboot},
+    {SetIndex::SystemReboot, MappingSetRoutine_SystemReboot, &REBOOT_BODY},
     {SetIndex::MicroPhoneConfig, MappingSetRoutine_MicroPhoneConfig},
     {SetIndex::DIDOConfig, MappingSetRoutine_DIDOConfig},
     {SetIndex::RS485Config, MappingSetRoutine_RS485Config},
     {SetIndex::RS485Do, MappingSetRoutine_RS485Do},
     {SetIndex::Preset, MappingSetRoutine_Preset},
-    {SetIndex::PTZHome, MappingSetRoutine_PTZHome},
+    {SetIndex::PTZHome, MappingSetRoutine_PTZHome, &HOME_BODY},
     {SetIndex::AudioConfig, MappingSetRoutine_AudioConfig},
     {SetIndex::AutoPan, MappingSetRoutine_AutoPan},
     {SetIndex::Speaker, MappingSetRoutine_Speaker},
-    {SetIndex::AudioUpstream, MappingSetRoutine_AudioUpstream},
+    {SetIndex::AudioUpstream, MappingSetRoutine_AudioUpstream, nullptr, ReplyKind::StatusLine},
     {SetIndex::Motion, MappingSetRoutine_Motion},
-    {SetIndex::Recorder, MappingSetRoutine_Recorder},
-    {SetIndex::Snapshot, MappingSetRoutine_Snapshot},
-    {SetIndex::Alarm, MappingSetRoutine_Alarm},
+    {SetIndex::Recorder, MappingSetRoutine_Recorder, &OK_BODY},
+    {SetIndex::Snapshot, MappingSetRoutine_Snapshot, &OK_BODY},
+    {SetIndex::Alarm, MappingSetRoutine_Alarm, &OK_BODY},
     {SetIndex::PTZMoveRel, MappingSetRoutine_PTZMoveRel},
     {SetIndex::ScheduleReboot, MappingSetRoutine_ScheduleReboot},
     {SetIndex::CameraInfo, MappingSetRoutine_CameraInfo},
@@ -181,7 +185,6 @@ static_assert(URL_TABLE.size() == 33 && UrlsAreUnique());
 static_assert(GET_TABLE.size() == GET_INDEX_COUNT && PositionsAreIndexes(GET_TABLE));
 static_assert(SET_TABLE.size() == SET_INDEX_COUNT && PositionsAreIndexes(SET_TABLE));
 
-/** The row of the slot's mapping index; the row of index 0, which does nothing, for one outside the table. */
 template <typename Table>
 const auto &Row(const Table &table, const SessionSlot &slot)
 {
@@ -199,17 +202,25 @@ const UrlRow *Dispatch_FindUrl(const char *pcUrl)
     return nullptr;
 }
 
-int Dispatch_RunGet(SessionSlot &slot)
+const GetRow &Dispatch_GetRow(const SessionSlot &slot)
 {
-    return Row(GET_TABLE, slot).pfnRoutine(slot);
+    return Row(GET_TABLE, slot);
 }
 
-int Dispatch_RunSet(SessionSlot &slot)
+const SetRow &Dispatch_SetRow(const SessionSlot &slot)
 {
-    return Row(SET_TABLE, slot).pfnRoutine(slot);
+    return Row(SET_TABLE, slot);
 }
 
-void Dispatch_Compose(TextBuilder &body, SessionSlot &slot)
+ReplyKind Dispatch_ReplyKind(const SessionSlot &slot)
 {
-    Row(GET_TABLE, slot).pfnCompose(body, slot);
+    switch (slot.eMappingMethod) {
+    case MappingMethod::Get:
+        return Dispatch_GetRow(slot).eReply;
+    case MappingMethod::Set:
+        return Dispatch_SetRow(slot).eReply;
+    case MappingMethod::None:
+        break;
+    }
+    return ReplyKind::WithLength;
 }

@@ -8,24 +8,11 @@
 namespace
 {
 
-constexpr std::string_view NOTIFY_HEADER =
+constexpr std::string_view STREAM_HEADER =
     "HTTP/1.1 200 OK\r\nCache-Control: no-cache, no-store, must-revalidate\r\n"
     "Pragma: no-cache\r\nContent-Type: text/plain\r\n\r\n";
 /** KEPT: no further headers and no blank line; clients of the audio upstream read just this line. */
-constexpr std::string_view AUDIO_HEADER = "HTTP/1.1 200 OK\r\n";
-constexpr std::string_view OK_RESULT = "<config><result><code>ok</code></result></config>";
-
-/** The bodies of changes that do not echo their request. */
-constexpr struct {
-    SetIndex index;
-    std::string_view body;
-} FIXED_BODIES[] = {
-    {SetIndex::SystemReboot, "reboot=yes\r\n"},
-    {SetIndex::PTZHome, "p=0\r\nt=0\r\nz=0\r\n"},
-    {SetIndex::Recorder, OK_RESULT},
-    {SetIndex::Snapshot, OK_RESULT},
-    {SetIndex::Alarm, OK_RESULT},
-};
+constexpr std::string_view STATUS_LINE = "HTTP/1.1 200 OK\r\n";
 
 /** Echoes the request's own pairs, a line each; a text behind the last "&" is not a pair. */
 void EchoPairs(TextBuilder &body, FDIPCInfo &request)
@@ -43,39 +30,38 @@ void EchoPairs(TextBuilder &body, FDIPCInfo &request)
 /** Writes the body of a successful change. */
 void Compose_SetEcho(TextBuilder &body, SessionSlot &slot)
 {
-    for (const auto &row : FIXED_BODIES) {
-        if (!Session_Is(slot, row.index))
-            continue;
-        if (row.index == SetIndex::SystemReboot)
-            Trace("reboot=yes\r");
-        body.Add(row.body);
+    const FixedBody *ptFixed = Dispatch_SetRow(slot).ptBody;
+    if (ptFixed == nullptr) {
+        EchoPairs(body, slot.tRequest);
         return;
     }
-    EchoPairs(body, slot.tRequest);
+    if (ptFixed->pcTrace != nullptr)
+        Trace("%s", ptFixed->pcTrace);
+    body.Add(ptFixed->text);
 }
 
-/** The notify stream's part of an open reply: the header goes out once, later bodies follow on the connection. */
-void ComposeNotifyStream(TextBuilder &reply, SessionSlot &slot)
+/** The headers go out once, later bodies follow on the open connection. */
+void ComposeOpenStream(TextBuilder &reply, SessionSlot &slot)
 {
     if (slot.iKeepOpen == 0) {
-        reply.Add(NOTIFY_HEADER);
+        reply.Add(STREAM_HEADER);
         slot.iKeepOpen = 1;
     }
     TextBuilder body(reply.Rest());
-    Dispatch_Compose(body, slot);
+    Dispatch_GetRow(slot).pfnCompose(body, slot);
     reply.Extend(body);
 }
 
-void ComposeWithLength(TextBuilder &reply, SessionSlot &slot)
+void ComposeWithLength(const char *pcCaller, TextBuilder &reply, SessionSlot &slot)
 {
     reply.Add(OK_HEADER);
     TextBuilder body(reply.Rest());
     if (slot.eMappingMethod == MappingMethod::Get)
-        Dispatch_Compose(body, slot);
+        Dispatch_GetRow(slot).pfnCompose(body, slot);
     else if (slot.eMappingMethod == MappingMethod::Set)
         Compose_SetEcho(body, slot);
     else
-        Trace("[%s]The mapping method is incorrect\n", "Composer_Routine_KELPAAPI");
+        Trace("[%s]The mapping method is incorrect\n", pcCaller);
     reply.Extend(body);
     Reply_PatchLength(slot.acBuffer, body.Length());
 }
@@ -89,11 +75,11 @@ void Composer_Routine_KELPAAPI(SessionSlot &slot)
         Compose_ErrorMessage(reply, slot.eStatusKind);
     else if (slot.eMappingResult != StatusKind::Ok)
         Compose_ErrorMessage(reply, slot.eMappingResult);
-    else if (Session_Is(slot, GetIndex::NotifyStream))
-        ComposeNotifyStream(reply, slot);
-    else if (Session_Is(slot, SetIndex::AudioUpstream))
-        reply.Add(AUDIO_HEADER);
+    else if (const ReplyKind eReply = Dispatch_ReplyKind(slot); eReply == ReplyKind::OpenStream)
+        ComposeOpenStream(reply, slot);
+    else if (eReply == ReplyKind::StatusLine)
+        reply.Add(STATUS_LINE);
     else
-        ComposeWithLength(reply, slot);
+        ComposeWithLength(__func__, reply, slot);
     slot.iBufferLength = static_cast<int32_t>(reply.Length());
 }

@@ -3,7 +3,6 @@
 #include "platform/log.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace
@@ -48,9 +47,9 @@ void Reply_PatchLength(std::span<char> reply, size_t bodyLength)
 {
     static_assert(OK_HEADER.find(LENGTH_FIELD) != std::string_view::npos);
     constexpr size_t FIELD_AT = OK_HEADER.find(LENGTH_FIELD) + LENGTH_FIELD.size() + 1;
-    char acDigits[24];
-    const int iDigits = snprintf(acDigits, sizeof acDigits, "%zu", bodyLength);
-    memcpy(reply.data() + FIELD_AT, acDigits, std::min(static_cast<size_t>(iDigits), MAX_LENGTH_DIGITS));
+    TextBuffer<24> digits;
+    digits.Addf("%zu", bodyLength);
+    memcpy(reply.data() + FIELD_AT, digits.Text(), std::min(digits.Length(), MAX_LENGTH_DIGITS));
 }
 
 void Compose_ErrorMessage(TextBuilder &reply, StatusKind reason)

@@ -1,6 +1,7 @@
 #include "daemon/base/clock.h"
 #include "daemon/base/text_builder.h"
 #include "daemon/base/text_finder.h"
+#include "daemon/dispatch/dispatch.h"
 #include "daemon/reply/error.h"
 #include "daemon/server/server.h"
 #include "platform/escape.h"
@@ -16,15 +17,15 @@ namespace
 {
 
 /** Tells a client that all slots are busy, and closes its socket. */
-void RefuseClient(int iClientSocket)
+void RefuseClient(const char *pcCaller, int iClientSocket)
 {
-    Log_Crit("[%s]The connection is full %d\n", "KelpaFdServer_Accept", MAX_SESSIONS);
+    Log_Crit("[%s]The connection is full %d\n", pcCaller, MAX_SESSIONS);
     TextBuffer<128> reply;
     Compose_ErrorMessage(reply, StatusKind::ServiceUnavailable);
     // The socket still blocks or not as the web server left it, and a client that does not read must not stop the
     // loop.
     if (send(iClientSocket, reply.Text(), reply.Length(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
-        Trace("[%s]Send error %d\n", "KelpaFdServer_Accept", errno);
+        Trace("[%s]Send error %d\n", pcCaller, errno);
     close(iClientSocket);
 }
 
@@ -36,17 +37,17 @@ SessionSlot *FindFreeSlot(KelpaFdServer &server)
     return nullptr;
 }
 
-RequestMethod ReadMethod(const char *pcMethod)
+RequestMethod ReadMethod(const char *pcCaller, const char *pcMethod)
 {
     if (pcMethod != nullptr && strcmp(pcMethod, "GET") == 0) {
-        Trace("[%s]method = GET \n", "KelpaFdServer_Accept_FDIPC");
+        Trace("[%s]method = GET \n", pcCaller);
         return RequestMethod::Get;
     }
     if (pcMethod != nullptr && strcmp(pcMethod, "POST") == 0) {
-        Trace("[%s]method = POST \n", "KelpaFdServer_Accept_FDIPC");
+        Trace("[%s]method = POST \n", pcCaller);
         return RequestMethod::Post;
     }
-    Log_Crit("[%s]Method not GET/POST\n", "KelpaFdServer_Accept_FDIPC");
+    Log_Crit("[%s]Method not GET/POST\n", pcCaller);
     return RequestMethod::Other;
 }
 
@@ -68,6 +69,13 @@ void TakeText(char (&acField)[N], char *pcText)
     Text_Copy(acField, pcText);
 }
 
+/** Such a body is read by the one to whom the URL's routine gives the connection. */
+bool HasStreamedBody(const char *pcUrl)
+{
+    const UrlRow *ptRow = Dispatch_FindUrl(pcUrl);
+    return ptRow != nullptr && ptRow->eTrait == UrlTrait::StreamedBody;
+}
+
 } // namespace
 
 int KelpaFdServer_Accept(KelpaFdServer *ptServer)
@@ -79,7 +87,7 @@ int KelpaFdServer_Accept(KelpaFdServer *ptServer)
     }
     SessionSlot *ptSlot = FindFreeSlot(*ptServer);
     if (ptSlot == nullptr) {
-        RefuseClient(iClientSocket);
+        RefuseClient(__func__, iClientSocket);
         return 0;
     }
     int iOn = 1;
@@ -100,7 +108,7 @@ void KelpaFdServer_Accept_FDIPC(FDCGI_Handle handle, SessionSlot &slot)
     if (const char *pcUrl = FDCGI_GetUrl(handle); pcUrl != nullptr)
         Text_Copy(request.acUrl, pcUrl);
     Trace("[%s]url = %s \n", __func__, request.acUrl);
-    request.eMethod = ReadMethod(FDCGI_GetMethod(handle));
+    request.eMethod = ReadMethod(__func__, FDCGI_GetMethod(handle));
     TakeText(request.acQeryString, FDCGI_GetQueryString(handle));
     Trace("[%s]query string = %s\n", __func__, request.acQeryString);
     // The zero of most requests is in the slot already, on a page that nothing else makes resident.
@@ -113,8 +121,7 @@ void KelpaFdServer_Accept_FDIPC(FDCGI_Handle handle, SessionSlot &slot)
     TakeText(request.acPostBody, FDCGI_GetPostBody(handle));
     Trace("[%s]post body = %s \n", __func__, request.acPostBody);
 
-    // The body of the audio upstream is a stream, which its thread reads itself.
-    if (slot.iBufferLength < request.iContentLength && strcmp(request.acUrl, "/dev/speaker.cgi") != 0) {
+    if (slot.iBufferLength < request.iContentLength && !HasStreamedBody(request.acUrl)) {
         slot.eState = SessionState::Receive;
         // KEPT: off by one, so that a body which comes late has to be one byte longer than announced.
         slot.iBufferLength--;

@@ -15,8 +15,6 @@
 #include <cstdlib>
 #include <sys/select.h>
 
-ServerGlobals g_tServerGlobals;
-
 namespace
 {
 
@@ -30,31 +28,31 @@ int OpenEndpoint(const char *pcPath, FDCGI_Handle &handle, int32_t &iSocket)
     return iSocket < FD_SETSIZE ? 0 : -1; // select(2) takes no higher one
 }
 
-int OpenEndpoints(KelpaFdServer &server, const char *pcSocketPath)
+int OpenEndpoints(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
 {
     if (OpenEndpoint(pcSocketPath, server.handOver, server.iHandOverSocket) != 0) {
-        Trace("[%s]FDCGI_init() failed\n", "KelpaFdServer_Initial");
+        Trace("[%s]FDCGI_init() failed\n", pcCaller);
         return -1;
     }
     char acEventPath[EVENT_PATH_SIZE];
     if (Path_Resolve(EVENT_PATH, acEventPath) != 0 ||
         OpenEndpoint(acEventPath, server.event, server.iEventSocket) != 0) {
-        Trace("[%s]FDCGI_Emkelpa init() failed\n", "KelpaFdServer_Initial");
+        Trace("[%s]FDCGI_Emkelpa init() failed\n", pcCaller);
         return -1;
     }
     return 0;
 }
 
-int Start(KelpaFdServer &server, const char *pcSocketPath)
+int Start(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
 {
-    if (OpenEndpoints(server, pcSocketPath) != 0)
+    if (OpenEndpoints(pcCaller, server, pcSocketPath) != 0)
         return -1;
     for (SessionSlot &slot : server.atSessions)
         slot.tRequest.iClientSocket = SOCKET_NONE;
     if (KelpaFdServer_InitAccountManager() != 0 || NotifyStream_Initial(g_tServerGlobals.tNotifyState) != 0)
         return -1;
     if (AudioUpstream_Initial(g_tServerGlobals.tAudioUpstream) != 0) {
-        Trace("[%s]AudioUpstream_Create failed!\n", "KelpaFdServer_Initial");
+        Trace("[%s]AudioUpstream_Create failed!\n", pcCaller);
         return -1;
     }
     return 0;
@@ -69,21 +67,21 @@ void Release(KelpaFdServer *ptServer)
     free(ptServer);
 }
 
-void RestartNetworkWhenDue()
+void RestartNetworkWhenDue(const char *pcCaller)
 {
     ServerGlobals &globals = g_tServerGlobals;
     if (globals.iNetworkRestart == 0 ||
         NetUtility_IsTimeout(globals.uiNetworkRestartTick, NETWORK_RESTART_DELAY_MS) == 0)
         return;
-    Trace("[%s]Restart network \n", "KelpaFdServer_Process");
+    Trace("[%s]Restart network \n", pcCaller);
     globals.iNetworkRestart = 0;
     globals.uiNetworkRestartTick = 0;
     if (NetUtility_RestartNetwork() != 0)
-        Log_Crit("[%s]NetUtility_RestartNetwork failed\n", "KelpaFdServer_Process");
+        Log_Crit("[%s]NetUtility_RestartNetwork failed\n", pcCaller);
 }
 
 /** Waits for a connection or a message and takes what is there. Returns 0 or -1. */
-int TakeInput(KelpaFdServer *ptServer)
+int TakeInput(const char *pcCaller, KelpaFdServer *ptServer)
 {
     fd_set readable;
     FD_ZERO(&readable);
@@ -97,11 +95,11 @@ int TakeInput(KelpaFdServer *ptServer)
         return 0;
     }
     if (FD_ISSET(ptServer->iHandOverSocket, &readable) && KelpaFdServer_Accept(ptServer) != 0) {
-        Log_Crit("[%s]Accept fd failed\n", "KelpaFdServer_Process");
+        Log_Crit("[%s]Accept fd failed\n", pcCaller);
         return -1;
     }
     if (FD_ISSET(ptServer->iEventSocket, &readable) && KelpaFdServer_HandleEventMsg(ptServer) != 0) {
-        Trace("[%s]KelpaFdServer_HandleEventMsg failed\n", "KelpaFdServer_Process");
+        Trace("[%s]KelpaFdServer_HandleEventMsg failed\n", pcCaller);
         return -1;
     }
     return 0;
@@ -116,7 +114,7 @@ int KelpaFdServer_Initial(KelpaFdServer **pptServer, const char *pcSocketPath)
     auto *ptServer = static_cast<KelpaFdServer *>(calloc(1, sizeof(KelpaFdServer)));
     if (ptServer == nullptr)
         return -1;
-    if (Start(*ptServer, pcSocketPath) != 0) {
+    if (Start(__func__, *ptServer, pcSocketPath) != 0) {
         Release(ptServer);
         return -1;
     }
@@ -137,8 +135,8 @@ int KelpaFdServer_Process(KelpaFdServer *ptServer)
         g_tServerGlobals.iReloadPassword = 0;
         KelpaFdServer_ReloadPassword();
     }
-    RestartNetworkWhenDue();
-    if (TakeInput(ptServer) != 0)
+    RestartNetworkWhenDue(__func__);
+    if (TakeInput(__func__, ptServer) != 0)
         return -1;
     for (int32_t i = 0; i < MAX_SESSIONS; ++i)
         if (ptServer->atSessions[i].tRequest.iClientSocket != SOCKET_NONE)

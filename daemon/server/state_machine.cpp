@@ -24,8 +24,13 @@ int KelpaFdServer_StateRoutine_Idle(KelpaFdServer *, int32_t)
     return 0;
 }
 
-/** A notify stream's client has nothing to say; whatever comes is thrown away. */
-void ReceiveOnStream(SessionSlot &slot)
+bool IsOpenStream(const SessionSlot &slot)
+{
+    return Dispatch_ReplyKind(slot) == ReplyKind::OpenStream;
+}
+
+/** The client of an open stream has nothing to say; whatever comes is thrown away. */
+void ReceiveOnStream(const char *pcCaller, SessionSlot &slot)
 {
     slot.iBufferLength = 0;
     const ssize_t received = recv(slot.tRequest.iClientSocket, slot.acBuffer, sizeof slot.acBuffer, MSG_NOSIGNAL);
@@ -33,16 +38,16 @@ void ReceiveOnStream(SessionSlot &slot)
         slot.eState = SessionState::Compose;
         return;
     }
-    Trace("[%s]Recv FIN\n", "KelpaFdServer_StateRoutine_Receive");
+    Trace("[%s]Recv FIN\n", pcCaller);
     slot.eState = SessionState::Finish;
 }
 
 /** Takes more of a request's body; it only completes the request on the wire, nobody reads it. */
-void ReceiveBody(SessionSlot &slot)
+void ReceiveBody(const char *pcCaller, SessionSlot &slot)
 {
     const FDIPCInfo &request = slot.tRequest;
     if (static_cast<uint32_t>(request.iContentLength) > sizeof slot.acBuffer) {
-        Log_Crit("[%s]ContentLength overflow\n", "KelpaFdServer_StateRoutine_Receive");
+        Log_Crit("[%s]ContentLength overflow\n", pcCaller);
         slot.eStatusKind = StatusKind::InternalError;
         slot.eState = SessionState::Compose;
         return;
@@ -54,7 +59,7 @@ void ReceiveBody(SessionSlot &slot)
     } else if (received < 0) {
         slot.eState = SessionState::Finish;
     } else if (received == 0) {
-        Trace("[%s]Recv FIN\n", "KelpaFdServer_StateRoutine_Receive");
+        Trace("[%s]Recv FIN\n", pcCaller);
         slot.eState = SessionState::Finish;
     } else {
         slot.iBufferLength += static_cast<int32_t>(received);
@@ -66,10 +71,10 @@ void ReceiveBody(SessionSlot &slot)
 int KelpaFdServer_StateRoutine_Receive(KelpaFdServer *ptServer, int32_t iSlot)
 {
     SessionSlot &slot = ptServer->atSessions[iSlot];
-    if (Session_Is(slot, GetIndex::NotifyStream))
-        ReceiveOnStream(slot);
+    if (IsOpenStream(slot))
+        ReceiveOnStream(__func__, slot);
     else if (slot.tRequest.eMethod != RequestMethod::Get && slot.iBufferLength < slot.tRequest.iContentLength)
-        ReceiveBody(slot);
+        ReceiveBody(__func__, slot);
     else
         slot.eState = SessionState::Parse;
     return 0;
@@ -82,19 +87,23 @@ int KelpaFdServer_StateRoutine_Parse(KelpaFdServer *ptServer, int32_t iSlot)
     return 0;
 }
 
+bool EndsWithoutReply(const SessionSlot &slot)
+{
+    const ReplyKind eReply = Dispatch_ReplyKind(slot);
+    return eReply == ReplyKind::HandedOn || (eReply == ReplyKind::StatusLine && slot.tRequest.iContentLength != 0);
+}
+
 int KelpaFdServer_StateRoutine_Mapping(KelpaFdServer *ptServer, int32_t iSlot)
 {
     SessionSlot &slot = ptServer->atSessions[iSlot];
-    bool handedOn = false; // the connection is somebody else's now, no reply of our own
-    if (slot.eMappingMethod == MappingMethod::Get) {
-        handedOn = Dispatch_RunGet(slot) == 0 && Session_Is(slot, GetIndex::MjpgStream);
-    } else if (slot.eMappingMethod == MappingMethod::Set) {
-        handedOn = Dispatch_RunSet(slot) == 0 && Session_Is(slot, SetIndex::AudioUpstream) &&
-                   slot.tRequest.iContentLength != 0;
-    } else {
+    int iResult = -1;
+    if (slot.eMappingMethod == MappingMethod::Get)
+        iResult = Dispatch_GetRow(slot).pfnRoutine(slot);
+    else if (slot.eMappingMethod == MappingMethod::Set)
+        iResult = Dispatch_SetRow(slot).pfnRoutine(slot);
+    else
         Log_Crit("[%s]The mapping method is incorrect\n", __func__);
-    }
-    slot.eState = handedOn ? SessionState::Done : SessionState::Compose;
+    slot.eState = iResult == 0 && EndsWithoutReply(slot) ? SessionState::Done : SessionState::Compose;
     return 0;
 }
 
@@ -109,7 +118,7 @@ int KelpaFdServer_StateRoutine_Compose(KelpaFdServer *ptServer, int32_t iSlot)
 int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
 {
     SessionSlot &slot = ptServer->atSessions[iSlot];
-    const bool stream = Session_Is(slot, GetIndex::NotifyStream);
+    const bool stream = IsOpenStream(slot);
     if (stream && slot.iBufferLength == 0) {
         slot.eState = SessionState::Rearm;
         return 0;
@@ -121,7 +130,7 @@ int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
         return 0;
     }
     if (sent < 0) {
-        Trace("[KelpaFdServer_StateRoutine_Send] Send error %d, finish this session\n", errno);
+        Trace("[%s] Send error %d, finish this session\n", __func__, errno);
         slot.eState = SessionState::Finish;
         return 0;
     }
@@ -179,11 +188,10 @@ constexpr bool StatesAreIndexes()
 }
 static_assert(std::size(STATE_TABLE) == SESSION_STATE_COUNT && StatesAreIndexes());
 
-/** Frees the slot, and closes its connection unless somebody else has taken it over. */
+/** Frees the slot, and closes its connection unless that was given away. */
 void EndSession(SessionSlot &slot)
 {
-    const bool audioThreadHasIt = Session_Is(slot, SetIndex::AudioUpstream) && slot.iKeepOpen == 1;
-    if (!audioThreadHasIt && slot.tRequest.iClientSocket >= 0)
+    if (slot.eSocketOwner == SocketOwner::Session)
         close(slot.tRequest.iClientSocket);
     KelpaFdServer_ResetSlot(slot);
 }

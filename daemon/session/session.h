@@ -37,6 +37,12 @@ inline constexpr int32_t SESSION_STATE_COUNT = 9;
 
 inline constexpr int32_t SOCKET_NONE = -1;
 
+/** Whose the client's socket is when the session ends. */
+enum class SocketOwner : int32_t {
+    Session = 0, ///< is closed with the session
+    Other = 1,   ///< was given away, and is closed by its new owner
+};
+
 /** The request as the web server handed it over. */
 struct FDIPCInfo {
     int32_t iClientSocket; ///< SOCKET_NONE marks a free slot
@@ -61,8 +67,8 @@ struct SessionSlot {
     alignas(8) char acParameterArea[4096]; ///< what the SET parser found, a <Family>Param
     StatusKind eMappingResult;
     alignas(8) char acResultArea[4096]; ///< what the GET routine read, a <Family>Result
-    /** 1 exempts the slot from the time limit: a notify stream, or its socket is the audio thread's now. */
-    int32_t iKeepOpen;
+    int32_t iKeepOpen; ///< 1 once the headers of an open stream are out; exempts the slot from the time limit
+    SocketOwner eSocketOwner;
 };
 static_assert(std::is_standard_layout_v<SessionSlot> && std::is_trivially_copyable_v<SessionSlot>);
 static_assert(offsetof(SessionSlot, tRequest) == 0);
@@ -84,15 +90,6 @@ template <typename Record>
 Record &Session_Result(SessionSlot &slot)
 {
     return Session_Area<Record>(slot.acResultArea);
-}
-
-inline bool Session_Is(const SessionSlot &slot, GetIndex index)
-{
-    return slot.eMappingMethod == MappingMethod::Get && slot.iMappingIndex == static_cast<int32_t>(index);
-}
-inline bool Session_Is(const SessionSlot &slot, SetIndex index)
-{
-    return slot.eMappingMethod == MappingMethod::Set && slot.iMappingIndex == static_cast<int32_t>(index);
 }
 
 /*

@@ -106,7 +106,8 @@ TEST(ParserBegin, ChoosesTerminatesAndFiltersTheText)
         if (!c.expected.empty()) {
             EXPECT_EQ(text, c.expected);
         }
-        EXPECT_TRUE(Session_Is(*slot, SetIndex::CameraInfo)) << "set before any check";
+        EXPECT_EQ(slot->eMappingMethod, MappingMethod::Set) << "set before any check";
+        EXPECT_EQ(slot->iMappingIndex, static_cast<int32_t>(SetIndex::CameraInfo));
         EXPECT_EQ(slot->eStatusKind, c.expected.empty() ? StatusKind::BadRequest : StatusKind::Unset);
     }
 }

@@ -128,11 +128,11 @@ TEST_F(Dispatch, DoesNothingForAnIndexOutsideTheTables)
         *slot = {};
         slot->iMappingIndex = index;
         if (index != 24) { // behind the last read, but a change
-            EXPECT_EQ(Dispatch_RunSet(*slot), 0);
+            EXPECT_EQ(Dispatch_SetRow(*slot).pfnRoutine(*slot), 0);
         }
-        EXPECT_EQ(Dispatch_RunGet(*slot), 0);
+        EXPECT_EQ(Dispatch_GetRow(*slot).pfnRoutine(*slot), 0);
         TextBuffer<16> body;
-        Dispatch_Compose(body, *slot);
+        Dispatch_GetRow(*slot).pfnCompose(body, *slot);
         EXPECT_TRUE(body.Empty());
         EXPECT_EQ(slot->eMappingResult, StatusKind::Unset);
     }

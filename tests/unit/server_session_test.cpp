@@ -39,7 +39,8 @@ TEST_F(Session, GoesThroughItsStates)
     daemon.Step();
     EXPECT_EQ(daemon.BusySlots(), 0);
     EXPECT_EQ(client.ReadAll(), OkReply("name=Entrance\r\n"));
-    const SessionSlot free = {{SOCKET_NONE, {}, {}, {}, {}, {}}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    SessionSlot free = {};
+    free.tRequest.iClientSocket = SOCKET_NONE;
     EXPECT_EQ(memcmp(static_cast<const void *>(&daemon.Slot(0)), static_cast<const void *>(&free), sizeof free), 0)
         << "the next request finds a clean slot";
 }

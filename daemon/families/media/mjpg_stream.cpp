@@ -6,8 +6,6 @@
 #include "platform/fdipc.h"
 #include "platform/log.h"
 
-#include <unistd.h>
-
 namespace
 {
 
@@ -51,7 +49,7 @@ bool ChooseProfile(ConfigerReader &reply, const SessionSlot &slot, Result &resul
     return false;
 }
 
-/** Passes the client's socket to the web server and closes the daemon's own copy. Returns 0 or -1. */
+/** Passes a copy of the client's socket to the web server; the session closes its own. Returns 0 or -1. */
 int MjpgStream_HandOver(SessionSlot &slot)
 {
     const auto &result = Session_Result<Result>(slot);
@@ -69,8 +67,6 @@ int MjpgStream_HandOver(SessionSlot &slot)
         Trace("fdipc_send error\r");
         return -1;
     }
-    close(slot.tRequest.iClientSocket);
-    slot.tRequest.iClientSocket = SOCKET_NONE;
     return 0;
 }
 

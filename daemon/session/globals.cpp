@@ -1,0 +1,3 @@
+#include "daemon/session/globals.h"
+
+ServerGlobals g_tServerGlobals;
