@@ -1,40 +1,59 @@
 #include "daemon/request/keys.h"
 
 #include "daemon/base/text_builder.h"
-#include "daemon/request/request_text.h"
 
-#include <algorithm>
+#include <span>
 
 namespace
 {
 
-constexpr size_t MAX_VALUE_SIZE = MAX_INT_TEXT + 1;
+using ValueBuffer = char[MAX_KEY_TEXT + 1];
 
-KeyOutcome TakeText(std::string_view text, const KeyRow &row, void *pvRecord)
+KeyOutcome TakeText(std::string_view text, const KeyRule &rule, void *pvRecord)
 {
-    char acValue[MAX_VALUE_SIZE];
-    const std::span<char> value(acValue, std::min(row.size, sizeof acValue));
-    if (GetStringValueFromText(text, row.key, value) != 0)
+    ValueBuffer acValue;
+    if (GetStringValueFromText(text, rule.key, std::span(acValue).first(rule.tText.size)) != 0)
         return KeyOutcome::NotGiven;
-    if (row.eKind == KeyRow::Kind::Special)
-        return row.pfnSpecial(acValue, pvRecord) ? KeyOutcome::Taken : KeyOutcome::Bad;
-    if (row.pfnTextCheck != nullptr && !row.pfnTextCheck(acValue))
+    if (rule.tText.pfnCheck != nullptr && !rule.tText.pfnCheck(acValue))
         return KeyOutcome::Bad;
-    Text_Copy({static_cast<char *>(row.pfnField(pvRecord)), row.size}, acValue);
+    Text_Copy({static_cast<char *>(rule.pfnField(pvRecord)), rule.tText.size}, acValue);
     return KeyOutcome::Taken;
 }
 
-KeyOutcome TakeNumber(std::string_view text, const KeyRow &row, void *pvRecord)
+KeyOutcome TakeInt(std::string_view text, const KeyRule &rule, void *pvRecord)
 {
     int32_t iValue = 0;
-    KeyOutcome outcome = row.eKind == KeyRow::Kind::Word
-                             ? Request_TakeWord(text, row.key, row.one, row.zero, iValue)
-                             : Request_TakeInt(text, row.key, row.iMin, row.iMax, iValue);
-    if (outcome == KeyOutcome::Taken && row.pfnIntCheck != nullptr && !row.pfnIntCheck(iValue))
-        outcome = KeyOutcome::Bad;
-    if (outcome == KeyOutcome::Taken)
-        *static_cast<int32_t *>(row.pfnField(pvRecord)) = iValue;
-    return outcome;
+    const KeyOutcome outcome = Request_TakeInt(text, rule.key, rule.tInt.iMin, rule.tInt.iMax, iValue);
+    if (outcome != KeyOutcome::Taken)
+        return outcome;
+    if (rule.tInt.pfnCheck != nullptr && !rule.tInt.pfnCheck(iValue))
+        return KeyOutcome::Bad;
+    *static_cast<int32_t *>(rule.pfnField(pvRecord)) = iValue;
+    return KeyOutcome::Taken;
+}
+
+KeyOutcome TakeSpecial(std::string_view text, const KeyRule &rule, void *pvRecord)
+{
+    ValueBuffer acValue;
+    if (GetStringValueFromText(text, rule.key, std::span(acValue).first(rule.tSpecial.size)) != 0)
+        return KeyOutcome::NotGiven;
+    return rule.tSpecial.pfnTake(acValue, pvRecord) ? KeyOutcome::Taken : KeyOutcome::Bad;
+}
+
+KeyOutcome Take(std::string_view text, const KeyRule &rule, void *pvRecord)
+{
+    switch (rule.eKind) {
+    case KeyRule::Kind::Text:
+        return TakeText(text, rule, pvRecord);
+    case KeyRule::Kind::Word:
+        return Request_TakeWord(text, rule.key, rule.tWord.one, rule.tWord.zero,
+                                *static_cast<int32_t *>(rule.pfnField(pvRecord)));
+    case KeyRule::Kind::Int:
+        return TakeInt(text, rule, pvRecord);
+    case KeyRule::Kind::Special:
+        return TakeSpecial(text, rule, pvRecord);
+    }
+    return KeyOutcome::Bad;
 }
 
 } // namespace
@@ -53,8 +72,8 @@ KeyOutcome Request_TakeInt(std::string_view text, std::string_view key, int32_t 
 KeyOutcome Request_TakeWord(std::string_view text, std::string_view key, std::string_view one,
                             std::string_view zero, int32_t &iValue, size_t maxLength)
 {
-    char acWord[MAX_VALUE_SIZE];
-    if (GetStringValueFromText(text, key, std::span(acWord).first(std::min(maxLength + 1, sizeof acWord))) != 0)
+    ValueBuffer acWord;
+    if (GetStringValueFromText(text, key, std::span(acWord).first(maxLength + 1)) != 0)
         return KeyOutcome::NotGiven;
     const std::string_view word = acWord;
     if (word != one && word != zero)
@@ -63,15 +82,10 @@ KeyOutcome Request_TakeWord(std::string_view text, std::string_view key, std::st
     return KeyOutcome::Taken;
 }
 
-int Request_TakeRows(std::string_view text, std::span<const KeyRow> rows, void *pvRecord, uint32_t &uiSetMask)
+KeyOutcome Request_TakeKey(std::string_view text, const KeyRule &rule, void *pvRecord, uint32_t &uiSetMask)
 {
-    for (const KeyRow &row : rows) {
-        const bool isText = row.eKind == KeyRow::Kind::Text || row.eKind == KeyRow::Kind::Special;
-        const KeyOutcome outcome = isText ? TakeText(text, row, pvRecord) : TakeNumber(text, row, pvRecord);
-        if (outcome == KeyOutcome::Bad)
-            return -1;
-        if (outcome == KeyOutcome::Taken)
-            uiSetMask |= row.uiBit;
-    }
-    return 0;
+    const KeyOutcome outcome = Take(text, rule, pvRecord);
+    if (outcome == KeyOutcome::Taken)
+        uiSetMask |= rule.uiBit;
+    return outcome;
 }

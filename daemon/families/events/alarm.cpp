@@ -20,7 +20,8 @@ constexpr std::string_view FIXED_PAIRS =
     "event_i2_action_server_i0_enable=0&event_i2_action_server_i1_enable=0&event_i2_action_server_i2_enable=0&"
     "event_i2_action_server_i3_enable=0&event_i2_action_server_i4_enable=0&event_i2_action_patrol_enable=0&";
 
-constexpr KeyRow KEYS[] = {KeyInt<&AlarmParam::iEnable>("toOut1=", GIVEN_ENABLE, 0, 1)};
+constexpr KeyRow<AlarmParam> KEYS[] = {KeyInt<&AlarmParam::iEnable>("toOut1=", GIVEN_ENABLE, 0, 1)};
+static_assert(KeyBitsAreDistinct(KEYS));
 
 } // namespace
 

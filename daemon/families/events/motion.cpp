@@ -33,11 +33,12 @@ bool RefusePir(std::string_view, MotionParam &)
     return false;
 }
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<MotionParam> KEYS[] = {
     KeyInt<&MotionParam::iSensitivity>("sensitivity=", GIVEN_SENSITIVITY, 0, 100),
     KeyInt<&MotionParam::iPercentage>("percentage=", GIVEN_PERCENTAGE, 0, 100),
-    KeySpecial<RefusePir>("pir=", 0, MAX_INT_TEXT),
+    KeySpecial<RefusePir, MAX_KEY_TEXT>("pir=", 0),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 /** Takes "enable<n>=" and "mdw<n>=" of a window; false when one is given and bad. */
 bool TakeWindow(std::string_view text, int32_t iWindow, MotionParam &param)

@@ -43,7 +43,7 @@ constexpr std::string_view FIXED_PAIRS =
     "server_i0_name=kelpa_nas&server_i0_type=ns&server_i0_ns_workgroup=workgroup&media_i0_name=kelpa_recorder&"
     "media_i0_type=videoclip&media_i0_videoclip_maxsize=4096&";
 
-constexpr KeyRow CLIP_KEYS[] = {
+constexpr KeyRow<Record> CLIP_KEYS[] = {
     KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1),
     // Any number passes here: how many streams there are is asked when it is written.
     KeyInt<&Record::iProfileID>("profileID=", GIVEN_PROFILE, INT32_MIN, INT32_MAX),
@@ -51,7 +51,7 @@ constexpr KeyRow CLIP_KEYS[] = {
     KeyInt<&Record::iPostRecord>("postrecord=", GIVEN_POST_RECORD, 0, 15),
 };
 
-constexpr KeyRow ACCOUNT_KEYS[] = {
+constexpr KeyRow<Record> ACCOUNT_KEYS[] = {
     KeyInt<&Record::iAnonymous>("anonymous=", GIVEN_ANONYMOUS, 0, 1),
     KeyText<&Record::acUser>("user=", GIVEN_USER),
     KeyText<&Record::acPassword>("password=", GIVEN_PASSWORD),
@@ -59,11 +59,12 @@ constexpr KeyRow ACCOUNT_KEYS[] = {
     KeyText<&Record::acShareFolder>("shareFolder=", GIVEN_SHARE_FOLDER),
 };
 
-constexpr KeyRow FILE_KEYS[] = {
+constexpr KeyRow<Record> FILE_KEYS[] = {
     KeyInt<&Record::iKeepSpace>("keepSpace=", GIVEN_KEEP_SPACE, 0, 999999),
     KeyInt<&Record::iFileLenMin>("fileLenMin=", GIVEN_FILE_LEN, 1, 30),
     KeyInt<&Record::iRecycle>("recycle=", GIVEN_RECYCLE, 0, 1),
 };
+static_assert(KeyBitsAreDistinct(CLIP_KEYS, ACCOUNT_KEYS, FILE_KEYS));
 
 bool TakeTargets(std::string_view text, Record &param)
 {

@@ -48,7 +48,7 @@ constexpr std::string_view FIXED_PAIRS =
     "media_i1_name=kelpa_snapshot_smtp&media_i1_type=snapshot&media_i1_snapshot_datesuffix=1&"
     "media_i2_name=kelpa_snapshot_ftp&media_i2_type=snapshot&media_i2_snapshot_datesuffix=1&";
 
-constexpr KeyRow SERVER_KEYS[] = {
+constexpr KeyRow<Record> SERVER_KEYS[] = {
     KeyInt<&Record::iSmtpEnable1>("smtpEnable1=", GIVEN_SMTP_ENABLE, 0, 1),
     KeyInt<&Record::iSmtpPort1>("smtpPort1=", GIVEN_SMTP_PORT, 1, 65535),
     KeyText<&Record::acSmtpUser1>("smtpUser1=", GIVEN_SMTP_USER),
@@ -67,7 +67,8 @@ constexpr KeyRow SERVER_KEYS[] = {
     KeyText<&Record::acFixFile1>("fixFile1=", GIVEN_FIX_FILE),
 };
 
-constexpr KeyRow ENABLE_KEY[] = {KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1)};
+constexpr KeyRow<Record> ENABLE_KEY[] = {KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1)};
+static_assert(KeyBitsAreDistinct(SERVER_KEYS, ENABLE_KEY));
 
 bool TakeKeys(std::string_view text, Record &param)
 {

@@ -12,10 +12,11 @@ enum Given : uint32_t { GIVEN_MUTE = 0x01, GIVEN_VOLUME = 0x02 };
 
 using Record = MicroPhoneConfigResult;
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<Record> KEYS[] = {
     KeyWord<&Record::iMute>("enable=", GIVEN_MUTE, "no", "yes"), // a microphone that is not enabled is muted
     KeyInt<&Record::iVolume>("volume=", GIVEN_VOLUME, 1, 100),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 } // namespace
 

@@ -36,7 +36,7 @@ bool IsExposureTime(int32_t iValue)
     return false;
 }
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<Record> KEYS[] = {
     KeyInt<&Record::iBrightness>("brightness=", GIVEN_BRIGHTNESS, -5, 5),
     KeyInt<&Record::iContrast>("contrast=", GIVEN_CONTRAST, -5, 5),
     KeyInt<&Record::iSaturation>("saturation=", GIVEN_SATURATION, -5, 5),
@@ -49,6 +49,7 @@ constexpr KeyRow KEYS[] = {
     KeyWord<&Record::iFlip>("flip=", GIVEN_FLIP, "on", "off"),
     KeyWord<&Record::iColor>("color=", GIVEN_COLOR, "yes", "no"),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 } // namespace
 

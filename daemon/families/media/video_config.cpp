@@ -29,11 +29,12 @@ constexpr struct {
     std::string_view size;
 } RESOLUTIONS[] = {{"QCIF", "176x144"}, {"CIF", "352x288"}, {"4CIF", "704x576"}};
 
-constexpr KeyRow RATE_KEYS[] = {
+constexpr KeyRow<Record> RATE_KEYS[] = {
     KeyInt<&Record::iBitRate>("bitrate=", GIVEN_BIT_RATE, 1, 8000),
     KeyInt<&Record::iFrameRate>("framerate=", GIVEN_FRAME_RATE, 1, 30),
     KeyInt<&Record::iQuality>("quality=", GIVEN_QUALITY, 1, 5),
 };
+static_assert(KeyBitsAreDistinct(RATE_KEYS));
 
 bool IsMjpeg(const Record &record)
 {

@@ -31,14 +31,15 @@ bool TakeProvider(std::string_view value, DDNSParam &param)
 /**
  * KEPT: keys are found by substring, so "ddnsprovider=" and its like, the names of the network settings, work too.
  */
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<DDNSParam> KEYS[] = {
     // Longer than other switches: a bad value of up to 63 characters is refused, not passed over.
-    KeySpecial<TakeSwitch>("ddns=", GIVEN_DDNS, 63),
-    KeySpecial<TakeProvider>("provider=", GIVEN_PROVIDER, sizeof DDNSAccount::acProvider - 1),
+    KeySpecial<TakeSwitch, 63>("ddns=", GIVEN_DDNS),
+    KeySpecial<TakeProvider, sizeof DDNSAccount::acProvider - 1>("provider=", GIVEN_PROVIDER),
     KeyText<&DDNSParam::tDDNS, &DDNSAccount::acHost>("host=", GIVEN_HOST),
     KeyText<&DDNSParam::tDDNS, &DDNSAccount::acUser>("user=", GIVEN_USER),
     KeyText<&DDNSParam::tDDNS, &DDNSAccount::acPass>("pass=", GIVEN_PASS),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 } // namespace
 

@@ -45,7 +45,7 @@ bool TakeProvider(std::string_view value, Param &param)
     return true;
 }
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<Param> KEYS[] = {
     KeyWord<&Param::iDHCP>("dhcp=", GIVEN_DHCP, "on", "off"),
     KeyText<&Param::acIPAddr>("ip=", GIVEN_IP, NetUtility_IsAddressText),
     KeyText<&Param::acNetmask>("netmask=", GIVEN_NETMASK, NetUtility_IsAddressText),
@@ -56,7 +56,7 @@ constexpr KeyRow KEYS[] = {
     KeyText<&Param::acPPPoEUser>("pppoeuser=", GIVEN_PPPOE_USER),
     KeyText<&Param::acPPPoEPass>("pppoepass=", GIVEN_PPPOE_PASS),
     KeyWord<&Param::iDDNSEnable>("ddns=", GIVEN_DDNS, "on", "off"),
-    KeySpecial<TakeProvider>("ddnsprovider=", GIVEN_DDNS_PROVIDER, sizeof DDNSAccount::acProvider - 1),
+    KeySpecial<TakeProvider, sizeof DDNSAccount::acProvider - 1>("ddnsprovider=", GIVEN_DDNS_PROVIDER),
     KeyText<&Param::tDDNS, &DDNSAccount::acHost>("ddnshost=", GIVEN_DDNS_HOST),
     KeyText<&Param::tDDNS, &DDNSAccount::acUser>("ddnsuser=", GIVEN_DDNS_USER),
     KeyText<&Param::tDDNS, &DDNSAccount::acPass>("ddnspass=", GIVEN_DDNS_PASS),
@@ -65,6 +65,7 @@ constexpr KeyRow KEYS[] = {
     KeyInt<&Param::iHTTPExternalPort>("httpexternalport=", GIVEN_HTTP_EXTERNAL_PORT, 1, 65535),
     KeyInt<&Param::iRTSPPort>("rtspport=", GIVEN_RTSP_PORT, 1, 65535),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 /** KEPT: pairs that follow an absent DHCP pair begin with "&" all the same; the store passes over it. */
 void AddPairs(PairBuilder &pairs, const Param &param)

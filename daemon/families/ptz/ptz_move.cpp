@@ -18,16 +18,18 @@ constexpr int32_t STEPS_PER_PICTURE = 64;
 /** The PTZ daemon's speeds begin at -4. */
 constexpr int32_t SPEED_OFFSET = 5;
 
-constexpr KeyRow MOVE_KEYS[] = {
+constexpr KeyRow<PTZMoveRelParam> MOVE_KEYS[] = {
     KeyInt<&PTZMoveRelParam::iPan>("p=", GIVEN_PAN, -MAX_STEP, MAX_STEP),
     KeyInt<&PTZMoveRelParam::iTilt>("t=", GIVEN_TILT, -MAX_STEP, MAX_STEP),
     KeyInt<&PTZMoveRelParam::iZoom>("z=", GIVEN_ZOOM, -MAX_STEP, MAX_STEP),
 };
+static_assert(KeyBitsAreDistinct(MOVE_KEYS));
 
-constexpr KeyRow DIRECTION_KEYS[] = {
+constexpr KeyRow<RS485DoParam> DIRECTION_KEYS[] = {
     KeyInt<&RS485DoParam::iDirection>("direction=", GIVEN_DIRECTION, 0, 8),
     KeyInt<&RS485DoParam::iSpeed>("speed=", GIVEN_SPEED, 1, 10),
 };
+static_assert(KeyBitsAreDistinct(DIRECTION_KEYS));
 
 /** What the directions do, and the key that carries their speed, if they take one. */
 constexpr struct {

@@ -102,23 +102,24 @@ bool IsBaudRate(int32_t iValue)
 
 using Param = RS485ConfigParam;
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<Param> KEYS[] = {
     KeyWord<&Param::iEnable>("enable=", GIVEN_ENABLE, "yes", "no"),
-    KeySpecial<TakeProto>("proto=", GIVEN_PROTO, MAX_KEY_WORD),
+    KeySpecial<TakeProto, MAX_KEY_WORD>("proto=", GIVEN_PROTO),
     KeyInt<&Param::iDevId>("devid=", GIVEN_DEV_ID, 0, 255),
     KeyInt<&Param::iBaudRate>("baudrate=", GIVEN_BAUD_RATE, IsBaudRate),
     KeyInt<&Param::iDataBits>("databits=", GIVEN_DATA_BITS, 7, 8),
-    KeySpecial<TakeParity>("parity=", GIVEN_PARITY, MAX_KEY_WORD),
+    KeySpecial<TakeParity, MAX_KEY_WORD>("parity=", GIVEN_PARITY),
     KeyInt<&Param::iStopBits>("stopbits=", GIVEN_STOP_BITS, 1, 2),
-    KeySpecial<RefuseDelayTime>("delaytime=", 0, MAX_KEY_WORD),
+    KeySpecial<RefuseDelayTime, MAX_KEY_WORD>("delaytime=", 0),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 /** KEPT: a number that is too long to be read is refused here; elsewhere it counts as not given. */
 bool HasOverlongNumber(std::string_view text)
 {
-    for (const KeyRow &row : KEYS) {
+    for (const KeyRule &rule : KEYS) {
         std::string_view value;
-        if (row.eKind == KeyRow::Kind::Int && Text_FindValue(text, row.key, '&', value) == 0 &&
+        if (rule.eKind == KeyRule::Kind::Int && Text_FindValue(text, rule.key, '&', value) == 0 &&
             value.size() > MAX_INT_TEXT)
             return true;
     }

@@ -70,10 +70,11 @@ bool TakeTimeServer(std::string_view text, DateTimeParam &param)
     return true;
 }
 
-constexpr KeyRow COMMON_KEYS[] = {
+constexpr KeyRow<DateTimeParam> COMMON_KEYS[] = {
     KeyInt<&DateTimeParam::iTimeZone>("timezone=", GIVEN_TIME_ZONE, TIME_ZONE_FIRST, TIME_ZONE_LAST),
     KeyWord<&DateTimeParam::iDSTEnable>("dstenable=", GIVEN_DST, "yes", "no"),
 };
+static_assert(KeyBitsAreDistinct(COMMON_KEYS));
 
 /** Any other method than the two passes, without date, time or server. */
 bool TakeKeys(std::string_view text, DateTimeParam &param)

@@ -38,11 +38,12 @@ bool TakeTime(std::string_view value, ScheduleRebootParam &param)
     return true;
 }
 
-constexpr KeyRow KEYS[] = {
+constexpr KeyRow<ScheduleRebootParam> KEYS[] = {
     KeyWord<&ScheduleRebootParam::iEnable>("enable=", GIVEN_ENABLE, "on", "off"),
-    KeySpecial<TakeWeekday>("weekday=", GIVEN_WEEKDAY, MAX_KEY_WORD),
-    KeySpecial<TakeTime>("time=", GIVEN_TIME, MAX_KEY_WORD),
+    KeySpecial<TakeWeekday, MAX_KEY_WORD>("weekday=", GIVEN_WEEKDAY),
+    KeySpecial<TakeTime, MAX_KEY_WORD>("time=", GIVEN_TIME),
 };
+static_assert(KeyBitsAreDistinct(KEYS));
 
 } // namespace
 

@@ -1,0 +1,188 @@
+#include "daemon/request/keys.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+struct Inner {
+    char acName[8];
+};
+
+struct Record {
+    uint32_t uiSetMask;
+    int32_t iWord, iNumber, iEven;
+    char acText[4], acLower[4], acLong[128];
+    Inner tInner;
+    char acSpecial[8];
+};
+
+struct OtherRecord {
+    uint32_t uiSetMask;
+    int32_t iNumber;
+};
+
+bool IsEven(int32_t iValue)
+{
+    return iValue % 2 == 0;
+}
+
+bool IsLower(std::string_view value)
+{
+    return value.find_first_not_of("abc") == std::string_view::npos;
+}
+
+/** Takes what begins with the text that was taken before. */
+bool TakeSpecial(std::string_view value, Record &record)
+{
+    record.acSpecial[value.copy(record.acSpecial, sizeof record.acSpecial - 1)] = '\0';
+    return value.starts_with(record.acText);
+}
+
+bool Refuse(std::string_view, Record &)
+{
+    return false;
+}
+
+constexpr KeyRow<Record> KEYS[] = {
+    KeyWord<&Record::iWord>("word=", 0x1, "on", "off"),
+    KeyInt<&Record::iNumber>("number=", 0x2, -3, 10),
+    KeyInt<&Record::iEven>("even=", 0x4, 0, 10, IsEven),
+    KeyText<&Record::acText>("text=", 0x8),
+    KeyText<&Record::acLower>("lower=", 0x10, IsLower),
+    KeyText<&Record::acLong>("long=", 0x20),
+    KeyText<&Record::tInner, &Inner::acName>("inner=", 0x40),
+    KeySpecial<TakeSpecial, 5>("special=", 0x80),
+    KeySpecial<Refuse, 5>("never=", 0),
+};
+constexpr KeyRow<Record> CHECKED_KEY[] = {KeyInt<&Record::iEven>("even=", 0x100, IsEven)};
+constexpr KeyRow<Record> SAME_BIT[] = {KeyText<&Record::acText>("again=", 0x8)};
+
+static_assert(KeyBitsAreDistinct(KEYS, CHECKED_KEY));
+static_assert(KeyBitsAreDistinct(SAME_BIT) && !KeyBitsAreDistinct(KEYS, SAME_BIT));
+static_assert(!KeyBitsAreDistinct({SAME_BIT[0], SAME_BIT[0]}));
+
+/* What the compiler refuses: a row of another record, a field of another type, a text that no value can fill. */
+static_assert(!std::is_convertible_v<KeyRow<OtherRecord>, KeyRow<Record>>);
+static_assert(!std::is_convertible_v<KeyRule, KeyRow<Record>>);
+struct BadFields {
+    uint32_t uiNumber;
+    int8_t acBytes[4];
+    char acTooLong[129];
+};
+static_assert(TextField<&Record::acText> && TextField<&Record::tInner, &Inner::acName>);
+static_assert(!TextField<&Record::iWord> && !TextField<&BadFields::acBytes> && !TextField<&BadFields::acTooLong>);
+static_assert(IntField<&Record::iWord> && !IntField<&Record::acText> && !IntField<&BadFields::uiNumber>);
+template <size_t N>
+concept SpecialOf = requires
+{
+    KeySpecial<TakeSpecial, N>("", 0);
+};
+static_assert(SpecialOf<127> && !SpecialOf<128>);
+
+constexpr uint32_t BIT_BEFORE = 0x80000000;
+
+/** What differs from the record below, and the mask's bits, "!" behind them after a bad value. */
+std::string Taken(const std::string &text)
+{
+    Record record = {BIT_BEFORE, -7, -7, -7, "-", "-", "-", {"-"}, "-"};
+    const int result = Request_TakeKeys(text, KEYS, record);
+    std::string taken;
+    const auto number = [&](const char *name, int32_t value) {
+        if (value != -7)
+            taken += name + std::to_string(value) + " ";
+    };
+    const auto field = [&](const char *name, const char *value) {
+        if (strcmp(value, "-") != 0)
+            taken += name + std::string(value) + " ";
+    };
+    number("word=", record.iWord);
+    number("number=", record.iNumber);
+    number("even=", record.iEven);
+    field("text=", record.acText);
+    field("lower=", record.acLower);
+    field("long=", record.acLong);
+    field("inner=", record.tInner.acName);
+    field("special=", record.acSpecial);
+    EXPECT_NE(record.uiSetMask & BIT_BEFORE, 0U) << "bits are added";
+    return taken + std::to_string(record.uiSetMask & ~BIT_BEFORE) + (result == 0 ? "" : "!");
+}
+
+} // namespace
+
+TEST(RequestKeys, TakesWhatIsGivenAndGood)
+{
+    const std::string longest(127, 'l'), zeros(126, '0');
+    const struct {
+        const char *description;
+        std::string text, taken;
+    } cases[] = {
+        {"nothing", "x=1&", "0"},
+        {"a word for 1", "word=on&", "word=1 1"},
+        {"a word for 0", "word=off&", "word=0 1"},
+        {"another word", "word=maybe&", "0!"},
+        {"another case", "word=On&", "0!"},
+        {"the beginning of a word", "word=o&", "0!"},
+        {"an empty word", "word=&", "0!"},
+        {"a wrong word of 15 characters", "word=ononononononono&", "0!"},
+        {"a word of 16 characters is not given", "word=onononononononon&", "0"},
+        {"the least number", "number=-3&", "number=-3 2"},
+        {"the greatest number", "number=10&", "number=10 2"},
+        {"less", "number=-4&", "0!"},
+        {"more", "number=11&", "0!"},
+        {"a word is 0", "number=x&", "number=0 2"},
+        {"127 characters", "number=" + zeros + "9&", "number=9 2"},
+        {"128 characters are not given", "number=" + zeros + "99&", "0"},
+        {"a number that passes its check", "even=8&", "even=8 4"},
+        {"one that does not", "even=7&", "0!"},
+        {"one out of range", "even=12&", "0!"},
+        {"a text that fills its field", "text=abc&", "text=abc 8"},
+        {"a text that is too long is not given", "text=abcd&", "0"},
+        {"an empty text", "text=&", "text= 8"},
+        {"a text that passes its check", "lower=abc&", "lower=abc 16"},
+        {"one that does not", "lower=aBc&", "0!"},
+        {"one that does not and is too long", "lower=aBcd&", "0"},
+        {"the longest text", "long=" + longest + "&", "long=" + longest + " 32"},
+        {"one more is not given", "long=" + longest + "l&", "0"},
+        {"a field of a record within", "inner=1234567&", "inner=1234567 64"},
+        {"its limit is its own", "inner=12345678&", "0"},
+        {"a special value, which sees the field before it", "special=-2345&", "special=-2345 128"},
+        {"a special value of 6 characters", "special=-23456&", "0"},
+        {"one that its function refuses", "special=x&", "special=x 0!"},
+        {"a key without a bit", "never=1&", "0!"},
+        {"without a bit and too long", "never=123456&", "0"},
+        {"the table's order, not the request's", "special=ab&text=a&word=on&", "word=1 text=a special=ab 137"},
+        {"the first bad value of the table stops", "text=a&special=b&number=11&word=on&", "word=1 1!"},
+        {"what is not given does not stop", "word=onononononononon&number=1&", "number=1 2"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(Taken(c.text), c.taken) << c.description;
+}
+
+TEST(RequestKeys, ANumberMayHaveACheckAlone)
+{
+    const std::pair<const char *, int32_t> cases[] = {
+        {"even=-2147483648&", INT32_MIN}, {"even=2147483646&", 2147483646}, {"even=2147483647&", -7}};
+    for (const auto &[text, value] : cases) {
+        Record record = {};
+        record.iEven = -7;
+        EXPECT_EQ(Request_TakeKeys(text, CHECKED_KEY, record), value == -7 ? -1 : 0) << text;
+        EXPECT_EQ(record.iEven, value);
+    }
+}
+
+TEST(RequestKeys, SingleKeysLeaveTheirValueAloneUnlessTaken)
+{
+    int32_t iValue = -7;
+    EXPECT_EQ(Request_TakeInt("a=1&", "b=", 0, 1, iValue), KeyOutcome::NotGiven);
+    EXPECT_EQ(Request_TakeInt("b=2&", "b=", 0, 1, iValue), KeyOutcome::Bad);
+    EXPECT_EQ(Request_TakeWord("w=long&", "w=", "long", "no", iValue, 3), KeyOutcome::NotGiven);
+    EXPECT_EQ(Request_TakeWord("w=lon&", "w=", "long", "no", iValue, 3), KeyOutcome::Bad);
+    EXPECT_EQ(iValue, -7);
+    EXPECT_EQ(Request_TakeInt("b=1&", "b=", 0, 1, iValue), KeyOutcome::Taken);
+    EXPECT_EQ(iValue, 1);
+    const std::string word(127, 'w');
+    EXPECT_EQ(Request_TakeWord("w=" + word + "&", "w=", "yes", word, iValue, 127), KeyOutcome::Taken);
+    EXPECT_EQ(iValue, 0);
+}
