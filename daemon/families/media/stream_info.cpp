@@ -139,13 +139,14 @@ int MappingGetRoutine_StreamInfo(SessionSlot &slot)
     ReadVideoProfiles(reply, result);
     if (audio)
         ReadAudioProfiles(reply, result);
+    result.iAudio = g_iAudioSupported;
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 
 void Compose_StreamInfo(TextBuilder &body, SessionSlot &slot)
 {
     const auto &result = Session_Result<Result>(slot);
-    const bool audio = g_iAudioSupported == 1;
+    const bool audio = result.iAudio == 1;
     body.Line("videos=", result.acVideoCodecs);
     if (audio)
         body.Line("audios=", result.acAudioCodecs);

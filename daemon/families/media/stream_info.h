@@ -8,6 +8,7 @@
  */
 
 struct StreamInfoResult {
+    int32_t iAudio;         ///< 1 = the audio lines are written
     char acVideoCodecs[64]; ///< in upper case
     char acResolutions[128];
     char acVideoBitRates[128];
