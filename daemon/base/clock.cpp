@@ -33,11 +33,6 @@ void SystemSleepMs(uint32_t uiMilliseconds)
 
 NetUtility_Clock g_tClock = {SystemTickMs, SystemSleepMs};
 
-uint32_t NetUtility_TicksToMs(uint32_t uiTicks, uint32_t uiTicksPerSecond)
-{
-    return (((uiTicks >> 16) * 1000 / uiTicksPerSecond) << 16) + (uiTicks & 0xFFFF) * 1000 / uiTicksPerSecond;
-}
-
 uint32_t NetUtility_GetTickMs()
 {
     return g_tClock.pfnTickMs();
@@ -61,6 +56,11 @@ int NetUtility_IsTimeoutSec(uint32_t uiStartMs, uint32_t uiLimitSec, uint32_t *p
     if (puiElapsedSec != nullptr)
         *puiElapsedSec = uiElapsed / 1000;
     return iTimeout;
+}
+
+uint32_t NetUtility_TicksToMs(uint32_t uiTicks, uint32_t uiTicksPerSecond)
+{
+    return (((uiTicks >> 16) * 1000 / uiTicksPerSecond) << 16) + (uiTicks & 0xFFFF) * 1000 / uiTicksPerSecond;
 }
 
 void NetUtility_SleepMs(uint32_t uiMilliseconds)

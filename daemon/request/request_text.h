@@ -36,6 +36,12 @@ inline constexpr size_t MAX_INT_TEXT = 127;
                                         std::string_view key3, int32_t &iValue1, int32_t &iValue2,
                                         int32_t &iValue3);
 
+/** The text of a change: the query string, or the POST body when the query string is empty. */
+[[nodiscard]] std::span<char> Request_SourceText(FDIPCInfo &request);
+
+/** Appends "&" to a query string or body; false when the buffer is full. */
+[[nodiscard]] bool Request_AppendAmpersand(std::span<char> source);
+
 /**
  * What every SET parser begins with: sets mapping method and index, chooses the query string or else the POST body,
  * appends "&" to it in place and filters it. Returns 0 with the text, which then ends with "&"; or -1 (logged in
@@ -44,9 +50,3 @@ inline constexpr size_t MAX_INT_TEXT = 127;
  */
 [[nodiscard]] int Parser_Begin(SessionSlot &slot, SetIndex index, const char *pcParser, std::string_view &text,
                                StatusKind emptyReason = StatusKind::BadRequest);
-
-/** The text that Parser_Begin chose: the query string, or the POST body when the query string is empty. */
-[[nodiscard]] std::span<char> Request_SourceText(FDIPCInfo &request);
-
-/** Appends "&" to a query string or body; false when the buffer is full. */
-[[nodiscard]] bool Request_AppendAmpersand(std::span<char> source);

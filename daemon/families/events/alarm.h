@@ -18,6 +18,6 @@ struct AlarmResult {
 };
 
 [[nodiscard]] int Parser_Alarm_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_Alarm(SessionSlot &slot);
 [[nodiscard]] int MappingSetRoutine_Alarm(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_Alarm(SessionSlot &slot);
 void Compose_Alarm(TextBuilder &body, SessionSlot &slot);

@@ -21,7 +21,7 @@ struct DIDOConfigResult {
 };
 
 [[nodiscard]] int Parser_DIDOConfig_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_DIDOConfig(SessionSlot &slot);
 /** Waits until the IO daemon reads its FIFO. */
 [[nodiscard]] int MappingSetRoutine_DIDOConfig(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_DIDOConfig(SessionSlot &slot);
 void Compose_DIDOConfig(TextBuilder &body, SessionSlot &slot);

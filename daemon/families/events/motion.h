@@ -34,7 +34,7 @@ struct MotionResult {
 };
 
 [[nodiscard]] int Parser_Motion_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_Motion(SessionSlot &slot);
 /** Also sets the global switch and the window masks of the event slots by what is then stored. */
 [[nodiscard]] int MappingSetRoutine_Motion(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_Motion(SessionSlot &slot);
 void Compose_Motion(TextBuilder &body, SessionSlot &slot);

@@ -34,7 +34,7 @@ using RecorderParam = RecorderRecord;
 using RecorderResult = RecorderRecord;
 
 [[nodiscard]] int Parser_Recorder_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_Recorder(SessionSlot &slot);
 /** Takes three seconds more when the share changes while recording is on. */
 [[nodiscard]] int MappingSetRoutine_Recorder(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_Recorder(SessionSlot &slot);
 void Compose_Recorder(TextBuilder &body, SessionSlot &slot);

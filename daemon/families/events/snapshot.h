@@ -36,6 +36,6 @@ using SnapshotParam = SnapshotRecord;
 using SnapshotResult = SnapshotRecord;
 
 [[nodiscard]] int Parser_Snapshot_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_Snapshot(SessionSlot &slot);
 [[nodiscard]] int MappingSetRoutine_Snapshot(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_Snapshot(SessionSlot &slot);
 void Compose_Snapshot(TextBuilder &body, SessionSlot &slot);

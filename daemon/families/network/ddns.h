@@ -16,6 +16,6 @@ using DDNSParam = DDNSRecord;
 using DDNSResult = DDNSRecord;
 
 [[nodiscard]] int Parser_DDNS_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_DDNS(SessionSlot &slot);
 [[nodiscard]] int MappingSetRoutine_DDNS(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_DDNS(SessionSlot &slot);
 void Compose_DDNS(TextBuilder &body, SessionSlot &slot);

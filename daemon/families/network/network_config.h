@@ -29,7 +29,7 @@ using NetworkConfigParam = NetworkConfigRecord;
 using NetworkConfigResult = NetworkConfigRecord;
 
 [[nodiscard]] int Parser_NetworkConfig_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_NetworkConfig(SessionSlot &slot);
 /** Address, port and UPnP changes ask for a network restart; PPPoE changes make the store restart the camera. */
 [[nodiscard]] int MappingSetRoutine_NetworkConfig(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_NetworkConfig(SessionSlot &slot);
 void Compose_NetworkConfig(TextBuilder &body, SessionSlot &slot);

@@ -27,6 +27,6 @@ struct RS485ConfigResult {
 };
 
 [[nodiscard]] int Parser_RS485Config_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_RS485Config(SessionSlot &slot);
 [[nodiscard]] int MappingSetRoutine_RS485Config(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_RS485Config(SessionSlot &slot);
 void Compose_RS485Config(TextBuilder &body, SessionSlot &slot);

@@ -23,7 +23,7 @@ using DateTimeParam = DateTimeRecord;
 using DateTimeResult = DateTimeRecord;
 
 [[nodiscard]] int Parser_DateTime_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_DateTime(SessionSlot &slot);
 /** Takes two seconds: the store has to settle between the zone and the rest. */
 [[nodiscard]] int MappingSetRoutine_DateTime(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_DateTime(SessionSlot &slot);
 void Compose_DateTime(TextBuilder &body, SessionSlot &slot);
