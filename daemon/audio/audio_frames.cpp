@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr char PLAY[] = "AudioUpstream_Play";
-
 constexpr uint32_t HEADER_ID = 0xF6010000;
 constexpr uint16_t SAMPLE_RATE = 8000;
 constexpr uint16_t SAMPLE_BITS = 8;
@@ -78,33 +76,33 @@ AudioFrameHeader ReadHeader(const char *pcFrame)
             .usSampleBits = ReadShort(pcFrame + 34)};
 }
 
-int NotSupported(const char *pcTraceName, const char *pcLogName, uint16_t usValue)
+int NotSupported(const char *pcCaller, const char *pcTraceName, const char *pcLogName, uint16_t usValue)
 {
-    Trace("\n[%s]%s 0x%04x is not supported\n", PLAY, pcTraceName, usValue);
-    Log_Crit("[%s]%s 0x%04x is not supported\n", PLAY, pcLogName, usValue);
+    Trace("\n[%s]%s 0x%04x is not supported\n", pcCaller, pcTraceName, usValue);
+    Log_Crit("[%s]%s 0x%04x is not supported\n", pcCaller, pcLogName, usValue);
     return -1;
 }
 
-int CheckHeader(const AudioFrameHeader &header)
+int CheckHeader(const char *pcCaller, const AudioFrameHeader &header)
 {
     if (header.ulHdrID != HEADER_ID) {
-        Trace("\n[%s]Wrong ulHdrID 0x%08x\n", PLAY, header.ulHdrID);
-        Log_Crit("[%s]Wrong ulHdrID 0x%08x\n", PLAY, header.ulHdrID);
+        Trace("\n[%s]Wrong ulHdrID 0x%08x\n", pcCaller, header.ulHdrID);
+        Log_Crit("[%s]Wrong ulHdrID 0x%08x\n", pcCaller, header.ulHdrID);
         return -1;
     }
     if (header.ulHdrLength != AUDIO_FRAME_HEADER_SIZE) {
-        Trace("\n[%s]Wrong ulHdrLength 0x%08x\n", PLAY, header.ulHdrLength);
-        Log_Crit("[%s]Wrong ulHdrLength 0x%08x\n", PLAY, header.ulHdrLength);
+        Trace("\n[%s]Wrong ulHdrLength 0x%08x\n", pcCaller, header.ulHdrLength);
+        Log_Crit("[%s]Wrong ulHdrLength 0x%08x\n", pcCaller, header.ulHdrLength);
         return -1;
     }
     if (header.usFormat != 1 && header.usFormat != 2)
-        return NotSupported("usFormat", "usFormat", header.usFormat);
+        return NotSupported(pcCaller, "usFormat", "usFormat", header.usFormat);
     if (header.usChannels != 1)
-        return NotSupported("Channel number", "usChannels", header.usChannels);
+        return NotSupported(pcCaller, "Channel number", "usChannels", header.usChannels);
     if (header.usSampleRate != SAMPLE_RATE)
-        return NotSupported("Sample rate number", "usSampleRate", header.usSampleRate);
+        return NotSupported(pcCaller, "Sample rate number", "usSampleRate", header.usSampleRate);
     if (header.usSampleBits != SAMPLE_BITS)
-        return NotSupported("Sample bits", "usSampleBits", header.usSampleBits);
+        return NotSupported(pcCaller, "Sample bits", "usSampleBits", header.usSampleBits);
     return 0;
 }
 
@@ -114,24 +112,24 @@ uint32_t Unprocessed(const AudioUpstreamState &state)
 }
 
 /** Passes over a frame that is too large: what is here of it is dropped, the rest as it comes. */
-void SkipFrame(AudioUpstreamState &state, uint32_t ulDataLength)
+void SkipFrame(const char *pcCaller, AudioUpstreamState &state, uint32_t ulDataLength)
 {
     // Here of the frame are its header and perhaps more; ulDataLength + 40 itself could exceed 32 bits.
     state.uiSkip = ulDataLength - (Unprocessed(state) - AUDIO_FRAME_HEADER_SIZE);
     state.uiFill = 0;
     state.uiReadOffset = 0;
-    Trace("\n[%s]Skip %u bytes\n", PLAY, state.uiSkip);
-    Log_Crit("[%s]ulDataLength 0x%08x is too large\n", PLAY, ulDataLength);
+    Trace("\n[%s]Skip %u bytes\n", pcCaller, state.uiSkip);
+    Log_Crit("[%s]ulDataLength 0x%08x is too large\n", pcCaller, ulDataLength);
 }
 
 /** Announces the format when it is new and sends one frame. Returns 0, also for a dropped frame, or -1. */
-int PlayFrame(AudioUpstreamState &state, uint16_t usFormat, std::string_view payload)
+int PlayFrame(const char *pcCaller, AudioUpstreamState &state, uint16_t usFormat, std::string_view payload)
 {
     if (usFormat != state.usLastFormat) {
         const std::string_view config[] = {{CONFIG_MESSAGE.data(), CONFIG_MESSAGE.size()}};
         const DecoderWrite outcome = DecoderSocket_Write(state.iDecoderSocket, config);
         if (outcome == DecoderWrite::Blocked)
-            Trace("[%s]WOULDBLOCK when write ConfG711, skip this frame\n", PLAY);
+            Trace("[%s]WOULDBLOCK when write ConfG711, skip this frame\n", pcCaller);
         if (outcome != DecoderWrite::Sent)
             return outcome == DecoderWrite::Blocked ? 0 : -1;
         state.usLastFormat = usFormat;
@@ -143,7 +141,7 @@ int PlayFrame(AudioUpstreamState &state, uint16_t usFormat, std::string_view pay
     const std::string_view message[] = {{acHeader.data(), acHeader.size()}, payload};
     const DecoderWrite outcome = DecoderSocket_Write(state.iDecoderSocket, message);
     if (outcome == DecoderWrite::Blocked)
-        Trace("[%s]EWOULDBLOCK  when write AudioFrame, skip this frame\n", PLAY);
+        Trace("[%s]EWOULDBLOCK  when write AudioFrame, skip this frame\n", pcCaller);
     return outcome == DecoderWrite::Lost ? -1 : 0;
 }
 
@@ -177,16 +175,17 @@ int AudioUpstream_Play(AudioUpstreamState &state)
     while (Unprocessed(state) >= AUDIO_FRAME_HEADER_SIZE) {
         const char *pcFrame = state.acBuf + state.uiReadOffset;
         const AudioFrameHeader header = ReadHeader(pcFrame);
-        if (CheckHeader(header) != 0)
+        if (CheckHeader(__func__, header) != 0)
             return -1;
         if (header.ulDataLength > AUDIO_MAX_FRAME_SIZE - AUDIO_FRAME_HEADER_SIZE) {
-            SkipFrame(state, header.ulDataLength);
+            SkipFrame(__func__, state, header.ulDataLength);
             return 0;
         }
         const uint32_t uiFrameSize = AUDIO_FRAME_HEADER_SIZE + header.ulDataLength;
         if (Unprocessed(state) < uiFrameSize)
             break;
-        if (PlayFrame(state, header.usFormat, {pcFrame + AUDIO_FRAME_HEADER_SIZE, header.ulDataLength}) != 0)
+        const std::string_view payload(pcFrame + AUDIO_FRAME_HEADER_SIZE, header.ulDataLength);
+        if (PlayFrame(__func__, state, header.usFormat, payload) != 0)
             return -1;
         state.uiReadOffset += uiFrameSize;
     }

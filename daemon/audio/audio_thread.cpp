@@ -15,7 +15,6 @@ AudioUpstreamWaits g_tAudioUpstreamWaits = {OSThread_SleepMs, 60000};
 namespace
 {
 
-constexpr char MAIN_TASK[] = "AudioUpstream_MainTask";
 constexpr uint32_t QUEUE_WAIT_MS = 1000;
 /** A stream begins with four bytes of any value. */
 constexpr uint32_t RANDOM_4CC_SIZE = 4;
@@ -29,15 +28,15 @@ void ClearState(AudioUpstreamState &state)
     state.iDecoderSocket = iDecoderSocket;
 }
 
-void StartSession(AudioUpstreamState &state, const AudioUpstreamHandOver &message)
+void StartSession(const char *pcCaller, AudioUpstreamState &state, const AudioUpstreamHandOver &message)
 {
     ClearState(state);
     state.iClientSocket = message.iClientSocket;
-    Trace("[%s]Start session, sckClient = %d\n", MAIN_TASK, state.iClientSocket);
-    Log_Crit("[%s]Start session\n", MAIN_TASK);
+    Trace("[%s]Start session, sckClient = %d\n", pcCaller, state.iClientSocket);
+    Log_Crit("[%s]Start session\n", pcCaller);
     if (message.uiConsumed < RANDOM_4CC_SIZE) {
         state.uiSkip = RANDOM_4CC_SIZE - message.uiConsumed;
-        Trace("[%s]Skip %u bytes of random 4CC\n", MAIN_TASK, state.uiSkip);
+        Trace("[%s]Skip %u bytes of random 4CC\n", pcCaller, state.uiSkip);
     }
     if (state.iDecoderSocket < 0)
         state.iDecoderSocket = AudioUpstream_OpenAdecUnixSocket();
@@ -75,7 +74,7 @@ int AudioUpstream_Receive(AudioUpstreamState &state)
 }
 
 /** Takes what the client has sent and plays it. Returns 0 while the session goes on, -1 when it has to end. */
-int Talk(const AudioUpstreamContext &context, AudioUpstreamState &state)
+int Talk(const char *pcCaller, const AudioUpstreamContext &context, AudioUpstreamState &state)
 {
     if (state.iDecoderSocket < 0 || context.uiSpeakerEnable == 0)
         return -1;
@@ -84,12 +83,12 @@ int Talk(const AudioUpstreamContext &context, AudioUpstreamState &state)
     case OSWait::Readable:
         break;
     case OSWait::TimedOut:
-        Trace("[%s]%u seconds timeout\n", MAIN_TASK, uiLimitMs / 1000);
+        Trace("[%s]%u seconds timeout\n", pcCaller, uiLimitMs / 1000);
         return -1;
     case OSWait::Stopped:
         return -1;
     case OSWait::Failed:
-        Trace("[%s]select error\n", MAIN_TASK);
+        Trace("[%s]select error\n", pcCaller);
         return -1;
     }
     if (AudioUpstream_Receive(state) != 0)
@@ -97,8 +96,8 @@ int Talk(const AudioUpstreamContext &context, AudioUpstreamState &state)
     if (state.uiSkip != 0)
         AudioUpstream_SkipData(state);
     if (AudioUpstream_Play(state) != 0) {
-        Trace("[%s]AudioUpstream_Play failed\n", MAIN_TASK);
-        Log_Crit("[%s]AudioUpstream_Play failed\n", MAIN_TASK);
+        Trace("[%s]AudioUpstream_Play failed\n", pcCaller);
+        Log_Crit("[%s]AudioUpstream_Play failed\n", pcCaller);
         return -1;
     }
     return 0;
@@ -116,8 +115,8 @@ void AudioUpstream_MainTask(void *pvContext)
         AudioUpstreamHandOver message;
         if (OSMsgQueue_Receive(&context.tQueue, &message, QUEUE_WAIT_MS) != 0)
             continue;
-        StartSession(state, message);
-        while (Talk(context, state) == 0)
+        StartSession(__func__, state, message);
+        while (Talk(__func__, context, state) == 0)
             continue;
         AudioUpstream_StopSession(context, state);
     }

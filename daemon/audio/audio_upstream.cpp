@@ -23,15 +23,15 @@ void Clear(AudioUpstreamContext &context)
     context.acClientName[0] = '\0';
 }
 
-int StartThread(AudioUpstreamContext &context)
+int StartThread(const char *pcCaller, AudioUpstreamContext &context)
 {
     const OSThreadAttributes tAttributes = {AudioUpstream_MainTask, &context};
     if (OSThread_Initial(&context.tThread, &tAttributes) != 0) {
-        Trace("[%s]OSThread_Initial failed\n", "AudioUpstream_Initial");
+        Trace("[%s]OSThread_Initial failed\n", pcCaller);
         return -1;
     }
     if (OSThread_Start(&context.tThread) != 0) {
-        Trace("[%s]OSThread_Start failed\n", "AudioUpstream_Initial");
+        Trace("[%s]OSThread_Start failed\n", pcCaller);
         OSThread_Release(&context.tThread);
         return -1;
     }
@@ -82,7 +82,7 @@ int AudioUpstream_Initial(AudioUpstreamContext &context)
         Trace("[%s]OSMsgQueue_Initial failed\n", __func__);
         return -1;
     }
-    if (StartThread(context) != 0) {
+    if (StartThread(__func__, context) != 0) {
         OSMsgQueue_Release(&context.tQueue);
         return -1;
     }
