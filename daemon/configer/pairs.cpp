@@ -4,7 +4,7 @@
 
 void PairBuilder::AddGiven(uint32_t uiBits, const char *pcFormat, ...)
 {
-    if (!Given(uiBits))
+    if ((m_uiSetMask & uiBits) == 0)
         return;
     va_list args;
     va_start(args, pcFormat);

@@ -9,9 +9,7 @@ class PairBuilder : public TextBuilder
   public:
     PairBuilder(std::span<char> out, uint32_t uiSetMask) : TextBuilder(out), m_uiSetMask(uiSetMask) {}
 
-    /** Whether the request gave one of the keys. */
-    [[nodiscard]] bool Given(uint32_t uiBits) const { return (m_uiSetMask & uiBits) != 0; }
-    /** Addf if the request gave one of the keys. */
+    /** Addf if the request gave one of the keys with these bits. */
     void AddGiven(uint32_t uiBits, const char *pcFormat, ...) __attribute__((format(printf, 3, 4)));
 
   private:

@@ -88,6 +88,13 @@ template <typename Record, size_t N>
     return 0;
 }
 
+/** Whether the request gave one of the keys with these bits. */
+template <typename Record>
+[[nodiscard]] constexpr bool Request_Gave(const Record &record, uint32_t uiBits)
+{
+    return (record.uiSetMask & uiBits) != 0;
+}
+
 /** Adds the bits of a table to `uiSeen`; false when one of them is there already. */
 template <typename Record, size_t N>
 constexpr bool KeyBitsAreNew(uint32_t &uiSeen, const KeyRow<Record> (&rows)[N])

@@ -33,7 +33,8 @@ enum Given : uint32_t {
 constexpr int32_t EVENT_SLOT = 0;
 constexpr int32_t SECONDS_PER_MINUTE = 60;
 
-using Record = RecorderRecord;
+using Param = RecorderParam;
+using Result = RecorderResult;
 
 constexpr std::string_view FIXED_PAIRS =
     "event_i0_name=kelpa_recorder&event_i0_action_do_i0_enable=0&event_i0_action_goto_enable=0&"
@@ -43,37 +44,37 @@ constexpr std::string_view FIXED_PAIRS =
     "server_i0_name=kelpa_nas&server_i0_type=ns&server_i0_ns_workgroup=workgroup&media_i0_name=kelpa_recorder&"
     "media_i0_type=videoclip&media_i0_videoclip_maxsize=4096&";
 
-constexpr KeyRow<Record> CLIP_KEYS[] = {
-    KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1),
+constexpr KeyRow<Param> CLIP_KEYS[] = {
+    KeyInt<&Param::iEnable>("enable=", GIVEN_ENABLE, 0, 1),
     // Any number passes here: how many streams there are is asked when it is written.
-    KeyInt<&Record::iProfileID>("profileID=", GIVEN_PROFILE, INT32_MIN, INT32_MAX),
-    KeyInt<&Record::iPreRecord>("prerecord=", GIVEN_PRE_RECORD, 0, 15),
-    KeyInt<&Record::iPostRecord>("postrecord=", GIVEN_POST_RECORD, 0, 15),
+    KeyInt<&Param::iProfileID>("profileID=", GIVEN_PROFILE, INT32_MIN, INT32_MAX),
+    KeyInt<&Param::iPreRecord>("prerecord=", GIVEN_PRE_RECORD, 0, 15),
+    KeyInt<&Param::iPostRecord>("postrecord=", GIVEN_POST_RECORD, 0, 15),
 };
 
-constexpr KeyRow<Record> ACCOUNT_KEYS[] = {
-    KeyInt<&Record::iAnonymous>("anonymous=", GIVEN_ANONYMOUS, 0, 1),
-    KeyText<&Record::acUser>("user=", GIVEN_USER),
-    KeyText<&Record::acPassword>("password=", GIVEN_PASSWORD),
-    KeyText<&Record::acServer>("server=", GIVEN_SERVER),
-    KeyText<&Record::acShareFolder>("shareFolder=", GIVEN_SHARE_FOLDER),
+constexpr KeyRow<Param> ACCOUNT_KEYS[] = {
+    KeyInt<&Param::iAnonymous>("anonymous=", GIVEN_ANONYMOUS, 0, 1),
+    KeyText<&Param::acUser>("user=", GIVEN_USER),
+    KeyText<&Param::acPassword>("password=", GIVEN_PASSWORD),
+    KeyText<&Param::acServer>("server=", GIVEN_SERVER),
+    KeyText<&Param::acShareFolder>("shareFolder=", GIVEN_SHARE_FOLDER),
 };
 
-constexpr KeyRow<Record> FILE_KEYS[] = {
-    KeyInt<&Record::iKeepSpace>("keepSpace=", GIVEN_KEEP_SPACE, 0, 999999),
-    KeyInt<&Record::iFileLenMin>("fileLenMin=", GIVEN_FILE_LEN, 1, 30),
-    KeyInt<&Record::iRecycle>("recycle=", GIVEN_RECYCLE, 0, 1),
+constexpr KeyRow<Param> FILE_KEYS[] = {
+    KeyInt<&Param::iKeepSpace>("keepSpace=", GIVEN_KEEP_SPACE, 0, 999999),
+    KeyInt<&Param::iFileLenMin>("fileLenMin=", GIVEN_FILE_LEN, 1, 30),
+    KeyInt<&Param::iRecycle>("recycle=", GIVEN_RECYCLE, 0, 1),
 };
 static_assert(KeyBitsAreDistinct(CLIP_KEYS, ACCOUNT_KEYS, FILE_KEYS));
 
-bool TakeTargets(std::string_view text, Record &param)
+bool TakeTargets(std::string_view text, Param &param)
 {
     return Request_TakeInt(text, "toUSB=", 0, 1, param.iToUSB) == KeyOutcome::Taken &&
            Request_TakeInt(text, "toSamba=", 0, 1, param.iToSamba) == KeyOutcome::Taken &&
            !(param.iToUSB == 1 && param.iToSamba == 1);
 }
 
-bool TakeKeys(std::string_view text, Record &param)
+bool TakeKeys(std::string_view text, Param &param)
 {
     bool itemsGiven = false;
     if (Request_TakeKeys(text, CLIP_KEYS, param) != 0 ||
@@ -86,60 +87,64 @@ bool TakeKeys(std::string_view text, Record &param)
     return true;
 }
 
-/* Each of the next appends its part of what is written. Those that may fail return Ok or the mapping result. */
-
-StatusKind AddClipPairs(PairBuilder &pairs, const Record &param)
+/** Checks the profile that is given against the camera's streams. Returns Ok, or the mapping result. */
+StatusKind CheckProfile(const char *pcCaller, const Param &param)
 {
-    if (pairs.Given(GIVEN_ENABLE))
+    if (!Request_Gave(param, GIVEN_PROFILE))
+        return StatusKind::Ok;
+    int32_t iStreamCount = 0;
+    ConfigerReply<1024> reply(pcCaller);
+    reply.Get({"capability_nmediastream&"});
+    reply.Int("capability_nmediastream=", iStreamCount);
+    if (reply.Failed())
+        return StatusKind::UpdateFailed;
+    return IsWithin(param.iProfileID, 1, iStreamCount) ? StatusKind::Ok : StatusKind::InvalidParameter;
+}
+
+/** Whether recording is on, if need be by the store; it matters only without a trigger. Returns 0 or -1. */
+int FindEnable(const char *pcCaller, const Param &param, int32_t &iEnable)
+{
+    iEnable = param.iEnable;
+    if (Request_Gave(param, GIVEN_ENABLE) || Trigger_Any(param.tTrigger))
+        return 0;
+    ConfigerReply<1024> reply(pcCaller);
+    reply.Get({"event_i0_enable&"});
+    reply.Bool("event_i0_enable=", iEnable);
+    return reply.Failed() ? -1 : 0;
+}
+
+/* Each of the next appends its part of what is written. */
+
+void AddClipPairs(PairBuilder &pairs, const Param &param)
+{
+    if (Request_Gave(param, GIVEN_ENABLE))
         pairs.Add(param.iEnable == 1 ? "event_i0_enable=1&" : "event_i0_enable=0&recording_i0_enable=0&");
-    if (pairs.Given(GIVEN_PROFILE)) {
-        int32_t iStreamCount = 0;
-        ConfigerReply<1024> reply("MappingSetRoutine_Recorder");
-        reply.Get({"capability_nmediastream&"});
-        reply.Int("capability_nmediastream=", iStreamCount);
-        if (reply.Failed())
-            return StatusKind::UpdateFailed;
-        if (param.iProfileID < 1 || param.iProfileID > iStreamCount)
-            return StatusKind::InvalidParameter;
-        pairs.Addf("media_i0_videoclip_source=%1$d&recording_i0_source=%1$d&", param.iProfileID - 1);
-    }
+    pairs.AddGiven(GIVEN_PROFILE, "media_i0_videoclip_source=%1$d&recording_i0_source=%1$d&", param.iProfileID - 1);
     pairs.AddGiven(GIVEN_PRE_RECORD, "media_i0_videoclip_preevent=%d&", param.iPreRecord);
     // The clip's whole length.
     pairs.AddGiven(GIVEN_POST_RECORD, "media_i0_videoclip_maxduration=%d&", param.iPreRecord + param.iPostRecord);
-    return StatusKind::Ok;
 }
 
 /** With a trigger the event slot records and the recording slot is off; without one it is the other way round. */
-StatusKind AddTriggerPairs(PairBuilder &pairs, const Record &param)
+void AddTriggerPairs(PairBuilder &pairs, const Param &param, int32_t iEnable)
 {
     Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "");
-    if (Trigger_Any(param.tTrigger)) {
+    if (Trigger_Any(param.tTrigger))
         pairs.Add("recording_i0_enable=0&");
-        return StatusKind::Ok;
-    }
-    int32_t iEnable = param.iEnable;
-    if (!pairs.Given(GIVEN_ENABLE)) {
-        ConfigerReply<1024> reply("MappingSetRoutine_Recorder");
-        reply.Get({"event_i0_enable&"});
-        reply.Bool("event_i0_enable=", iEnable);
-        if (reply.Failed())
-            return StatusKind::UpdateFailed;
-    }
-    if (iEnable == 1)
+    else if (iEnable == 1)
         pairs.Add("recording_i0_enable=1&");
-    return StatusKind::Ok;
 }
 
-void AddTargetPairs(PairBuilder &pairs, const Record &param)
+void AddTargetPairs(PairBuilder &pairs, const Param &param)
 {
     pairs.Addf("event_i0_action_cf_enable=%d&event_i0_action_server_i0_enable=%d&", param.iToUSB, param.iToSamba);
     const char *pcDestination = param.iToUSB == 1 ? "cf" : param.iToSamba == 1 ? "0" : "";
     pairs.Addf("recording_i0_dest=%s&", pcDestination);
 }
 
-void AddAccountPairs(PairBuilder &pairs, const Record &param)
+void AddAccountPairs(PairBuilder &pairs, const Param &param)
 {
-    if (pairs.Given(GIVEN_ANONYMOUS) && param.iAnonymous == 1) {
+    if (Request_Gave(param, GIVEN_ANONYMOUS) && param.iAnonymous == 1) {
         pairs.Add("server_i0_ns_username=anonymous&server_i0_ns_passwd=&");
         return;
     }
@@ -148,43 +153,21 @@ void AddAccountPairs(PairBuilder &pairs, const Record &param)
 }
 
 /** The event slot and the recording slot always get the same schedule. */
-int AddSchedulePairs(PairBuilder &pairs, const Record &param)
+void AddSchedulePairs(PairBuilder &pairs, const StoredSchedule &stored)
 {
-    StoredSchedule stored;
-    bool changes = false;
-    if (Schedule_ToStore(param.tSchedule, pairs.Given(GIVEN_ITEMS), stored, changes) != 0)
-        return -1;
-    if (changes)
-        pairs.Addf("event_i0_weekday=%1$d&event_i0_begintime=%2$s&event_i0_endtime=%3$s&"
-                   "recording_i0_weekday=%1$d&recording_i0_begintime=%2$s&recording_i0_endtime=%3$s&",
-                   stored.iWeekdays, stored.acBegin, stored.acEnd);
-    return 0;
+    pairs.Addf("event_i0_weekday=%1$d&event_i0_begintime=%2$s&event_i0_endtime=%3$s&"
+               "recording_i0_weekday=%1$d&recording_i0_begintime=%2$s&recording_i0_endtime=%3$s&",
+               stored.iWeekdays, stored.acBegin, stored.acEnd);
 }
 
-void AddFilePairs(PairBuilder &pairs, const Record &param)
+void AddFilePairs(PairBuilder &pairs, const Param &param)
 {
     pairs.AddGiven(GIVEN_KEEP_SPACE, "recording_i0_limitsize=1&recording_i0_reserveamount=%d&", param.iKeepSpace);
     pairs.AddGiven(GIVEN_FILE_LEN, "recording_i0_duration=%d&", param.iFileLenMin * SECONDS_PER_MINUTE);
     pairs.AddGiven(GIVEN_RECYCLE, "recording_i0_cyclic=%1$d&disk_i0_cyclic_enabled=%1$d&", param.iRecycle);
 }
 
-StatusKind AddPairs(PairBuilder &pairs, const Record &param)
-{
-    pairs.Add(FIXED_PAIRS);
-    StatusKind result = AddClipPairs(pairs, param);
-    if (result == StatusKind::Ok)
-        result = AddTriggerPairs(pairs, param);
-    if (result != StatusKind::Ok)
-        return result;
-    AddTargetPairs(pairs, param);
-    AddAccountPairs(pairs, param);
-    if (AddSchedulePairs(pairs, param) != 0)
-        return StatusKind::InvalidParameter;
-    AddFilePairs(pairs, param);
-    return StatusKind::Ok;
-}
-
-void ReadShare(ConfigerReader &reply, Record &result)
+void ReadShare(ConfigerReader &reply, Result &result)
 {
     char acLocation[64] = {};
     reply.Text("server_i0_ns_username=", result.acUser);
@@ -196,7 +179,7 @@ void ReadShare(ConfigerReader &reply, Record &result)
     result.iAnonymous = anonymous ? 1 : 0;
 }
 
-void ReadFiles(ConfigerReader &reply, Record &result)
+void ReadFiles(ConfigerReader &reply, Result &result)
 {
     int32_t iLimited = 0;
     int32_t iDuration = 0;
@@ -215,31 +198,48 @@ int Parser_Recorder_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::Recorder, __func__, text, StatusKind::InvalidParameter) != 0)
         return -1;
-    if (!TakeKeys(text, Session_Param<Record>(slot)))
+    if (!TakeKeys(text, Session_Param<Param>(slot)))
         return Session_Refuse(slot, StatusKind::InvalidParameter);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_Recorder(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
-    PairBuffer<2048> pairs(param.uiSetMask);
-    if (const StatusKind result = AddPairs(pairs, param); result != StatusKind::Ok)
+    const auto &param = Session_Param<Param>(slot);
+    int32_t iEnable = 0;
+    StoredSchedule stored = {};
+    bool scheduleChanges = false;
+    if (const StatusKind result = CheckProfile(__func__, param); result != StatusKind::Ok)
         return Session_Fail(slot, result);
+    if (FindEnable(__func__, param, iEnable) != 0)
+        return Session_Fail(slot, StatusKind::UpdateFailed);
+    if (Schedule_ToStore(param.tSchedule, Request_Gave(param, GIVEN_ITEMS), stored, scheduleChanges) != 0)
+        return Session_Fail(slot, StatusKind::InvalidParameter);
+
+    PairBuffer<2048> pairs(param.uiSetMask);
+    pairs.Add(FIXED_PAIRS);
+    AddClipPairs(pairs, param);
+    AddTriggerPairs(pairs, param, iEnable);
+    AddTargetPairs(pairs, param);
+    AddAccountPairs(pairs, param);
+    if (scheduleChanges)
+        AddSchedulePairs(pairs, stored);
+    AddFilePairs(pairs, param);
     if (Session_WritePairs(slot, pairs, StatusKind::UpdateFailed) != 0)
         return -1;
-    if (pairs.Given(GIVEN_SERVER | GIVEN_SHARE_FOLDER) &&
-        Recorder_SetShareLocation(pairs.Given(GIVEN_SERVER) ? param.acServer : nullptr,
-                                  pairs.Given(GIVEN_SHARE_FOLDER) ? param.acShareFolder : nullptr) != 0)
+
+    const char *pcServer = Request_Gave(param, GIVEN_SERVER) ? param.acServer : nullptr;
+    const char *pcFolder = Request_Gave(param, GIVEN_SHARE_FOLDER) ? param.acShareFolder : nullptr;
+    if ((pcServer != nullptr || pcFolder != nullptr) && Recorder_SetShareLocation(pcServer, pcFolder) != 0)
         return Session_Fail(slot, StatusKind::UpdateFailed);
-    if (pairs.Given(GIVEN_PRE_RECORD | GIVEN_POST_RECORD))
+    if (Request_Gave(param, GIVEN_PRE_RECORD | GIVEN_POST_RECORD))
         (void)Program_Run("/usr/bin/gen_task", "-e");
     return Session_Succeed(slot);
 }
 
 int MappingGetRoutine_Recorder(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     int32_t iSource = 0;
     int32_t iClipLength = 0;
     ConfigerReply<1024> reply(__func__);
@@ -267,7 +267,7 @@ int MappingGetRoutine_Recorder(SessionSlot &slot)
 
 void Compose_Recorder(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.Addf("<config><record><enable>%d</enable><profileID>%d</profileID>", result.iEnable, result.iProfileID);
     body.Addf("<continuous>%d</continuous>", result.tSchedule.iContinuous);
     body.Addf("<prerecord>%d</prerecord><postrecord>%d</postrecord>", result.iPreRecord, result.iPostRecord);

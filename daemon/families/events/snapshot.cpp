@@ -37,7 +37,8 @@ constexpr int32_t EVENT_SLOT = 1;
 constexpr int32_t MAX_INTERVAL_S = 86400;
 constexpr int32_t SECONDS_PER_MINUTE = 60;
 
-using Record = SnapshotRecord;
+using Param = SnapshotParam;
+using Result = SnapshotResult;
 
 /** Event slot 1, servers 1 and 2 and media 1 and 2 are always claimed. */
 constexpr std::string_view FIXED_PAIRS =
@@ -48,29 +49,29 @@ constexpr std::string_view FIXED_PAIRS =
     "media_i1_name=kelpa_snapshot_smtp&media_i1_type=snapshot&media_i1_snapshot_datesuffix=1&"
     "media_i2_name=kelpa_snapshot_ftp&media_i2_type=snapshot&media_i2_snapshot_datesuffix=1&";
 
-constexpr KeyRow<Record> SERVER_KEYS[] = {
-    KeyInt<&Record::iSmtpEnable1>("smtpEnable1=", GIVEN_SMTP_ENABLE, 0, 1),
-    KeyInt<&Record::iSmtpPort1>("smtpPort1=", GIVEN_SMTP_PORT, 1, 65535),
-    KeyText<&Record::acSmtpUser1>("smtpUser1=", GIVEN_SMTP_USER),
-    KeyText<&Record::acSmtpPass1>("smtpPass1=", GIVEN_SMTP_PASS),
-    KeyText<&Record::acSmtpServer1>("smtpServer1=", GIVEN_SMTP_SERVER),
-    KeyText<&Record::acSender1>("sender1=", GIVEN_SENDER),
-    KeyText<&Record::acReceiver1>("receiver1=", GIVEN_RECEIVER),
-    KeyInt<&Record::iFtpEnable1>("ftpEnable1=", GIVEN_FTP_ENABLE, 0, 1),
-    KeyInt<&Record::iPassive1>("passive1=", GIVEN_PASSIVE, 0, 1),
-    KeyInt<&Record::iFtpPort1>("ftpPort1=", GIVEN_FTP_PORT, 1, 65535),
-    KeyInt<&Record::iFtpInterval>("ftpInterval=", GIVEN_FTP_INTERVAL, 1, MAX_INTERVAL_S),
-    KeyText<&Record::acFtpUser1>("ftpUser1=", GIVEN_FTP_USER),
-    KeyText<&Record::acFtpPass1>("ftpPass1=", GIVEN_FTP_PASS),
-    KeyText<&Record::acFtpServer1>("ftpServer1=", GIVEN_FTP_SERVER),
-    KeyText<&Record::acFolder1>("folder1=", GIVEN_FOLDER),
-    KeyText<&Record::acFixFile1>("fixFile1=", GIVEN_FIX_FILE),
+constexpr KeyRow<Param> SERVER_KEYS[] = {
+    KeyInt<&Param::iSmtpEnable1>("smtpEnable1=", GIVEN_SMTP_ENABLE, 0, 1),
+    KeyInt<&Param::iSmtpPort1>("smtpPort1=", GIVEN_SMTP_PORT, 1, 65535),
+    KeyText<&Param::acSmtpUser1>("smtpUser1=", GIVEN_SMTP_USER),
+    KeyText<&Param::acSmtpPass1>("smtpPass1=", GIVEN_SMTP_PASS),
+    KeyText<&Param::acSmtpServer1>("smtpServer1=", GIVEN_SMTP_SERVER),
+    KeyText<&Param::acSender1>("sender1=", GIVEN_SENDER),
+    KeyText<&Param::acReceiver1>("receiver1=", GIVEN_RECEIVER),
+    KeyInt<&Param::iFtpEnable1>("ftpEnable1=", GIVEN_FTP_ENABLE, 0, 1),
+    KeyInt<&Param::iPassive1>("passive1=", GIVEN_PASSIVE, 0, 1),
+    KeyInt<&Param::iFtpPort1>("ftpPort1=", GIVEN_FTP_PORT, 1, 65535),
+    KeyInt<&Param::iFtpInterval>("ftpInterval=", GIVEN_FTP_INTERVAL, 1, MAX_INTERVAL_S),
+    KeyText<&Param::acFtpUser1>("ftpUser1=", GIVEN_FTP_USER),
+    KeyText<&Param::acFtpPass1>("ftpPass1=", GIVEN_FTP_PASS),
+    KeyText<&Param::acFtpServer1>("ftpServer1=", GIVEN_FTP_SERVER),
+    KeyText<&Param::acFolder1>("folder1=", GIVEN_FOLDER),
+    KeyText<&Param::acFixFile1>("fixFile1=", GIVEN_FIX_FILE),
 };
 
-constexpr KeyRow<Record> ENABLE_KEY[] = {KeyInt<&Record::iEnable>("enable=", GIVEN_ENABLE, 0, 1)};
+constexpr KeyRow<Param> ENABLE_KEY[] = {KeyInt<&Param::iEnable>("enable=", GIVEN_ENABLE, 0, 1)};
 static_assert(KeyBitsAreDistinct(SERVER_KEYS, ENABLE_KEY));
 
-bool TakeKeys(std::string_view text, Record &param)
+bool TakeKeys(std::string_view text, Param &param)
 {
     bool itemsGiven = false;
     if (Request_TakeKeys(text, ENABLE_KEY, param) != 0 ||
@@ -85,7 +86,7 @@ bool TakeKeys(std::string_view text, Record &param)
     return true;
 }
 
-void AddFtpPairs(PairBuilder &pairs, const Record &param)
+void AddFtpPairs(PairBuilder &pairs, const Param &param)
 {
     pairs.AddGiven(GIVEN_FTP_ENABLE, "server_i2_type=%s&", param.iFtpEnable1 == 1 ? "ftp" : "");
     pairs.AddGiven(GIVEN_FTP_USER, "server_i2_ftp_username=%s&", param.acFtpUser1);
@@ -98,7 +99,7 @@ void AddFtpPairs(PairBuilder &pairs, const Record &param)
     pairs.AddGiven(GIVEN_PASSIVE, "server_i2_ftp_passive=%d&", param.iPassive1);
 }
 
-void AddMailPairs(PairBuilder &pairs, const Record &param)
+void AddMailPairs(PairBuilder &pairs, const Param &param)
 {
     pairs.AddGiven(GIVEN_SMTP_ENABLE, "server_i1_type=%s&", param.iSmtpEnable1 == 1 ? "email" : "");
     pairs.AddGiven(GIVEN_SMTP_USER, "server_i1_email_username=%s&", param.acSmtpUser1);
@@ -109,24 +110,12 @@ void AddMailPairs(PairBuilder &pairs, const Record &param)
     pairs.AddGiven(GIVEN_SMTP_PORT, "server_i1_email_port=%d&", param.iSmtpPort1);
 }
 
-int AddSchedulePairs(PairBuilder &pairs, const Record &param)
-{
-    StoredSchedule stored;
-    bool changes = false;
-    if (Schedule_ToStore(param.tSchedule, pairs.Given(GIVEN_ITEMS), stored, changes) != 0)
-        return -1;
-    if (changes)
-        pairs.Addf("event_i1_weekday=%d&event_i1_begintime=%s&event_i1_endtime=%s&", stored.iWeekdays,
-                   stored.acBegin, stored.acEnd);
-    return 0;
-}
-
 int32_t BeginsWith(const char *pcText, std::string_view word)
 {
     return std::string_view(pcText).starts_with(word) ? 1 : 0;
 }
 
-void ReadServers(ConfigerReader &reply, Record &result)
+void ReadServers(ConfigerReader &reply, Result &result)
 {
     char acMailType[64] = {};
     char acFtpType[64] = {};
@@ -158,33 +147,38 @@ int Parser_Snapshot_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::Snapshot, __func__, text, StatusKind::InvalidParameter) != 0)
         return -1;
-    if (!TakeKeys(text, Session_Param<Record>(slot)))
+    if (!TakeKeys(text, Session_Param<Param>(slot)))
         return Session_Refuse(slot, StatusKind::InvalidParameter);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_Snapshot(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
+    const auto &param = Session_Param<Param>(slot);
+    StoredSchedule stored = {};
+    bool scheduleChanges = false;
+    // The store counts whole minutes.
+    if ((Request_Gave(param, GIVEN_FTP_INTERVAL) && param.iFtpInterval < SECONDS_PER_MINUTE) ||
+        Schedule_ToStore(param.tSchedule, Request_Gave(param, GIVEN_ITEMS), stored, scheduleChanges) != 0)
+        return Session_Fail(slot, StatusKind::InvalidParameter);
+
     PairBuffer<2048> pairs(param.uiSetMask);
     pairs.Add(FIXED_PAIRS);
     pairs.AddGiven(GIVEN_ENABLE, "event_i1_enable=%d&", param.iEnable);
     Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "seq"); // without a trigger it is driven by time
     pairs.Addf("event_i1_action_server_i1_enable=%d&event_i1_action_server_i2_enable=%d&", param.iToSmtp,
                param.iToFtp);
-    // The store counts whole minutes.
-    if (pairs.Given(GIVEN_FTP_INTERVAL) && param.iFtpInterval < SECONDS_PER_MINUTE)
-        return Session_Fail(slot, StatusKind::InvalidParameter);
     AddFtpPairs(pairs, param);
     AddMailPairs(pairs, param);
-    if (AddSchedulePairs(pairs, param) != 0)
-        return Session_Fail(slot, StatusKind::InvalidParameter);
+    if (scheduleChanges)
+        pairs.Addf("event_i1_weekday=%d&event_i1_begintime=%s&event_i1_endtime=%s&", stored.iWeekdays,
+                   stored.acBegin, stored.acEnd);
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed);
 }
 
 int MappingGetRoutine_Snapshot(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     ConfigerReply<2048> reply(__func__);
     reply.Get({"event_i1_enable&event_i1_inter&event_i1_weekday&event_i1_begintime&event_i1_endtime&"
                "event_i1_trigger&event_i1_di&event_i1_action_server_i1_enable&event_i1_action_server_i2_enable&"
@@ -206,7 +200,7 @@ int MappingGetRoutine_Snapshot(SessionSlot &slot)
 
 void Compose_Snapshot(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.Add("<config>");
     body.Addf("<mail><smtpEnable1>%d</smtpEnable1>", result.iSmtpEnable1);
     body.Addf("<smtpServer1>%s</smtpServer1><smtpPort1>%d</smtpPort1>", result.acSmtpServer1, result.iSmtpPort1);

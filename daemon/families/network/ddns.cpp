@@ -59,10 +59,10 @@ int MappingSetRoutine_DDNS(SessionSlot &slot)
     PairBuffer<2048> pairs(param.uiSetMask);
     pairs.AddGiven(GIVEN_DDNS, "&ddns_enable=%d", param.iDDNSEnable);
     DDNS_AddPairs(pairs, param.tDDNS,
-                  {.provider = pairs.Given(GIVEN_PROVIDER),
-                   .host = pairs.Given(GIVEN_HOST),
-                   .user = pairs.Given(GIVEN_USER),
-                   .pass = pairs.Given(GIVEN_PASS)});
+                  {.provider = Request_Gave(param, GIVEN_PROVIDER),
+                   .host = Request_Gave(param, GIVEN_HOST),
+                   .user = Request_Gave(param, GIVEN_USER),
+                   .pass = Request_Gave(param, GIVEN_PASS)});
     return Session_WritePairs(slot, pairs, StatusKind::UpdateFailed, StatusKind::InvalidParameter);
 }
 

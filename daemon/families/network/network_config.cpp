@@ -38,6 +38,7 @@ constexpr uint32_t RESTARTS_NETWORK = GIVEN_DHCP | GIVEN_IP | GIVEN_NETMASK | GI
 constexpr uint32_t RESTARTS_CAMERA = GIVEN_PPPOE | GIVEN_PPPOE_USER | GIVEN_PPPOE_PASS;
 
 using Param = NetworkConfigParam;
+using Result = NetworkConfigResult;
 
 bool TakeProvider(std::string_view value, Param &param)
 {
@@ -81,10 +82,10 @@ void AddPairs(PairBuilder &pairs, const Param &param)
     pairs.AddGiven(GIVEN_PPPOE_PASS, "&network_pppoe_pass=%s", param.acPPPoEPass);
     pairs.AddGiven(GIVEN_DDNS, "&ddns_enable=%d", param.iDDNSEnable);
     DDNS_AddPairs(pairs, param.tDDNS,
-                  {.provider = pairs.Given(GIVEN_DDNS_PROVIDER),
-                   .host = pairs.Given(GIVEN_DDNS_HOST),
-                   .user = pairs.Given(GIVEN_DDNS_USER),
-                   .pass = pairs.Given(GIVEN_DDNS_PASS)});
+                  {.provider = Request_Gave(param, GIVEN_DDNS_PROVIDER),
+                   .host = Request_Gave(param, GIVEN_DDNS_HOST),
+                   .user = Request_Gave(param, GIVEN_DDNS_USER),
+                   .pass = Request_Gave(param, GIVEN_DDNS_PASS)});
     pairs.AddGiven(GIVEN_UPNP, "&upnpportforwarding_enable=%d", param.iUPnP);
     pairs.AddGiven(GIVEN_HTTP_PORT, "&network_http_port=%d", param.iHTTPPort);
     pairs.AddGiven(GIVEN_HTTP_EXTERNAL_PORT, "&network_http_alternateport=%d", param.iHTTPExternalPort);
@@ -111,14 +112,14 @@ int MappingSetRoutine_NetworkConfig(SessionSlot &slot)
     AddPairs(pairs, param);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;
-    if ((param.uiSetMask & RESTARTS_NETWORK) != 0)
+    if (Request_Gave(param, RESTARTS_NETWORK))
         NetUtility_RequestNetworkRestart();
     return 0;
 }
 
 int MappingGetRoutine_NetworkConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<NetworkConfigResult>(slot);
+    auto &result = Session_Result<Result>(slot);
     char acType[16] = {};
     ConfigerReply<2048> reply(__func__);
     reply.Get({"network_resetip&", "network_ipaddress&", "network_subnet&", "network_router&", "network_dns1&",
@@ -149,7 +150,7 @@ int MappingGetRoutine_NetworkConfig(SessionSlot &slot)
 
 void Compose_NetworkConfig(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<NetworkConfigResult>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.LineOnOff("dhcp=", result.iDHCP == 1);
     body.Line("ip=", result.acIPAddr);
     body.Line("netmask=", result.acNetmask);
