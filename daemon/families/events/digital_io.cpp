@@ -65,7 +65,7 @@ bool TakeCommands(std::string_view text, DIDOConfigParam &param)
 }
 
 /** Writes one command to the FIFO; a full pipe is given a few more chances. Returns 0 or -1. */
-int SendOutput(int iFifo, int32_t iOutput, int32_t iState)
+int SendOutput(const char *pcCaller, int iFifo, int32_t iOutput, int32_t iState)
 {
     TextBuffer<32> command;
     command.Addf("setdo %d %d", iOutput, iState);
@@ -77,19 +77,19 @@ int SendOutput(int iFifo, int32_t iOutput, int32_t iState)
         }
         NetUtility_SleepMs(WRITE_RETRY_MS);
     }
-    Trace("[%s]Send setdo to IOD fifo failed!\n", "MappingSetRoutine_DIDOConfig");
-    Log_Crit("[%s]Send setdo to IOD fifo failed\n", "MappingSetRoutine_DIDOConfig");
+    Trace("[%s]Send setdo to IOD fifo failed!\n", pcCaller);
+    Log_Crit("[%s]Send setdo to IOD fifo failed\n", pcCaller);
     return -1;
 }
 
-int SendCommands(const DIDOConfigParam &param)
+int SendCommands(const char *pcCaller, const DIDOConfigParam &param)
 {
     int iFifo = -1;
     if (CfgParser_GetFIFO(IO_DAEMON_FIFO, &iFifo, 1) != 0)
         return -1;
     int iResult = 0;
     for (int32_t i = 0; i < param.iCount && iResult == 0; ++i)
-        iResult = SendOutput(iFifo, param.aiOutput[i] - 1, param.aiState[i]);
+        iResult = SendOutput(pcCaller, iFifo, param.aiOutput[i] - 1, param.aiState[i]);
     close(iFifo);
     return iResult;
 }
@@ -127,7 +127,8 @@ int MappingSetRoutine_DIDOConfig(SessionSlot &slot)
     const auto &param = Session_Param<DIDOConfigParam>(slot);
     if (param.iCount == 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    return SendCommands(param) == 0 ? Session_Succeed(slot) : Session_Fail(slot, StatusKind::InternalError);
+    return SendCommands(__func__, param) == 0 ? Session_Succeed(slot)
+                                              : Session_Fail(slot, StatusKind::InternalError);
 }
 
 int MappingGetRoutine_DIDOConfig(SessionSlot &slot)

@@ -89,12 +89,12 @@ void AddWindowPairs(PairBuilder &pairs, const MotionParam &param, int32_t iWindo
 }
 
 /** Reads which windows are on, as a mask with a bit for each. */
-int ReadWindowMask(int32_t iCount, int32_t &iMask)
+int ReadWindowMask(const char *pcCaller, int32_t iCount, int32_t &iMask)
 {
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < iCount; ++i)
         keys.Addf("motion_c0_win_i%d_enable&", i);
-    ConfigerReply<1024> reply("MappingSetRoutine_Motion");
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({keys.View()});
     iMask = 0;
     for (int32_t i = 0; i < iCount; ++i) {
@@ -148,7 +148,7 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
         return -1;
 
     int32_t iMask = 0;
-    if (ReadWindowMask(param.iWindowCount, iMask) != 0)
+    if (ReadWindowMask(__func__, param.iWindowCount, iMask) != 0)
         return Session_Fail(slot, StatusKind::InternalError);
     pairs.Clear();
     pairs.Addf("motion_c0_enable=%1$d&event_i0_mdwin=%2$d&event_i1_mdwin=%2$d&event_i2_mdwin=%2$d&",

@@ -24,12 +24,12 @@ struct RecordingState {
     int32_t iRecording;
 };
 
-int ReadRecordingState(RecordingState &state)
+int ReadRecordingState(const char *pcCaller, RecordingState &state)
 {
     constexpr std::string_view EVENT_KEY = "event_i0_enable=";
     // KEPT: looks four characters behind the value; in the store's usual order that is never "1".
     constexpr size_t EVENT_OFFSET = 20;
-    ConfigerReply<1024> reply("Recorder_SetShareLocation");
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({"event_i0_enable&", "recording_i0_enable&"});
     reply.Bool("recording_i0_enable=", state.iRecording);
     const std::string_view text = reply.View();
@@ -84,7 +84,7 @@ void GetShareFromUNC(std::string_view unc, std::span<char> out)
 int Recorder_SetShareLocation(const char *pcServer, const char *pcFolder)
 {
     RecordingState state = {};
-    if (ReadRecordingState(state) != 0)
+    if (ReadRecordingState(__func__, state) != 0)
         return -1;
     const bool wasOn = state.iEvent == 1 || state.iRecording == 1;
     if (wasOn) {

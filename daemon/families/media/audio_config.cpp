@@ -10,7 +10,8 @@ namespace
 
 constexpr uint32_t GIVEN_BIT_RATE = 0x02;
 
-using Record = AudioConfigResult;
+using Param = AudioConfigParam;
+using Result = AudioConfigResult;
 
 constexpr CodecAlias CODEC_ALIASES[] = {{"AAC", "aac4"}, {"AMR", "gamr"}, {"MU-LAW", "g711"}, {"A-LAW", "g711"}};
 
@@ -56,24 +57,25 @@ bool Capability_CheckAudioCodec(std::span<char> codec, std::span<char> g711Mode)
     return Capability_Lists(acAnswer, "capability_audioin_codec&", "capability_audioin_codec=", codec.data());
 }
 
-int TakeProfile(SessionSlot &slot, std::string_view text, Record &param)
+int TakeProfile(SessionSlot &slot, const char *pcParser, std::string_view text, Param &param)
 {
     if (GetIntValueFromText(text, "profileid=", param.iProfileID) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    if (Capability_GetAudioProfiles("Parser_AudioConfig_Set", param.iProfileCount) != 0)
-        return Session_Fail(slot, StatusKind::InternalError);
+    // KEPT: a store that does not say how many there are makes the request a bad one; for a read it is an error.
+    if (Capability_GetAudioProfiles(pcParser, param.iProfileCount) != 0)
+        return Session_Refuse(slot, StatusKind::BadRequest);
     return Profile_CheckRange(slot, "ptAudioConfigResult", param.iProfileID, param.iProfileCount);
 }
 
 /** Takes the codec that is given, or else the one that the stream has now. */
-int TakeCodec(SessionSlot &slot, std::string_view text, Record &param)
+int TakeCodec(SessionSlot &slot, const char *pcParser, std::string_view text, Param &param)
 {
     if (GetStringValueFromText(text, "codec=", param.acCodec) == 0)
         return Capability_CheckAudioCodec(param.acCodec, param.acG711Mode)
                    ? 0
                    : Session_Refuse(slot, StatusKind::BadRequest);
     const int32_t iStream = param.iProfileID - 1;
-    return Profile_ReadCodec(slot, "Parser_AudioConfig_Set", Key("audioin_c0_s%d_codectype&", iStream),
+    return Profile_ReadCodec(slot, pcParser, Key("audioin_c0_s%d_codectype&", iStream),
                              Key("audioin_c0_s%d_codectype=", iStream), param.acCodec);
 }
 
@@ -94,7 +96,7 @@ int32_t AacSampleRate(int32_t iBitRate)
 }
 
 /** Sets what clients are told of the stored codec; one that is not known is reported as it stands. */
-void DeriveReport(Record &result)
+void DeriveReport(Result &result)
 {
     for (const auto &codec : REPORTED_CODECS) {
         if (!std::string_view(result.acCodec).starts_with(codec.stored))
@@ -106,10 +108,10 @@ void DeriveReport(Record &result)
     }
 }
 
-int ReadProfile(Record &result)
+int ReadProfile(const char *pcCaller, Result &result)
 {
     const int32_t iStream = result.iProfileID - 1;
-    ConfigerReply<1024> reply("MappingGetRoutine_AudioConfig");
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({Key("audioin_c0_s%d_codectype&", iStream)});
     reply.Text(Key("audioin_c0_s%d_codectype=", iStream), result.acCodec);
     if (std::string_view(result.acCodec).starts_with("g711")) {
@@ -142,8 +144,8 @@ int Parser_AudioConfig_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::AudioConfig, __func__, text) != 0)
         return -1;
-    auto &param = Session_Param<Record>(slot);
-    if (TakeProfile(slot, text, param) != 0 || TakeCodec(slot, text, param) != 0)
+    auto &param = Session_Param<Param>(slot);
+    if (TakeProfile(slot, __func__, text, param) != 0 || TakeCodec(slot, __func__, text, param) != 0)
         return -1;
     if (GetIntValueFromText(text, "bitrate=", param.iBitRate) == 0) {
         if (!AudioConfig_IsValidBitrate(static_cast<uint32_t>(param.iBitRate), param.acCodec))
@@ -155,7 +157,7 @@ int Parser_AudioConfig_Set(SessionSlot &slot)
 
 int MappingSetRoutine_AudioConfig(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
+    const auto &param = Session_Param<Param>(slot);
     const int32_t iStream = param.iProfileID - 1;
     PairBuffer<1024> pairs(param.uiSetMask);
     pairs.Addf("audioin_c0_s%d_codectype=%s", iStream, param.acCodec);
@@ -167,12 +169,12 @@ int MappingSetRoutine_AudioConfig(SessionSlot &slot)
 
 int MappingGetRoutine_AudioConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     if (Capability_GetAudioProfiles(__func__, result.iProfileCount) != 0)
         return Session_Fail(slot, StatusKind::InternalError);
     if (Profile_FromQuery(slot, result.iProfileCount, result.iProfileID) != 0)
         return Session_Fail(slot, StatusKind::BadRequest);
-    if (ReadProfile(result) != 0)
+    if (ReadProfile(__func__, result) != 0)
         return Session_Fail(slot, StatusKind::InternalError);
     DeriveReport(result);
     return Session_Succeed(slot);
@@ -180,7 +182,7 @@ int MappingGetRoutine_AudioConfig(SessionSlot &slot)
 
 void Compose_AudioConfig(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.Line("profileid=", result.iProfileID);
     body.Line("codec=", result.acCodec);
     body.Line("samplerate=", result.iSampleRate);

@@ -6,7 +6,7 @@
 /* "/config/audio.cgi": codec and bit rate of one audio profile. */
 
 /** What a request gives, or what the store holds and follows from it. */
-struct AudioConfigResult {
+struct AudioConfigRecord {
     uint32_t uiSetMask;
     int32_t iProfileCount;
     int32_t iProfileID;
@@ -16,11 +16,13 @@ struct AudioConfigResult {
     int32_t iChannels;   ///< results only
     int32_t iBitRate;    ///< bit/s
 };
-
-[[nodiscard]] int Parser_AudioConfig_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_AudioConfig(SessionSlot &slot);
-[[nodiscard]] int MappingSetRoutine_AudioConfig(SessionSlot &slot);
-void Compose_AudioConfig(TextBuilder &body, SessionSlot &slot);
+using AudioConfigParam = AudioConfigRecord;
+using AudioConfigResult = AudioConfigRecord;
 
 /** True when the codec, as a client or the store names it, knows the bit rate. */
 [[nodiscard]] bool AudioConfig_IsValidBitrate(uint32_t uiBitRate, std::string_view codec);
+
+[[nodiscard]] int Parser_AudioConfig_Set(SessionSlot &slot);
+[[nodiscard]] int MappingSetRoutine_AudioConfig(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_AudioConfig(SessionSlot &slot);
+void Compose_AudioConfig(TextBuilder &body, SessionSlot &slot);

@@ -10,11 +10,12 @@ namespace
 
 enum Given : uint32_t { GIVEN_MUTE = 0x01, GIVEN_VOLUME = 0x02 };
 
-using Record = MicroPhoneConfigResult;
+using Param = MicroPhoneConfigParam;
+using Result = MicroPhoneConfigResult;
 
-constexpr KeyRow<Record> KEYS[] = {
-    KeyWord<&Record::iMute>("enable=", GIVEN_MUTE, "no", "yes"), // a microphone that is not enabled is muted
-    KeyInt<&Record::iVolume>("volume=", GIVEN_VOLUME, 1, 100),
+constexpr KeyRow<Param> KEYS[] = {
+    KeyWord<&Param::iMute>("enable=", GIVEN_MUTE, "no", "yes"), // a microphone that is not enabled is muted
+    KeyInt<&Param::iVolume>("volume=", GIVEN_VOLUME, 1, 100),
 };
 static_assert(KeyBitsAreDistinct(KEYS));
 
@@ -25,14 +26,14 @@ int Parser_MicroPhoneConfig_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::MicroPhoneConfig, __func__, text) != 0)
         return -1;
-    if (Request_TakeKeys(text, KEYS, Session_Param<Record>(slot)) != 0)
+    if (Request_TakeKeys(text, KEYS, Session_Param<Param>(slot)) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_MicroPhoneConfig(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
+    const auto &param = Session_Param<Param>(slot);
     PairBuffer<128> pairs(param.uiSetMask);
     pairs.AddGiven(GIVEN_MUTE, "audioin_c0_mute=%d", param.iMute);
     // KEPT: a volume alone begins with "&"; the store takes an empty pair for none.
@@ -42,7 +43,7 @@ int MappingSetRoutine_MicroPhoneConfig(SessionSlot &slot)
 
 int MappingGetRoutine_MicroPhoneConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     int32_t iSupported = 0;
     ConfigerReply<1024> reply(__func__);
     reply.Get({"audioin_c0_mute&", "audioin_c0_gain&", "capability_supportaudio&"});
@@ -56,7 +57,7 @@ int MappingGetRoutine_MicroPhoneConfig(SessionSlot &slot)
 
 void Compose_MicroPhoneConfig(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.LineYesNo("enable=", result.iMute != 1);
     body.Line("volume=", result.iVolume);
 }

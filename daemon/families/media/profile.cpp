@@ -79,5 +79,5 @@ int Profile_CheckRange(SessionSlot &slot, const char *pcRecord, int32_t iProfile
     if (IsProfile(iProfileID, iCount))
         return 0;
     Trace("esrInvalidOperation, %s->iProfileID=%d\n", pcRecord, iProfileID);
-    return Session_Fail(slot, StatusKind::BadRequest);
+    return Session_Refuse(slot, StatusKind::BadRequest);
 }

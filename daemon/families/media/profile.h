@@ -55,5 +55,5 @@ struct CodecAlias {
 /** Takes "profileid=" out of a read's query string; 0 when it is there and from 1 to `iCount`, else -1. */
 [[nodiscard]] int Profile_FromQuery(const SessionSlot &slot, int32_t iCount, int32_t &iProfileID);
 
-/** Ends parsing (traced with the record's name) when the number is not from 1 to `iCount`. Returns 0 or -1. */
+/** Refuses (traced with the record's name) a number that is not from 1 to `iCount`. Returns 0 or -1. */
 [[nodiscard]] int Profile_CheckRange(SessionSlot &slot, const char *pcRecord, int32_t iProfileID, int32_t iCount);

@@ -21,7 +21,8 @@ enum Given : uint32_t {
     GIVEN_COLOR = 0x200,
 };
 
-using Record = SensorConfigResult;
+using Param = SensorConfigParam;
+using Result = SensorConfigResult;
 
 bool IsWhiteBalance(std::string_view value)
 {
@@ -36,18 +37,18 @@ bool IsExposureTime(int32_t iValue)
     return false;
 }
 
-constexpr KeyRow<Record> KEYS[] = {
-    KeyInt<&Record::iBrightness>("brightness=", GIVEN_BRIGHTNESS, -5, 5),
-    KeyInt<&Record::iContrast>("contrast=", GIVEN_CONTRAST, -5, 5),
-    KeyInt<&Record::iSaturation>("saturation=", GIVEN_SATURATION, -5, 5),
+constexpr KeyRow<Param> KEYS[] = {
+    KeyInt<&Param::iBrightness>("brightness=", GIVEN_BRIGHTNESS, -5, 5),
+    KeyInt<&Param::iContrast>("contrast=", GIVEN_CONTRAST, -5, 5),
+    KeyInt<&Param::iSaturation>("saturation=", GIVEN_SATURATION, -5, 5),
     // KEPT: the same range, although the text of ranges says -3 to 3.
-    KeyInt<&Record::iSharpness>("sharpness=", GIVEN_SHARPNESS, -5, 5),
-    KeyText<&Record::acWhiteBalance>("whitebalance=", GIVEN_WHITE_BALANCE, IsWhiteBalance),
-    KeyInt<&Record::iMaxExposure>("maxexposuretime=", GIVEN_MAX_EXPOSURE, IsExposureTime),
-    KeyWord<&Record::iBacklightComp>("backlightcomp=", GIVEN_BACKLIGHT_COMP, "yes", "no"),
-    KeyWord<&Record::iMirror>("mirror=", GIVEN_MIRROR, "on", "off"),
-    KeyWord<&Record::iFlip>("flip=", GIVEN_FLIP, "on", "off"),
-    KeyWord<&Record::iColor>("color=", GIVEN_COLOR, "yes", "no"),
+    KeyInt<&Param::iSharpness>("sharpness=", GIVEN_SHARPNESS, -5, 5),
+    KeyText<&Param::acWhiteBalance>("whitebalance=", GIVEN_WHITE_BALANCE, IsWhiteBalance),
+    KeyInt<&Param::iMaxExposure>("maxexposuretime=", GIVEN_MAX_EXPOSURE, IsExposureTime),
+    KeyWord<&Param::iBacklightComp>("backlightcomp=", GIVEN_BACKLIGHT_COMP, "yes", "no"),
+    KeyWord<&Param::iMirror>("mirror=", GIVEN_MIRROR, "on", "off"),
+    KeyWord<&Param::iFlip>("flip=", GIVEN_FLIP, "on", "off"),
+    KeyWord<&Param::iColor>("color=", GIVEN_COLOR, "yes", "no"),
 };
 static_assert(KeyBitsAreDistinct(KEYS));
 
@@ -58,14 +59,14 @@ int Parser_SensorConfig_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::SensorConfig, __func__, text) != 0)
         return -1;
-    if (Request_TakeKeys(text, KEYS, Session_Param<Record>(slot)) != 0)
+    if (Request_TakeKeys(text, KEYS, Session_Param<Param>(slot)) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_SensorConfig(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
+    const auto &param = Session_Param<Param>(slot);
     PairBuffer<1024> pairs(param.uiSetMask);
     pairs.AddGiven(GIVEN_BRIGHTNESS, "image_c0_brightness=%d", param.iBrightness);
     // KEPT: without a brightness the text begins with "&"; the store takes an empty pair for none.
@@ -83,7 +84,7 @@ int MappingSetRoutine_SensorConfig(SessionSlot &slot)
 
 int MappingGetRoutine_SensorConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     ConfigerReply<1024> reply(__func__);
     reply.Get({"image_c0_brightness&", "image_c0_saturation&", "image_c0_contrast&", "image_c0_sharpness&",
                "videoin_c0_whitebalance&", "videoin_c0_maxexposure&", "videoin_c0_enableblc&", "videoin_c0_mirror&",
@@ -103,7 +104,7 @@ int MappingGetRoutine_SensorConfig(SessionSlot &slot)
 
 void Compose_SensorConfig(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.Line("brightness=", result.iBrightness);
     body.Line("contrast=", result.iContrast);
     body.Line("saturation=", result.iSaturation);

@@ -16,7 +16,7 @@ int Parser_Speaker_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::Speaker, __func__, text) != 0)
         return -1;
-    auto &param = Session_Param<SpeakerResult>(slot);
+    auto &param = Session_Param<SpeakerParam>(slot);
     const KeyOutcome outcome = Request_TakeWord(text, "enable=", "yes", "no", param.iEnable);
     if (outcome == KeyOutcome::Bad)
         return Session_Refuse(slot, StatusKind::BadRequest);
@@ -27,7 +27,7 @@ int Parser_Speaker_Set(SessionSlot &slot)
 
 int MappingSetRoutine_Speaker(SessionSlot &slot)
 {
-    const auto &param = Session_Param<SpeakerResult>(slot);
+    const auto &param = Session_Param<SpeakerParam>(slot);
     PairBuffer<64> pairs(param.uiSetMask);
     pairs.AddGiven(GIVEN_ENABLE, "audioout_c0_speaker_enable=%d", param.iEnable);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)

@@ -18,7 +18,8 @@ enum Given : uint32_t {
     GIVEN_RATE_CONTROL = 0x40,
 };
 
-using Record = VideoConfigResult;
+using Param = VideoConfigParam;
+using Result = VideoConfigResult;
 
 constexpr CodecAlias CODEC_ALIASES[] = {
     {"MPEG4", "mpeg4"}, {"MJPEG", "mjpeg"}, {"H264", "h264"}, {"H.264", "h264"}};
@@ -29,14 +30,14 @@ constexpr struct {
     std::string_view size;
 } RESOLUTIONS[] = {{"QCIF", "176x144"}, {"CIF", "352x288"}, {"4CIF", "704x576"}};
 
-constexpr KeyRow<Record> RATE_KEYS[] = {
-    KeyInt<&Record::iBitRate>("bitrate=", GIVEN_BIT_RATE, 1, 8000),
-    KeyInt<&Record::iFrameRate>("framerate=", GIVEN_FRAME_RATE, 1, 30),
-    KeyInt<&Record::iQuality>("quality=", GIVEN_QUALITY, 1, 5),
+constexpr KeyRow<Param> RATE_KEYS[] = {
+    KeyInt<&Param::iBitRate>("bitrate=", GIVEN_BIT_RATE, 1, 8000),
+    KeyInt<&Param::iFrameRate>("framerate=", GIVEN_FRAME_RATE, 1, 30),
+    KeyInt<&Param::iQuality>("quality=", GIVEN_QUALITY, 1, 5),
 };
 static_assert(KeyBitsAreDistinct(RATE_KEYS));
 
-bool IsMjpeg(const Record &record)
+bool IsMjpeg(const VideoConfigRecord &record)
 {
     return std::string_view(record.acCodec).starts_with("mjpeg");
 }
@@ -50,16 +51,17 @@ bool Capability_CheckVideoCodec(std::span<char> codec)
     return Capability_Lists(acAnswer, "capability_videoin_codec&", "capability_videoin_codec=", codec.data());
 }
 
-int TakeProfile(SessionSlot &slot, std::string_view text, Record &param)
+int TakeProfile(SessionSlot &slot, std::string_view text, Param &param)
 {
     if (GetIntValueFromText(text, "profileid=", param.iProfileID) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
+    // KEPT: a store that does not say how many there are makes the request a bad one; for a read it is an error.
     if (Capability_GetVideoStreams(param.iStreamCount, param.iH264) != 0)
-        return Session_Fail(slot, StatusKind::InternalError);
+        return Session_Refuse(slot, StatusKind::BadRequest);
     return Profile_CheckRange(slot, "ptVideoConfigResult", param.iProfileID, param.iStreamCount);
 }
 
-bool TakeResolution(std::string_view text, Record &param)
+bool TakeResolution(std::string_view text, Param &param)
 {
     if (GetStringValueFromText(text, "resolution=", param.acResolution) != 0)
         return true;
@@ -70,16 +72,16 @@ bool TakeResolution(std::string_view text, Record &param)
 }
 
 /** Takes the codec that is given, or else the one that the stream has now. */
-int TakeCodec(SessionSlot &slot, std::string_view text, Record &param)
+int TakeCodec(SessionSlot &slot, const char *pcParser, std::string_view text, Param &param)
 {
     if (GetStringValueFromText(text, "codec=", param.acCodec) == 0)
         return Capability_CheckVideoCodec(param.acCodec) ? 0 : Session_Refuse(slot, StatusKind::BadRequest);
     const int32_t iStream = param.iProfileID - 1;
-    return Profile_ReadCodec(slot, "Parser_VideoConfig_Set", Key("videoin_c0_s%d_codectype&", iStream),
+    return Profile_ReadCodec(slot, pcParser, Key("videoin_c0_s%d_codectype&", iStream),
                              Key("videoin_c0_s%d_codectype=", iStream), param.acCodec);
 }
 
-bool TakeQualityMode(std::string_view text, Record &param)
+bool TakeQualityMode(std::string_view text, Param &param)
 {
     char acMode[12];
     if (GetStringValueFromText(text, "qualitymode=", acMode) != 0)
@@ -110,7 +112,7 @@ void AskProfile(TextBuilder &keys, int32_t iStream, bool h264)
         AskRates(keys, iStream, "h264");
 }
 
-void TakeRates(ConfigerReader &reply, int32_t iStream, const char *pcCodec, Record &result)
+void TakeRates(ConfigerReader &reply, int32_t iStream, const char *pcCodec, Result &result)
 {
     reply.Int(Key("videoin_c0_s%d_%s_intraperiod=", iStream, pcCodec), result.iIntraPeriod);
     reply.Int(Key("videoin_c0_s%d_%s_bitrate=", iStream, pcCodec), result.iBitRate);
@@ -119,19 +121,19 @@ void TakeRates(ConfigerReader &reply, int32_t iStream, const char *pcCodec, Reco
     reply.Int(Key("videoin_c0_s%d_%s_quant=", iStream, pcCodec), result.iQuality);
 }
 
-void TakeMjpegRates(ConfigerReader &reply, int32_t iStream, Record &result)
+void TakeMjpegRates(ConfigerReader &reply, int32_t iStream, Result &result)
 {
     Text_Copy(result.acRateControl, "Fixquality");
     reply.Int(Key("videoin_c0_s%d_mjpeg_quant=", iStream), result.iQuality);
     reply.Int(Key("videoin_c0_s%d_mjpeg_maxframe=", iStream), result.iFrameRate);
 }
 
-int ReadProfile(Record &result)
+int ReadProfile(const char *pcCaller, Result &result)
 {
     const int32_t iStream = result.iProfileID - 1;
     TextBuffer<1024> keys;
     AskProfile(keys, iStream, result.iH264 == 1);
-    ConfigerReply<1024> reply("MappingGetRoutine_VideoConfig");
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({keys.View()});
     reply.Text(Key("videoin_c0_s%d_codectype=", iStream), result.acCodec);
     reply.Text(Key("videoin_c0_s%d_resolution=", iStream), result.acResolution);
@@ -169,12 +171,12 @@ int Parser_VideoConfig_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::VideoConfig, __func__, text) != 0)
         return -1;
-    auto &param = Session_Param<Record>(slot);
+    auto &param = Session_Param<Param>(slot);
     if (TakeProfile(slot, text, param) != 0)
         return -1;
     if (!TakeResolution(text, param))
         return Session_Refuse(slot, StatusKind::BadRequest);
-    if (TakeCodec(slot, text, param) != 0)
+    if (TakeCodec(slot, __func__, text, param) != 0)
         return -1;
     if (Request_TakeKeys(text, RATE_KEYS, param) != 0 || !TakeQualityMode(text, param))
         return Session_Refuse(slot, StatusKind::BadRequest);
@@ -183,7 +185,7 @@ int Parser_VideoConfig_Set(SessionSlot &slot)
 
 int MappingSetRoutine_VideoConfig(SessionSlot &slot)
 {
-    const auto &param = Session_Param<Record>(slot);
+    const auto &param = Session_Param<Param>(slot);
     const int32_t iStream = param.iProfileID - 1;
     const char *pcCodec = param.acCodec;
     const bool mjpeg = IsMjpeg(param); // has no rate to control; what is given for it is dropped
@@ -205,17 +207,18 @@ int MappingSetRoutine_VideoConfig(SessionSlot &slot)
 
 int MappingGetRoutine_VideoConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Record>(slot);
+    auto &result = Session_Result<Result>(slot);
     if (Capability_GetVideoStreams(result.iStreamCount, result.iH264) != 0)
         return Session_Fail(slot, StatusKind::InternalError);
     if (Profile_FromQuery(slot, result.iStreamCount, result.iProfileID) != 0)
         return Session_Fail(slot, StatusKind::BadRequest);
-    return ReadProfile(result) == 0 ? Session_Succeed(slot) : Session_Fail(slot, StatusKind::InternalError);
+    return ReadProfile(__func__, result) == 0 ? Session_Succeed(slot)
+                                              : Session_Fail(slot, StatusKind::InternalError);
 }
 
 void Compose_VideoConfig(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<Record>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.Line("vprofileformat=", "0.9");
     body.Line("profileid=", result.iProfileID);
     body.Line("resolution=", ReplyResolution(result.acResolution));

@@ -6,7 +6,7 @@
 /* "/config/video.cgi": codec, resolution, rates and quality of one video profile. */
 
 /** What a request gives, or what the store holds. */
-struct VideoConfigResult {
+struct VideoConfigRecord {
     uint32_t uiSetMask;
     int32_t iStreamCount;
     int32_t iH264; ///< 1 when the camera knows H.264
@@ -19,8 +19,10 @@ struct VideoConfigResult {
     char acRateControl[12]; ///< "cbr", "vbr", or "Fixquality" in a result
     int32_t iQuality;       ///< 1 to 5
 };
+using VideoConfigParam = VideoConfigRecord;
+using VideoConfigResult = VideoConfigRecord;
 
 [[nodiscard]] int Parser_VideoConfig_Set(SessionSlot &slot);
-[[nodiscard]] int MappingGetRoutine_VideoConfig(SessionSlot &slot);
 [[nodiscard]] int MappingSetRoutine_VideoConfig(SessionSlot &slot);
+[[nodiscard]] int MappingGetRoutine_VideoConfig(SessionSlot &slot);
 void Compose_VideoConfig(TextBuilder &body, SessionSlot &slot);

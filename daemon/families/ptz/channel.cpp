@@ -19,12 +19,12 @@ constexpr char PTZ_PATH[] = "/tmp/ptzctrl";
 /** A daemon that does not even take connections any more must not hold everybody else up for longer. */
 constexpr timeval CONNECT_LIMIT = {1, 0};
 
-int WriteCommand(int iSocket, std::string_view command)
+int WriteCommand(const char *pcCaller, int iSocket, std::string_view command)
 {
     int iOn = 1;
     ioctl(iSocket, FIONBIO, &iOn);
     int32_t iCameraId = 0;
-    ConfigerReply<32> reply("PTZCtrl_SendCommand");
+    ConfigerReply<32> reply(pcCaller);
     reply.Get({"camctrl_c0_cameraid&"});
     reply.Int("camctrl_c0_cameraid=", iCameraId);
     if (reply.Failed())
@@ -46,7 +46,7 @@ int PTZCtrl_SendCommand(std::string_view command)
         return -1;
     // unix(7): connecting waits while the listener's queue is full, and obeys the limit for sending.
     setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &CONNECT_LIMIT, sizeof CONNECT_LIMIT);
-    const int iResult = UnixSocket_Connect(iSocket, acPath) == 0 ? WriteCommand(iSocket, command) : -1;
+    const int iResult = UnixSocket_Connect(iSocket, acPath) == 0 ? WriteCommand(__func__, iSocket, command) : -1;
     close(iSocket);
     return iResult;
 }

@@ -50,10 +50,10 @@ struct Resolution {
 };
 
 /** Reads the size of the picture, "640x480"; false when the store does not say. */
-bool ReadResolution(Resolution &resolution)
+bool ReadResolution(const char *pcCaller, Resolution &resolution)
 {
     char acValue[16] = {};
-    ConfigerReply<1024> reply("MappingSetRoutine_PTZMoveRel");
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({"videoin_c0_s0_resolution&"});
     reply.Text("videoin_c0_s0_resolution=", acValue);
     const std::string_view value = acValue;
@@ -66,18 +66,18 @@ bool ReadResolution(Resolution &resolution)
 }
 
 /** Sends the head to the point that is so many steps off the picture's centre; up is a smaller y. */
-int SendMove(const PTZMoveRelParam &param)
+int SendMove(const char *pcCaller, const PTZMoveRelParam &param)
 {
     Resolution resolution;
-    if (!ReadResolution(resolution))
+    if (!ReadResolution(pcCaller, resolution))
         return -1;
     const int32_t iWidth = Text_ToInt(resolution.acWidth);
     const int32_t iHeight = Text_ToInt(resolution.acHeight);
     TextBuffer<512> command;
     command.Add("video=0");
-    if ((param.uiSetMask & GIVEN_PAN) != 0)
+    if (Request_Gave(param, GIVEN_PAN))
         command.Addf("&x=%d", iWidth / 2 + param.iPan * (iWidth / STEPS_PER_PICTURE));
-    if ((param.uiSetMask & GIVEN_TILT) != 0)
+    if (Request_Gave(param, GIVEN_TILT))
         command.Addf("&y=%d", iHeight / 2 - param.iTilt * (iHeight / STEPS_PER_PICTURE));
     command.Addf("&resolution=%1$sx%2$s&videosize=%1$sx%2$s&stretch=1", resolution.acWidth, resolution.acHeight);
     Trace("acComposeData:%s\n", command.Text());
@@ -111,8 +111,8 @@ int Parser_PTZMoveRel_Set(SessionSlot &slot)
 int MappingSetRoutine_PTZMoveRel(SessionSlot &slot)
 {
     const auto &param = Session_Param<PTZMoveRelParam>(slot);
-    const bool zooms = (param.uiSetMask & GIVEN_ZOOM) != 0 && param.iZoom != 0;
-    if (SendMove(param) != 0 || (zooms && SendZoom(param.iZoom) != 0))
+    const bool zooms = Request_Gave(param, GIVEN_ZOOM) && param.iZoom != 0;
+    if (SendMove(__func__, param) != 0 || (zooms && SendZoom(param.iZoom) != 0))
         return Session_Fail(slot, StatusKind::InternalError);
     return Session_Succeed(slot);
 }
@@ -157,9 +157,9 @@ int Parser_RS485Do_Set(SessionSlot &slot)
     if (Parser_Begin(slot, SetIndex::RS485Do, __func__, text) != 0)
         return -1;
     auto &param = Session_Param<RS485DoParam>(slot);
-    if (Request_TakeKeys(text, DIRECTION_KEYS, param) != 0 || (param.uiSetMask & GIVEN_DIRECTION) == 0)
+    if (Request_TakeKeys(text, DIRECTION_KEYS, param) != 0 || !Request_Gave(param, GIVEN_DIRECTION))
         return Session_Refuse(slot, StatusKind::BadRequest);
-    if ((param.uiSetMask & GIVEN_SPEED) != 0)
+    if (Request_Gave(param, GIVEN_SPEED))
         param.iSpeed -= SPEED_OFFSET;
     return Session_Accept(slot);
 }
@@ -167,7 +167,7 @@ int Parser_RS485Do_Set(SessionSlot &slot)
 int MappingSetRoutine_RS485Do(SessionSlot &slot)
 {
     const auto &param = Session_Param<RS485DoParam>(slot);
-    const bool hasSpeed = (param.uiSetMask & GIVEN_SPEED) != 0;
+    const bool hasSpeed = Request_Gave(param, GIVEN_SPEED);
     for (const auto &direction : DIRECTIONS) {
         if (direction.iDirection != param.iDirection)
             continue;

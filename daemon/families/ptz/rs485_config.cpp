@@ -20,6 +20,9 @@ enum Given : uint32_t {
     GIVEN_STOP_BITS = 0x40,
 };
 
+using Param = RS485ConfigParam;
+using Result = RS485ConfigResult;
+
 /** Drivers that are read back at most. */
 constexpr int32_t MAX_DRIVER_INDEX = 19;
 
@@ -70,12 +73,12 @@ int PTZDriver_IndexFromName(std::string_view proto, int32_t &iIndex)
     return -1;
 }
 
-bool TakeProto(std::string_view value, RS485ConfigParam &param)
+bool TakeProto(std::string_view value, Param &param)
 {
     return PTZDriver_IndexFromName(value, param.iProto) == 0;
 }
 
-bool TakeParity(std::string_view value, RS485ConfigParam &param)
+bool TakeParity(std::string_view value, Param &param)
 {
     for (const auto &parity : PARITIES) {
         if (parity.request == value) {
@@ -87,7 +90,7 @@ bool TakeParity(std::string_view value, RS485ConfigParam &param)
 }
 
 /** KEPT: the delay is fixed; a request that gives it, even as it is, is refused. */
-bool RefuseDelayTime(std::string_view, RS485ConfigParam &)
+bool RefuseDelayTime(std::string_view, Param &)
 {
     return false;
 }
@@ -99,8 +102,6 @@ bool IsBaudRate(int32_t iValue)
             return true;
     return false;
 }
-
-using Param = RS485ConfigParam;
 
 constexpr KeyRow<Param> KEYS[] = {
     KeyWord<&Param::iEnable>("enable=", GIVEN_ENABLE, "yes", "no"),
@@ -127,7 +128,7 @@ bool HasOverlongNumber(std::string_view text)
 }
 
 /** Reads the name of the driver and what it is called in replies. */
-void ReadProto(ConfigerReader &reply, int32_t iDriver, RS485ConfigResult &result)
+void ReadProto(ConfigerReader &reply, int32_t iDriver, Result &result)
 {
     char acName[48] = {};
     reply.Get({Key("uart_ptzdrivers_i%d_name&", iDriver)});
@@ -177,7 +178,7 @@ int MappingSetRoutine_RS485Config(SessionSlot &slot)
 
 int MappingGetRoutine_RS485Config(SessionSlot &slot)
 {
-    auto &result = Session_Result<RS485ConfigResult>(slot);
+    auto &result = Session_Result<Result>(slot);
     int32_t iDriver = 0;
     char acParity[8] = {};
     ConfigerReply<1024> reply(__func__);
@@ -200,7 +201,7 @@ int MappingGetRoutine_RS485Config(SessionSlot &slot)
 
 void Compose_RS485Config(TextBuilder &body, SessionSlot &slot)
 {
-    const auto &result = Session_Result<RS485ConfigResult>(slot);
+    const auto &result = Session_Result<Result>(slot);
     body.LineYesNo("enable=", result.iEnable == 1);
     body.Line("proto=", result.acProto);
     body.Line("devid=", result.iDevId);

@@ -135,9 +135,9 @@ void ReadLocalClock(DateTimeResult &result)
 }
 
 /** Logs what could not be read, in the GET routine's name, and ends it. */
-int FailRead(SessionSlot &slot, const char *pcMessage)
+int FailRead(SessionSlot &slot, const char *pcCaller, const char *pcMessage)
 {
-    Log_Crit("[%s]%s\n", "MappingGetRoutine_DateTime", pcMessage);
+    Log_Crit("[%s]%s\n", pcCaller, pcMessage);
     return Session_Fail(slot, StatusKind::InternalError);
 }
 
@@ -173,20 +173,20 @@ int MappingGetRoutine_DateTime(SessionSlot &slot)
     if (result.iMethod == METHOD_NTP)
         reply.Text("system_ntp=", result.acTimeServer);
     if (reply.Failed())
-        return FailRead(slot, "Get NTP information failed");
+        return FailRead(slot, __func__, "Get NTP information failed");
 
     ReadLocalClock(result);
     int32_t iZone = 0;
     reply.Get({"system_timezoneindex&"});
     reply.Int("system_timezoneindex=", iZone);
     if (reply.Failed())
-        return FailRead(slot, "Get TimeZone information failed");
+        return FailRead(slot, __func__, "Get TimeZone information failed");
     result.iTimeZone = TimeZone_FromStore(iZone);
 
     reply.Get({"system_daylight_enable&"});
     reply.Bool("system_daylight_enable=", result.iDSTEnable);
     if (reply.Failed())
-        return FailRead(slot, "Get daylight information failed");
+        return FailRead(slot, __func__, "Get daylight information failed");
     return Session_Succeed(slot);
 }
 

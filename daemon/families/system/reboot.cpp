@@ -8,6 +8,7 @@
 namespace
 {
 
+constexpr uint32_t GIVEN_GO = 0x1;
 enum Given : uint32_t { GIVEN_ENABLE = 0x1, GIVEN_WEEKDAY = 0x2, GIVEN_TIME = 0x4 };
 
 /** Reads "1,3,5": the days, single digits, with one "," between them. */
@@ -55,14 +56,14 @@ int Parser_SystemReboot_Set(SessionSlot &slot)
     char acWord[4];
     if (GetStringValueFromText(text, "reboot=", acWord) != 0 || std::string_view(acWord) != "go")
         return Session_Refuse(slot, StatusKind::BadRequest);
-    Session_Param<SystemRebootParam>(slot).uiSetMask = 1;
+    Session_Param<SystemRebootParam>(slot).uiSetMask |= GIVEN_GO;
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_SystemReboot(SessionSlot &slot)
 {
     TextBuffer<32> pairs;
-    if (Session_Param<SystemRebootParam>(slot).uiSetMask != 0)
+    if (Request_Gave(Session_Param<SystemRebootParam>(slot), GIVEN_GO))
         pairs.Add("system_reset=10");
     return Session_WritePairs(slot, pairs, StatusKind::InternalError);
 }

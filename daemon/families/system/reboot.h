@@ -5,7 +5,7 @@
 /* "/config/system_reboot.cgi" and "/config/scheduled_reboot.cgi". */
 
 struct SystemRebootParam {
-    uint32_t uiSetMask; ///< 1: "go" was given
+    uint32_t uiSetMask; ///< bit 0: "go" was given
 };
 
 struct ScheduleRebootParam {

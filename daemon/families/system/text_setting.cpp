@@ -2,6 +2,7 @@
 
 #include "daemon/configer/pairs.h"
 #include "daemon/configer/reply.h"
+#include "daemon/request/keys.h"
 #include "daemon/request/request_text.h"
 
 #include <string_view>
@@ -9,41 +10,43 @@
 namespace
 {
 
-constexpr uint32_t TEXT_GIVEN = 0x1;
+constexpr uint32_t GIVEN_TEXT = 0x1;
 
 struct TextSetting {
     SetIndex eSetIndex;
-    const char *pcParser;        ///< names itself so in log lines
-    const char *pcRoutine;       ///< likewise
     std::string_view requestKey; ///< also begins the line of the reply
     std::string_view storeAsk;
     std::string_view storeKey;
 };
 
 constexpr TextSetting CAMERA_INFO = {
-    SetIndex::CameraInfo, "Parser_CameraInfo_Set", "MappingGetRoutine_CameraInfo", "name=",
-    "layout_title_text&", "layout_title_text=",
+    SetIndex::CameraInfo,
+    "name=",
+    "layout_title_text&",
+    "layout_title_text=",
 };
 constexpr TextSetting TIME_STAMP = {
-    SetIndex::TimeStamp, "Parser_TimeStamp_Set", "MappingGetRoutine_TimeStamp", "label=",
-    "videoin_c0_text&",  "videoin_c0_text=",
+    SetIndex::TimeStamp,
+    "label=",
+    "videoin_c0_text&",
+    "videoin_c0_text=",
 };
 
-int Parse(SessionSlot &slot, const TextSetting &setting)
+int Parse(SessionSlot &slot, const char *pcParser, const TextSetting &setting)
 {
     std::string_view text;
-    if (Parser_Begin(slot, setting.eSetIndex, setting.pcParser, text) != 0)
+    if (Parser_Begin(slot, setting.eSetIndex, pcParser, text) != 0)
         return -1;
     auto &param = Session_Param<TextSettingParam>(slot);
     if (GetStringValueFromText(text, setting.requestKey, param.acText) != 0)
         return Session_Refuse(slot, StatusKind::BadRequest);
-    param.uiSetMask |= TEXT_GIVEN;
+    param.uiSetMask |= GIVEN_TEXT;
     return Session_Accept(slot);
 }
 
-int Read(SessionSlot &slot, const TextSetting &setting)
+int Read(SessionSlot &slot, const char *pcCaller, const TextSetting &setting)
 {
-    ConfigerReply<1024> reply(setting.pcRoutine);
+    ConfigerReply<1024> reply(pcCaller);
     reply.Get({setting.storeAsk});
     reply.Text(setting.storeKey, Session_Result<TextSettingResult>(slot).acText);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
@@ -53,7 +56,7 @@ int Write(SessionSlot &slot, const TextSetting &setting)
 {
     const auto &param = Session_Param<TextSettingParam>(slot);
     TextBuffer<1024> pairs;
-    if ((param.uiSetMask & TEXT_GIVEN) != 0) {
+    if (Request_Gave(param, GIVEN_TEXT)) {
         pairs.Add(setting.storeKey);
         pairs.Add(param.acText);
         pairs.Add("&");
@@ -70,12 +73,12 @@ void Compose(TextBuilder &body, SessionSlot &slot, const TextSetting &setting)
 
 int Parser_CameraInfo_Set(SessionSlot &slot)
 {
-    return Parse(slot, CAMERA_INFO);
+    return Parse(slot, __func__, CAMERA_INFO);
 }
 
 int MappingGetRoutine_CameraInfo(SessionSlot &slot)
 {
-    return Read(slot, CAMERA_INFO);
+    return Read(slot, __func__, CAMERA_INFO);
 }
 
 int MappingSetRoutine_CameraInfo(SessionSlot &slot)
@@ -90,12 +93,12 @@ void Compose_CameraInfo(TextBuilder &body, SessionSlot &slot)
 
 int Parser_TimeStamp_Set(SessionSlot &slot)
 {
-    return Parse(slot, TIME_STAMP);
+    return Parse(slot, __func__, TIME_STAMP);
 }
 
 int MappingGetRoutine_TimeStamp(SessionSlot &slot)
 {
-    return Read(slot, TIME_STAMP);
+    return Read(slot, __func__, TIME_STAMP);
 }
 
 int MappingSetRoutine_TimeStamp(SessionSlot &slot)

@@ -15,10 +15,6 @@ struct TextSettingParam {
 struct TextSettingResult {
     char acText[64];
 };
-using CameraInfoParam = TextSettingParam;
-using CameraInfoResult = TextSettingResult;
-using TimeStampParam = TextSettingParam;
-using TimeStampResult = TextSettingResult;
 
 [[nodiscard]] int Parser_CameraInfo_Set(SessionSlot &slot);
 [[nodiscard]] int MappingGetRoutine_CameraInfo(SessionSlot &slot);

@@ -32,7 +32,7 @@ bool IsPrivilege(std::string_view word)
     return false;
 }
 
-bool TakeUser(std::string_view text, ModifyUserInfoResult &param)
+bool TakeUser(std::string_view text, ModifyUserParam &param)
 {
     char acEncoded[MAX_ENCODED_PASSWORD + 1];
     if (GetStringValueFromText(text, "name=", param.acUserName) != 0 ||
@@ -55,7 +55,7 @@ int32_t FindUser(const char *pcName)
 }
 
 /** Runs the account program with a query and sets the mapping result. Returns 0 or -1. */
-int RunAccountProgram(SessionSlot &slot, const TextBuilder &query)
+int Set_Account_Parameter(SessionSlot &slot, const TextBuilder &query)
 {
     // The environment keeps pointing here; one buffer for all requests, where setenv(3) would leak each value.
     static char acVariable[512];
@@ -64,7 +64,7 @@ int RunAccountProgram(SessionSlot &slot, const TextBuilder &query)
     variable.Add("QUERY_STRING=");
     variable.Add(query.View());
     if (putenv(acVariable) != 0 || Program_Run(ACCOUNT_PROGRAM, "") != 0) {
-        Log_Crit("[%s]Call system() fail\n", "Set_Account_Parameter");
+        Log_Crit("[%s]Call system() fail\n", __func__);
         return Session_Fail(slot, StatusKind::InternalError);
     }
     return Session_Succeed(slot);
@@ -88,14 +88,14 @@ int Parser_ModifyUser_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::ModifyUser, __func__, text) != 0)
         return -1;
-    if (!TakeUser(text, Session_Param<ModifyUserInfoResult>(slot)))
+    if (!TakeUser(text, Session_Param<ModifyUserParam>(slot)))
         return Session_Refuse(slot, StatusKind::BadRequest);
     return Session_Accept(slot);
 }
 
 int MappingSetRoutine_ModifyUser(SessionSlot &slot)
 {
-    const auto &param = Session_Param<ModifyUserInfoResult>(slot);
+    const auto &param = Session_Param<ModifyUserParam>(slot);
     // KEPT: the count is that of before the reload.
     const int32_t iCount = AM_UserCount(&g_tServerGlobals.tAccountContext);
     KelpaFdServer_ReloadPassword();
@@ -107,7 +107,7 @@ int MappingSetRoutine_ModifyUser(SessionSlot &slot)
     TextBuffer<256> query;
     query.Add(iUserIndex == NEW_USER ? "method=add&" : "method=edit&");
     query.Addf("username=%s&userpass=%s&privilege=%s", param.acUserName, param.acPassword, param.acPrivilege);
-    return RunAccountProgram(slot, query);
+    return Set_Account_Parameter(slot, query);
 }
 
 int Parser_DeleteUser_Set(SessionSlot &slot)
@@ -115,7 +115,7 @@ int Parser_DeleteUser_Set(SessionSlot &slot)
     std::string_view text;
     if (Parser_Begin(slot, SetIndex::DeleteUser, __func__, text) != 0)
         return -1;
-    auto &param = Session_Param<DeleteUserInfoResult>(slot);
+    auto &param = Session_Param<DeleteUserParam>(slot);
     // One character less than the field: a "," has to follow the last name.
     if (GetStringValueFromText(text,
                                "name=", std::span(param.acUserNameSet).first(sizeof param.acUserNameSet - 1)) != 0)
@@ -127,7 +127,7 @@ int Parser_DeleteUser_Set(SessionSlot &slot)
 
 int MappingSetRoutine_DeleteUser(SessionSlot &slot)
 {
-    std::string_view list = Session_Param<DeleteUserInfoResult>(slot).acUserNameSet;
+    std::string_view list = Session_Param<DeleteUserParam>(slot).acUserNameSet;
     std::string_view name;
     for (int i = 0; i < MAX_DELETIONS && TakeName(list, name);) {
         if (name.empty())
@@ -137,7 +137,7 @@ int MappingSetRoutine_DeleteUser(SessionSlot &slot)
         TextBuffer<128> query; // KEPT: the query has 127 characters at most, a longer name is cut
         query.Add("method=delete&username=");
         query.Add(name);
-        if (RunAccountProgram(slot, query) != 0)
+        if (Set_Account_Parameter(slot, query) != 0)
             return -1;
         ++i;
     }

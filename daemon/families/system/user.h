@@ -4,13 +4,13 @@
 
 /* "/config/user_mod.cgi" and "/config/user_del.cgi": accounts, changed by the camera's account program. */
 
-struct ModifyUserInfoResult {
+struct ModifyUserParam {
     char acUserName[65];
     char acPassword[65]; ///< decoded, at most 63 bytes
     char acPrivilege[16];
 };
 
-struct DeleteUserInfoResult {
+struct DeleteUserParam {
     char acUserNameSet[1300]; ///< the names, each followed by ","
 };
 
