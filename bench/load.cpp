@@ -10,7 +10,9 @@
 
 #include "bench/exchange.h"
 #include "bench/program.h"
+#include "command_line/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -263,12 +265,23 @@ void Run(const std::string &kelpaPath, const std::string &floorPath, const fs::p
 
 int main(int argc, char **argv)
 {
-    if (argc != 4) {
-        fputs("Usage: kelpa_bench_load KELPA FLOOR ROOT\n", stderr);
-        return EXIT_FAILURE;
-    }
+    CLI::App app;
+    std::string kelpa;
+    std::string floor;
+    std::string root;
+    command_line::prepare(app, "kelpa_bench_load",
+                          "Measures what a request costs the daemon beside what its system calls alone cost.");
+    app.add_option("KELPA", kelpa, "the daemon's program")->required();
+    app.add_option("FLOOR", floor, "the program that makes the system calls only")->required();
+    app.add_option("ROOT", root, "an empty folder in which both run")->required();
     try {
-        Run(argv[1], argv[2], argv[3]);
+        const std::string text = command_line::parse(app, {argv + 1, argv + argc});
+        fputs(text.c_str(), stdout);
+        if (text.empty())
+            Run(kelpa, floor, root);
+    } catch (const command_line::UsageError &error) {
+        fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
+        return command_line::EXIT_USAGE;
     } catch (const std::exception &error) {
         fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
         return EXIT_FAILURE;

@@ -45,6 +45,15 @@ std::string urlOf(const Options &options, unsigned short port)
     return "http://" + (ipv6 ? "[" + options.address + "]" : options.address) + ":" + std::to_string(port);
 }
 
+FileDescriptor openListening(const Options &options)
+{
+    try {
+        return listenAtAddress(options.address, options.port);
+    } catch (const std::system_error &error) {
+        throw std::runtime_error(std::string(error.what()) + "; choose another with --listen");
+    }
+}
+
 /** Starts all neighbours; they end in the reverse order. */
 class Neighbourhood
 {
@@ -74,7 +83,7 @@ void runCamera(const Options &options)
     // Everything that ends with the camera is taken down in the reverse of this order. The io_context comes late:
     // what still waits on it may use all that stands before it.
     RootFolder root(options.root);
-    FileDescriptor listening = listenAtAddress(options.address, options.port);
+    FileDescriptor listening = openListening(options);
     const unsigned short port = portOf(listening.get());
     const std::string url = urlOf(options, port);
     const AccountFiles accounts = openAccounts(root);

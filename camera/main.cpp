@@ -1,4 +1,5 @@
 #include "camera/camera.h"
+#include "command_line/command_line.h"
 
 #include <cstdlib>
 #include <exception>
@@ -10,14 +11,14 @@ int main(int count, char **arguments)
     try {
         const camera::Options options =
             camera::parseOptions({arguments + 1, static_cast<size_t>(count > 0 ? count - 1 : 0)});
-        if (options.help)
-            std::cout << camera::usageText();
+        if (!options.text.empty())
+            std::cout << options.text;
         else
             camera::runCamera(options);
         return EXIT_SUCCESS;
-    } catch (const camera::UsageError &error) {
-        std::cerr << "kelpa-camera: " << error.what() << "\n\n" << camera::usageText();
-        return 2;
+    } catch (const command_line::UsageError &error) {
+        std::cerr << "kelpa-camera: " << error.what() << "\n";
+        return command_line::EXIT_USAGE;
     } catch (const std::exception &error) {
         std::cerr << "kelpa-camera: " << error.what() << "\n";
         return EXIT_FAILURE;

@@ -1,59 +1,46 @@
+#include "command_line/command_line.h"
 #include "talk/mulaw.h"
 #include "talk/speaker.h"
 #include "talk/wav.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <getopt.h>
 #include <random>
+#include <span>
 #include <string>
 
 namespace
 {
 
-constexpr int EXIT_USAGE = 2;
-constexpr char USAGE[] =
-    "Usage: kelpa-talk [--host ADDRESS[:PORT]] [--user NAME:PASSWORD] FILE.wav\n"
-    "Says a sound through a camera's speaker: WAV, uncompressed, mono, 8000 Hz, 8 or 16 bits.\n"
-    "  --host  where the camera is (127.0.0.1) and its port (8080)\n"
-    "  --user  an account of the camera, where it asks for one\n";
-
 /** What the command line asks for. */
 struct Options {
     talk::Speaker speaker;
     std::string file;
+    std::string text; ///< what is to be printed instead of talking, such as the help; mostly empty
 };
 
-Options parseOptions(int argc, char **argv)
+/** Throws command_line::UsageError. */
+Options parseOptions(std::span<const char *const> arguments)
 {
-    const option known[] = {{"host", required_argument, nullptr, 'o'},
-                            {"user", required_argument, nullptr, 'u'},
-                            {"help", no_argument, nullptr, 'h'},
-                            {}};
     Options options;
-    std::string host = "127.0.0.1";
-    for (int given = 0; (given = getopt_long(argc, argv, "", known, nullptr)) != -1;) {
-        if (given == 'o') {
-            host = optarg;
-        } else if (given == 'u') {
-            options.speaker.credentials = optarg;
-        } else {
-            fputs(USAGE, given == 'h' ? stdout : stderr);
-            std::exit(given == 'h' ? EXIT_SUCCESS : EXIT_USAGE);
+    options.speaker.address = talk::parseAddress("127.0.0.1");
+    const auto takeHost = [&options](const std::string &text) {
+        try {
+            options.speaker.address = talk::parseAddress(text);
+        } catch (const std::exception &error) {
+            throw CLI::ValidationError("--host", text + ": " + error.what());
         }
-    }
-    if (argc - optind != 1) {
-        fputs(USAGE, stderr);
-        std::exit(EXIT_USAGE);
-    }
-    options.file = argv[optind];
-    try {
-        options.speaker.address = talk::parseAddress(host);
-    } catch (const std::exception &error) {
-        fprintf(stderr, "kelpa-talk: --host %s: %s\n", host.c_str(), error.what());
-        std::exit(EXIT_USAGE);
-    }
+    };
+    CLI::App app;
+    command_line::prepare(app, "kelpa-talk", "Says a sound through a camera's speaker.");
+    app.add_option("FILE", options.file, "a sound: WAV, uncompressed, mono, 8000 Hz, 8 or 16 bits")->required();
+    app.add_option_function<std::string>("--host", takeHost, "where the camera is (default: 127.0.0.1:8080)")
+        ->type_name("ADDRESS[:PORT]");
+    app.add_option("--user", options.speaker.credentials, "an account of the camera, where it asks for one")
+        ->type_name("NAME:PASSWORD");
+    options.text = command_line::parse(app, arguments);
     return options;
 }
 
@@ -78,11 +65,8 @@ bool succeeds(const std::string &subject, Step step)
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(const Options &options)
 {
-    const Options options = parseOptions(argc, argv);
     std::string audio;
     if (!succeeds(options.file, [&] { audio = talk::encodeMuLaw(talk::readWavFile(options.file)); }))
         return EXIT_FAILURE;
@@ -95,4 +79,18 @@ int main(int argc, char **argv)
         talk::talk(options.speaker, name, audio);
     });
     return said ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        const Options options = parseOptions({argv + 1, argv + argc});
+        fputs(options.text.c_str(), stdout);
+        return options.text.empty() ? run(options) : EXIT_SUCCESS;
+    } catch (const command_line::UsageError &error) {
+        fprintf(stderr, "kelpa-talk: %s\n", error.what());
+        return command_line::EXIT_USAGE;
+    }
 }

@@ -12,7 +12,8 @@ TOP = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).parent.parent).r
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 SOURCES = {".h", ".c", ".cpp"}
 TABLES = "daemon/dispatch/tables.cpp"
-APART = {"camera", "talk"}  # include themselves and platform/ only
+APART = {"camera", "talk"}  # include themselves and what follows only
+SHARED = {"platform", "command_line"}
 CHECKING = {"tests", "fuzz"}  # may look into a family's own files
 
 
@@ -48,7 +49,7 @@ class Layers:
         is_family = there.with_suffix("") in self.families
         if self.row(included) is None:
             return "is in a folder that layers.txt does not list"
-        if here.parts[0] in APART and there.parts[0] not in {here.parts[0], "platform"}:
+        if here.parts[0] in APART and there.parts[0] not in SHARED | {here.parts[0]}:
             return f"is not for {here.parts[0]}/"
         if here.parent == there.parent:
             siblings = self.holds_families(path) and is_family and here.with_suffix("") != there.with_suffix("")

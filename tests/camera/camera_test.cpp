@@ -223,13 +223,15 @@ TEST(Camera, StartThatCannotBeIsExplained)
     EXPECT_NE(runCamera("--root " + camera.root()).find("another virtual camera is running in"), std::string::npos);
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200) << "the refused one must not harm the running one";
     EXPECT_NE(runCamera("--root /tmp/" + std::string(100, 'x')).find("too long"), std::string::npos);
-    EXPECT_NE(runCamera("--listen 8080").find("--listen takes ADDRESS:PORT"), std::string::npos);
 
     const TemporaryFolder folder;
     std::ofstream(folder.path("mine")) << "something else";
     EXPECT_NE(runCamera("--root " + folder.path()).find("neither empty nor a camera's"), std::string::npos);
     fs::remove(folder.path("mine"));
     EXPECT_NE(runCamera("--kelpa /nonexistent --root " + folder.path()).find("/nonexistent: No such file"),
+              std::string::npos);
+    EXPECT_NE(runCamera("--listen " + std::to_string(camera.port()) + " --root " + folder.path())
+                  .find("Address already in use; choose another with --listen\n"),
               std::string::npos);
     fs::create_directory(folder.path("etc"));
     std::ofstream(folder.path("etc/accountmgr.conf")) << "groups=admin\n";

@@ -226,10 +226,9 @@ TEST(Talk, MistakesAreExplained)
         {{"/nonexistent.wav"}, 1, "kelpa-talk: /nonexistent.wav: No such file or directory\n"},
         {{folder.path()}, 1, "kelpa-talk: " + folder.path() + ": Is a directory\n"},
         {{"--host", "127.0.0.1:0", file}, 1, "kelpa-talk: 127.0.0.1:0: Connection refused\n"},
-        {{}, 2, "Usage: kelpa-talk "},
-        {{"a.wav", "b.wav"}, 2, "Usage: kelpa-talk "},
-        {{"--loud", "a.wav"}, 2, "Usage: kelpa-talk "},
-        {{"--host", "camera:http", "a.wav"}, 2, "kelpa-talk: --host camera:http: not an ADDRESS:PORT\n"},
+        {{}, 2, "kelpa-talk: FILE is required; see --help\n"},
+        {{"a.wav", "b.wav"}, 2, "kelpa-talk: b.wav: unexpected argument; see --help\n"},
+        {{"--host=camera:http", "a.wav"}, 2, "kelpa-talk: --host: camera:http: not an ADDRESS:PORT; see --help\n"},
     };
     for (const auto &c : cases) {
         const Outcome outcome = runTalk(c.arguments);
