@@ -61,22 +61,3 @@ TEST(Alarm, BadRequestsWriteNothing)
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(URL, NO_TRIGGER), UPDATE_FAILED);
 }
-
-TEST(Alarm, AFailedReadIsUnavailableAndAMissingValueAnError)
-{
-    const FakeStore::Settings settings = {
-        {"event_i2_enable", "1"}, {"event_i2_trigger", "di"}, {"event_i2_di", "3"}};
-    TestCamera camera({.settings = settings});
-    camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(URL), Reply(1, "0", "1", "1"));
-    EXPECT_EQ(camera.store.Requests(),
-              std::vector<std::string>{"get NameValue 99 0\nevent_i2_enable&event_i2_trigger&event_i2_di&"});
-    ExpectAllNeeded(camera, URL, settings);
-    camera.store.Set("event_i2_trigger", "motion");
-    camera.store.Remove("event_i2_di");
-    EXPECT_EQ(camera.Get(URL), Reply(1, "1", "0", "0")) << "motion needs no inputs";
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL), SERVICE_UNAVAILABLE);
-    camera.store.Refuse();
-    EXPECT_EQ(camera.Get(URL), SERVICE_UNAVAILABLE);
-}

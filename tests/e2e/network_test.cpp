@@ -8,64 +8,11 @@ namespace
 const std::string NETWORK = "/config/network.cgi";
 const std::string DDNS = "/config/ddns.cgi";
 
-const std::string NETWORK_KEYS =
-    "network_resetip=1&network_ipaddress=192.168.0.20&network_subnet=255.255.0.0&network_router=192.168.0.1&"
-    "network_dns1=10.0.0.1&network_dns2=10.0.0.2&network_http_port=80&network_http_alternateport=8080&"
-    "network_rtsp_port=554&network_type=pppoe&network_pppoe_user=me&network_pppoe_pass=secret&ddns_enable=1&"
-    "ddns_provider=DyndnsDynamic&upnpportforwarding_enable=0&";
-const std::string DYNDNS_KEYS = "ddns_DyndnsDynamic_hostname=cam.dyndns&ddns_DyndnsDynamic_usernameemail=u1&"
-                                "ddns_DyndnsDynamic_passwordkey=p1&";
-const std::string OTHER_KEYS =
-    "ddns_Pomro_hostname=cam.pomro&ddns_Pomro_usernameemail=u2&ddns_Pomro_passwordkey=p2&"
-    "ddns_PomroCN_hostname=cam.cn&ddns_PomroCN_usernameemail=u3&ddns_PomroCN_passwordkey=p3&"
-    "ddns_PomroCN_servername=ns.cn&";
-const FakeStore::Settings SETTINGS = Pairs(NETWORK_KEYS + DYNDNS_KEYS + OTHER_KEYS);
-
-const std::string BODY =
-    "dhcp=on\r\nip=192.168.0.20\r\nnetmask=255.255.0.0\r\ngateway=192.168.0.1\r\n"
-    "dns1=10.0.0.1\r\ndns2=10.0.0.2\r\nhttpport=80\r\nhttpexternalport=8080\r\nrtspport=554\r\n"
-    "upnp=off\r\npppoe=on\r\npppoeuser=me\r\npppoepass=secret\r\nddns=on\r\n";
-const std::string DYNDNS_BODY =
-    BODY + "ddnsprovider=dyndns\r\nddnshost=cam.dyndns\r\nddnsuser=u1\r\nddnspass=p1\r\n";
-
 } // namespace
-
-TEST(Network, IsReadWithTheAccountOfTheStoredProvider)
-{
-    TestCamera camera({.settings = SETTINGS});
-    camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(NETWORK), OkReply(DYNDNS_BODY));
-    EXPECT_EQ(camera.store.Requests(), (std::vector<std::string>{GetOf(NETWORK_KEYS), GetOf(DYNDNS_KEYS)}));
-
-    camera.store.Set("ddns_provider", "PomroCN");
-    EXPECT_EQ(camera.Get(NETWORK),
-              OkReply(BODY + "ddnsprovider=ns.cn\r\nddnshost=cam.cn\r\nddnsuser=u3\r\nddnspass=p3\r\n"));
-    EXPECT_EQ(camera.Get(DDNS), OkReply("ddns=on\r\nprovider=ns.cn\r\nhost=cam.cn\r\nuser=u3\r\npass=p3\r\n"));
-    EXPECT_EQ(camera.store.Requests().back(),
-              "get NameValue 99 0\nddns_PomroCN_hostname&ddns_PomroCN_usernameemail&ddns_PomroCN_passwordkey&"
-              "ddns_PomroCN_servername&");
-    camera.store.Set("ddns_provider", "Pomro");
-    EXPECT_EQ(camera.Get(DDNS),
-              OkReply("ddns=on\r\nprovider=pomroddns\r\nhost=cam.pomro\r\nuser=u2\r\npass=p2\r\n"));
-}
-
-TEST(Network, ReadFailsWithoutAnyValueButTheSecondDnsServer)
-{
-    TestCamera camera({.settings = SETTINGS});
-    FakeStore::Settings needed = Pairs(NETWORK_KEYS + DYNDNS_KEYS);
-    needed.erase("network_dns2");
-    ExpectAllNeeded(camera, NETWORK, needed);
-    ExpectUnreadable(camera, NETWORK, "network_ipaddress=1234567890123456");
-    ExpectReads(camera, NETWORK, DYNDNS_BODY,
-                {{"too long", "network_dns2=1234567890123456", "dns2=10.0.0.2", "dns2="}});
-    for (const auto &[name, value] : Pairs("network_dns2=&" + OTHER_KEYS))
-        camera.store.Remove(name);
-    EXPECT_EQ(camera.Get(NETWORK), OkReply(Replaced(DYNDNS_BODY, "dns2=10.0.0.2", "dns2=")));
-}
 
 TEST(Network, ChangesAreWrittenInTheStoresOrder)
 {
-    TestCamera camera({.settings = SETTINGS});
+    TestCamera camera;
     ExpectChanges(
         camera, NETWORK,
         {{"everything, given backwards",
@@ -93,7 +40,7 @@ TEST(Network, ChangesAreWrittenInTheStoresOrder)
 
 TEST(Ddns, ChangesAreWrittenInTheStoresOrder)
 {
-    TestCamera camera({.settings = SETTINGS});
+    TestCamera camera;
     ExpectChanges(camera, DDNS,
                   {{"everything, given backwards", "pass=p&user=u&host=h&provider=pomroddns&ddns=on",
                     "&ddns_enable=1&ddns_provider=Pomro&ddns_Pomro_hostname=h&ddns_Pomro_usernameemail=u&"
@@ -108,5 +55,4 @@ TEST(Ddns, ChangesAreWrittenInTheStoresOrder)
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(DDNS, "ddns=on"), UPDATE_FAILED);
     EXPECT_EQ(camera.store.LastSet(), "&ddns_enable=1");
-    EXPECT_EQ(camera.Get(DDNS), INTERNAL_ERROR);
 }

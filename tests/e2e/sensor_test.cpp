@@ -7,26 +7,11 @@ namespace
 
 const std::string SENSOR = "/config/sensor.cgi";
 
-const FakeStore::Settings SETTINGS =
-    Pairs("image_c0_brightness=-5&image_c0_contrast=1&image_c0_saturation=2&image_c0_sharpness=3&"
-          "videoin_c0_whitebalance=auto&videoin_c0_maxexposure=30&videoin_c0_enableblc=1&videoin_c0_mirror=on&"
-          "videoin_c0_flip=1&videoin_c0_color=0");
-
 } // namespace
-
-TEST(Sensor, IsRead)
-{
-    TestCamera camera({.settings = SETTINGS});
-    EXPECT_EQ(camera.Get(SENSOR), OkReply("brightness=-5\r\ncontrast=1\r\nsaturation=2\r\nwhitebalance=auto\r\n"
-                                          "maxexposuretime=30\r\nsharpness=3\r\nbacklightcomp=yes\r\nmirror=off\r\n"
-                                          "flip=on\r\ncolor=no\r\n"));
-    ExpectAllNeeded(camera, SENSOR, SETTINGS);
-    ExpectUnreadable(camera, SENSOR, "videoin_c0_whitebalance=auto567890123456");
-}
 
 TEST(Sensor, ChangesAreWrittenInTheStoresOrder)
 {
-    TestCamera camera({.settings = SETTINGS});
+    TestCamera camera;
     ExpectChanges(
         camera, SENSOR,
         {{"everything, given backwards",

@@ -6,17 +6,6 @@
 namespace
 {
 
-using Texts = std::vector<std::string>;
-
-Texts Split(const std::string &text, char separator)
-{
-    Texts pieces;
-    std::istringstream rest(text);
-    for (std::string piece; std::getline(rest, piece, separator);)
-        pieces.push_back(piece);
-    return pieces;
-}
-
 std::string SetsOf(const TestCamera &camera)
 {
     std::string text;
@@ -26,6 +15,15 @@ std::string SetsOf(const TestCamera &camera)
 }
 
 } // namespace
+
+std::vector<std::string> Split(const std::string &text, char separator)
+{
+    std::vector<std::string> pieces;
+    std::istringstream rest(text);
+    for (std::string piece; std::getline(rest, piece, separator);)
+        pieces.push_back(piece);
+    return pieces;
+}
 
 void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases)
 {
@@ -47,9 +45,9 @@ void ExpectRefused(TestCamera &camera, const std::string &url, const std::string
     }
 }
 
-void ExpectReads(TestCamera &camera, const std::string &url, const std::string &body,
-                 const std::vector<ReadCase> &cases)
+void ExpectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases)
 {
+    const std::string body = ReplyBody(camera.Get(url));
     const FakeStore::Settings before = camera.store.All();
     for (const ReadCase &c : cases) {
         SCOPED_TRACE(c.settings + " (" + c.description + ")");
@@ -57,16 +55,6 @@ void ExpectReads(TestCamera &camera, const std::string &url, const std::string &
         EXPECT_EQ(camera.Get(url), OkReply(Replaced(body, c.from, c.to)));
         camera.store.Set(before);
     }
-}
-
-void ExpectAllNeeded(TestCamera &camera, const std::string &url, const FakeStore::Settings &settings)
-{
-    for (const auto &[name, value] : settings) {
-        camera.store.Remove(name);
-        EXPECT_EQ(camera.Get(url), INTERNAL_ERROR) << name;
-        camera.store.Set(name, value);
-    }
-    EXPECT_TRUE(camera.Get(url).starts_with("HTTP/1.1 200 OK\r\n"));
 }
 
 void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings)

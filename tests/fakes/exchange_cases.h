@@ -19,21 +19,20 @@ void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector
 void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries,
                    const std::string &reply = BAD_REQUEST);
 
-/** How the body of a read differs while the store holds something else. */
+/** How the body of a read differs from what it is, while the store holds something else. */
 struct ReadCase {
     std::string description;
     std::string settings; ///< as Pairs takes them
     std::string from;
     std::string to;
 };
-void ExpectReads(TestCamera &camera, const std::string &url, const std::string &body,
-                 const std::vector<ReadCase> &cases);
-
-/** The read is an internal error without any one of these settings, and good with all of them. */
-void ExpectAllNeeded(TestCamera &camera, const std::string &url, const FakeStore::Settings &settings);
+void ExpectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases);
 
 /** The read is an internal error with each of these, blanks between them: "name=value". */
 void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings);
+
+/** The pieces between the separators; none behind a last one. */
+[[nodiscard]] std::vector<std::string> Split(const std::string &text, char separator);
 
 /** "name=value&name=value&", a last "&" or none. */
 [[nodiscard]] FakeStore::Settings Pairs(const std::string &text);

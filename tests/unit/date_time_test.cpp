@@ -118,8 +118,4 @@ TEST(DateTime, IsReadWithTheHostsClock)
     EXPECT_TRUE(matches("1", "pool.ntp"));
     in.store.Set("system_updateinterval", "0");
     EXPECT_TRUE(matches("0", "")) << "by hand the server is not asked for, and the method is 0, not 2";
-    for (const char *name : {"system_daylight_enable", "system_timezoneindex", "system_updateinterval"}) {
-        in.store.Remove(name);
-        EXPECT_EQ(Exchange(in, ""), INTERNAL_ERROR) << name;
-    }
 }
