@@ -96,7 +96,8 @@ long UnixSocket_SendPieces(int iSocket, std::span<const std::string_view> pieces
 
     msghdr message = {};
     message.msg_iov = atPieces;
-    message.msg_iovlen = pieces.size();
+    // C libraries differ in the type of this member.
+    message.msg_iovlen = static_cast<decltype(message.msg_iovlen)>(pieces.size());
     ControlBuffer control = {};
     if (iPassed >= 0) {
         message.msg_control = control.acBytes;

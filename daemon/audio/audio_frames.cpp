@@ -60,7 +60,7 @@ constexpr std::array<char, CONFIG_SIZE> CONFIG_MESSAGE = [] {
     WriteWord(message, 4, "CONF");
     WriteWord(message, 8, "G711");
     WriteWord(message, 44, "ULAW");
-    for (const size_t at : {48, 52, 56, 60})
+    for (const size_t at : {48U, 52U, 56U, 60U})
         WriteLong(message, at, 1);
     return message;
 }();

@@ -2,6 +2,7 @@
 
 #include "platform/log.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace
@@ -44,9 +45,9 @@ int Base64_Decode(std::string_view text, std::span<char> out)
         for (const char c : group)
             uiBits = uiBits << 6 | SixBits(c);
         // n characters in front of a "=" carry n - 1 whole bytes.
-        const size_t characters = group.find('=') == std::string_view::npos ? group.size() : group.find('=');
-        for (size_t i = 1; i < characters; ++i)
-            out[length++] = static_cast<char>(uiBits >> (24 - 8 * i) & 0xFF);
+        const size_t characters = std::min(group.find('='), group.size());
+        for (size_t i = 1; i < characters; ++i, uiBits <<= 8)
+            out[length++] = static_cast<char>(uiBits >> 16 & 0xFF);
     }
     out[length] = '\0';
     return static_cast<int>(length);

@@ -41,7 +41,7 @@ void ConfigerReader::Text(std::string_view key, std::span<char> out)
     m_failed = m_failed || Get_Configer_STRING_Value(View(), key, out) != 0;
 }
 
-void ConfigerReader::TextIfGiven(std::string_view key, std::span<char> out)
+void ConfigerReader::TextIfGiven(std::string_view key, std::span<char> out) const
 {
     if (!m_failed)
         (void)Get_Configer_STRING_Value(View(), key, out);

@@ -32,7 +32,7 @@ class ConfigerReader
     void Bool(std::string_view key, int32_t &iValue);
     void Text(std::string_view key, std::span<char> out);
     /** Takes a text that may be missing or too long; then `out` is left alone and nothing has failed. */
-    void TextIfGiven(std::string_view key, std::span<char> out);
+    void TextIfGiven(std::string_view key, std::span<char> out) const;
 
     void Fail() { m_failed = true; }
     [[nodiscard]] bool Failed() const { return m_failed; }

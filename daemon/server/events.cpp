@@ -77,7 +77,7 @@ int KelpaFdServer_ParseEventMsg(const char *pcText, size_t length, EventRecord *
         Trace("[%s]Incoming message %s is not an event message, skip it\n", __func__, pcText);
         return -1;
     }
-    const XML_Parser parser = XML_ParserCreate(nullptr);
+    XML_ParserStruct *const parser = XML_ParserCreate(nullptr);
     const auto headerLength = static_cast<size_t>(iHeaderLength);
     const int iResult =
         Message_Parse_Event(parser, pcText + headerLength, length - headerLength, piCount, ptRecords);

@@ -30,7 +30,7 @@ bool TakeTime(std::string_view value, ScheduleRebootParam &param)
 {
     if (value.size() != 5 || value[2] != ':')
         return false;
-    for (const size_t i : {0, 1, 3, 4})
+    for (const size_t i : {0U, 1U, 3U, 4U})
         if (!Text_IsDigit(value[i]))
             return false;
     if (std::string_view(value.data(), 2) > "23" || std::string_view(value.data() + 3, 2) > "59")
