@@ -3,7 +3,7 @@
 set -eu
 
 top=$(cd "$(dirname "$0")" && pwd)
-"$top/tools/install_packages.sh"
+"$top/tools/install_packages.sh" daemon camera
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

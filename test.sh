@@ -4,7 +4,7 @@
 set -u
 
 cd "$(dirname "$0")" || exit 1
-tools/install_packages.sh || exit 1
+tools/install_packages.sh daemon camera tests || exit 1
 
 # For new build folders; those that are there go on with what they were made for.
 export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja}

@@ -1,13 +1,20 @@
 #!/usr/bin/env bash
 # Installs those packages of packages.txt that are missing. Asks for nothing, and needs no rights, when all are there.
+# install_packages.sh [BLOCK...]   the blocks of packages.txt to install, by default all
 set -eu
 
 list=$(dirname "$0")/../packages.txt
+wanted=" $* "
+block=
 missing=()
-while read -r package; do
-    status=$(dpkg-query --show --showformat '${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$status" = installed ] || missing+=("$package")
-done < <(sed 's/#.*//' "$list" | awk 'NF { print $1 }')
+while read -r first second _; do
+    if [ "$first" = "#" ] && [[ $second == \[*\] ]]; then
+        block=${second:1:-1}
+    elif [ -n "$first" ] && [ "${first:0:1}" != "#" ] && [[ $# -eq 0 || $wanted == *" $block "* ]]; then
+        status=$(dpkg-query --show --showformat '${db:Status-Status}' "$first" 2>/dev/null || true)
+        [ "$status" = installed ] || missing+=("$first")
+    fi
+done <"$list"
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 as_root=()
