@@ -8,6 +8,8 @@ import re
 import sys
 from pathlib import Path, PurePosixPath
 
+import sources
+
 TOP = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).parent.parent).resolve()
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 SOURCES = {".h", ".c", ".cpp"}
@@ -65,8 +67,7 @@ class Layers:
 def main():
     layers = Layers()
     complaints = []
-    paths = sorted(p.relative_to(TOP).as_posix() for p in TOP.rglob("*") if p.suffix in SOURCES)
-    paths = [p for p in paths if not re.match(r"build[^/]*/|\.", p)]
+    paths = [path.as_posix() for path in sources.files(TOP) if path.suffix in SOURCES]
     for path in paths:
         if layers.row(path) is None:
             complaints.append(f"{path}: its folder is not in tools/layers.txt")
