@@ -18,21 +18,24 @@ inline std::string DnsLabels(const std::string &name)
     std::string labels;
     for (size_t begin = 0; begin <= name.size();) {
         const size_t end = std::min(name.find('.', begin), name.size());
-        labels += static_cast<char>(end - begin);
-        labels += name.substr(begin, end - begin);
+        labels += static_cast<char>(end - begin) + name.substr(begin, end - begin);
         begin = end + 1;
     }
     return labels + '\0';
 }
 
-/** The owner name of most records: a pointer to the question's name, which stands behind the header. */
-inline const std::string DNS_QUESTION_POINTER("\xC0\x0C", 2);
+/** One recursive question for the address of a host. */
+inline std::string DnsQuestion(uint16_t identifier, const std::string &name)
+{
+    return Dns16(identifier) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + DnsLabels(name) +
+           std::string("\0\1\0\1", 4);
+}
 
 struct DnsRecord {
     uint16_t type;
     std::string data;
-    std::string owner = DNS_QUESTION_POINTER;
-    int dataLength = -1; ///< -1: the length of the data
+    std::string owner = "\xC0\x0C"; ///< a pointer to the question's name, which stands after the header
+    int dataLength = -1;            ///< -1: the length of the data
 
     [[nodiscard]] std::string Bytes() const
     {
@@ -42,25 +45,25 @@ struct DnsRecord {
     }
 };
 
-inline DnsRecord DnsA(uint8_t a, uint8_t b, uint8_t c, uint8_t d)
+/** The address 10.1.2.3, or another one by its bytes. */
+inline DnsRecord DnsA(const std::string &bytes = "\x0A\1\2\3")
 {
-    return {1, {static_cast<char>(a), static_cast<char>(b), static_cast<char>(c), static_cast<char>(d)}};
+    return {1, bytes};
 }
 inline DnsRecord DnsCname(const std::string &name)
 {
     return {5, DnsLabels(name)};
 }
 
+/** An answer; the identifier and the name are the query's where a fake server sends it. */
 struct DnsMessage {
-    uint16_t identifier = 0;
-    std::string name = "camera.example.com";
     std::vector<DnsRecord> records = {};
     uint16_t flags = 0x8180; ///< an answer, recursion desired and available, response code 0
     uint16_t questions = 1;
     uint16_t questionType = 1;
     int answers = -1; ///< -1: the number of the records
 
-    [[nodiscard]] std::string Bytes() const
+    [[nodiscard]] std::string Bytes(uint16_t identifier, const std::string &name) const
     {
         const auto count = static_cast<uint32_t>(answers >= 0 ? answers : static_cast<int>(records.size()));
         std::string bytes = Dns16(identifier) + Dns16(flags) + Dns16(questions) + Dns16(count) + Dns16(0) +

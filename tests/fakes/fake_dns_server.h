@@ -31,10 +31,18 @@
     return bound;
 }
 
+/** A query as it came, and what a fake server sends for it. */
 struct DnsQuery {
     uint16_t identifier;
     std::string name;
 };
+struct DnsDatagram {
+    DnsMessage message = {};
+    uint16_t wrongBits = 0; ///< of the identifier: somebody guesses it
+    size_t size = SIZE_MAX; ///< of the datagram, cut or filled up; SIZE_MAX: the message's own
+    bool fromOtherPort = false;
+};
+using DnsDatagrams = std::vector<DnsDatagram>;
 
 /**
  * A DNS server on loopback, on a thread, at a port that the kernel chose. As long as it lives, it is the server
@@ -46,14 +54,11 @@ struct DnsQuery {
 class FakeDnsServer
 {
   public:
-    struct Datagram {
-        std::string bytes;
-        bool fromOtherPort = false; ///< sent by a socket that the query did not go to
-    };
     /** Called on the server's thread for each query; the datagrams go to the asker in this order. */
-    using Script = std::function<std::vector<Datagram>(const DnsQuery &)>;
+    using Script = std::function<DnsDatagrams(const std::string &name)>;
 
     explicit FakeDnsServer(Script script) : m_script(std::move(script)) {}
+    explicit FakeDnsServer(DnsDatagrams each = {}) : m_script([each](const std::string &) { return each; }) {}
     ~FakeDnsServer() { g_tRemotePorts = m_realPorts; }
     FakeDnsServer(const FakeDnsServer &) = delete;
     FakeDnsServer &operator=(const FakeDnsServer &) = delete;
@@ -69,35 +74,30 @@ class FakeDnsServer
   private:
     void ServeOne()
     {
-        char buffer[1024];
+        char buffer[1024] = {};
         sockaddr_in asker;
         socklen_t length = sizeof asker;
         auto *address = reinterpret_cast<sockaddr *>(&asker);
-        const ssize_t received = recvfrom(m_socket.Get(), buffer, sizeof buffer, 0, address, &length);
+        const ssize_t received = recvfrom(m_socket.Get(), buffer, sizeof buffer - 1, 0, address, &length);
         if (received < 0)
             return;
-        const DnsQuery query = ParseQuery({buffer, static_cast<size_t>(received)});
+        const auto identifier =
+            static_cast<uint16_t>(static_cast<uint8_t>(buffer[0]) << 8 | static_cast<uint8_t>(buffer[1]));
+        DnsQuery query = {identifier, ""};
+        for (size_t at = 12; at < sizeof buffer && buffer[at] > 0; at += 1 + static_cast<size_t>(buffer[at]))
+            query.name +=
+                (query.name.empty() ? "" : ".") + std::string(buffer + at + 1, static_cast<size_t>(buffer[at]));
+        EXPECT_EQ(std::string(buffer, static_cast<size_t>(received)), DnsQuestion(query.identifier, query.name));
         {
             const std::lock_guard lock(m_mutex);
             m_queries.push_back(query);
         }
-        for (const Datagram &datagram : m_script(query)) {
+        for (const DnsDatagram &datagram : m_script(query.name)) {
             const int from = datagram.fromOtherPort ? m_otherSocket.Get() : m_socket.Get();
-            sendto(from, datagram.bytes.data(), datagram.bytes.size(), MSG_NOSIGNAL, address, length);
+            std::string bytes = datagram.message.Bytes(identifier ^ datagram.wrongBits, query.name);
+            bytes.resize(datagram.size == SIZE_MAX ? bytes.size() : datagram.size, '\xC0');
+            sendto(from, bytes.data(), bytes.size(), MSG_NOSIGNAL, address, length);
         }
-    }
-    static DnsQuery ParseQuery(const std::string &bytes)
-    {
-        DnsQuery query = {0, ""};
-        for (size_t at = 12; at < bytes.size() && bytes[at] > 0; at += 1 + static_cast<size_t>(bytes[at]))
-            query.name += (query.name.empty() ? "" : ".") + bytes.substr(at + 1, static_cast<size_t>(bytes[at]));
-        if (bytes.size() >= 2)
-            query.identifier =
-                static_cast<uint16_t>(static_cast<uint8_t>(bytes[0]) << 8 | static_cast<uint8_t>(bytes[1]));
-        // Recursion desired, one question, nothing else; behind the name type A, class IN.
-        EXPECT_EQ(bytes, Dns16(query.identifier) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + DnsLabels(query.name) +
-                             std::string("\0\1\0\1", 4));
-        return query;
     }
 
     Script m_script;

@@ -53,18 +53,13 @@ TEST(Address, OfACardIsTwelveHexadecimalDigits)
 {
     for (const std::string_view good : {"AABBCCDDEEFF", "aabbccddeeff", "0123456789aF"})
         EXPECT_EQ(NetUtility_IsValidMACAddr(Exactly(good).data(), good.size()), 1) << good;
-    testing::internal::CaptureStdout();
-    for (const std::string_view bad :
-         {"00112233445G", "g01122334455", "@01122334455", "`01122334455", "/01122334455", "00112233445:"})
+    for (const std::string_view bad : {"00112233445G", "g01122334455", "@01122334455", "`01122334455",
+                                       "/01122334455", "00112233445:", "00112233445", "0011223344556"}) {
+        testing::internal::CaptureStdout();
         EXPECT_EQ(NetUtility_IsValidMACAddr(bad.data(), bad.size()), 0) << bad;
-    EXPECT_EQ(NetUtility_IsValidMACAddr("00112233445", 11), 0);
-    EXPECT_EQ(NetUtility_IsValidMACAddr("0011223344556", 13), 0);
-    EXPECT_EQ(NetUtility_IsValidMACAddr(nullptr, 12), 0);
-    EXPECT_EQ(NetUtility_IsValidIP(nullptr, 7), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[NetUtility_IsValidMACAddr] Invalid MAC address length\r"
-                                                      "[NetUtility_IsValidMACAddr] Invalid MAC address length\r"
-                                                      "[NetUtility_IsValidMACAddr] Invalid arguments\r"
-                                                      "[NetUtility_IsValidIP] Invalid arguments\r");
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  bad.size() == 12 ? "" : "[NetUtility_IsValidMACAddr] Invalid MAC address length\r");
+    }
 }
 
 TEST(Address, ClassesBeginAndEndWhereTheirNetworksDo)

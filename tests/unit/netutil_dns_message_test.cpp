@@ -2,128 +2,92 @@
 #include "tests/fakes/dns_bytes.h"
 
 #include <arpa/inet.h>
-#include <cstring>
 #include <gtest/gtest.h>
 
 namespace
 {
 
 constexpr uint16_t ID = 0xA55A;
-constexpr in_addr_t UNTOUCHED = 0x7B7B7B7B;
 
-/** Parses a copy in a block of exactly its size, so that a read behind the packet's end is seen. */
-DNSAnswer Parse(const std::string &packet, in_addr_t &address)
+/** What is made of a packet, which lies in a block of exactly its size, so that a read past its end is seen. */
+std::string Outcome(const std::string &packet, uint16_t identifier = ID)
 {
-    const auto exact = std::make_unique<uint8_t[]>(packet.size());
-    memcpy(exact.get(), packet.data(), packet.size());
-    address = UNTOUCHED;
-    return NetUtility_DNSParseAnswer({exact.get(), packet.size()}, ID, address);
-}
-
-/** The query without its first two bytes, the identifier; "(refused)" when there is none. */
-std::string Query(const std::string &name)
-{
-    uint8_t buffer[DNS_MESSAGE_SIZE];
-    const int length = NetUtility_DNSBuildQuery(buffer, 0x1234, name.c_str());
-    if (length < 2)
-        return "(refused)";
-    EXPECT_EQ(buffer[0], 0x12);
-    EXPECT_EQ(buffer[1], 0x34);
-    return {buffer + 2, buffer + length};
+    constexpr in_addr_t UNTOUCHED = 0x7B7B7B7B;
+    in_addr_t address = UNTOUCHED;
+    const std::vector<uint8_t> exact(packet.begin(), packet.end());
+    const DNSAnswer answer = NetUtility_DNSParseAnswer(exact, identifier, address);
+    if (answer == DNSAnswer::Address)
+        return inet_ntoa({address});
+    EXPECT_EQ(address, UNTOUCHED);
+    return answer == DNSAnswer::NoAddress    ? "none"
+           : answer == DNSAnswer::NoSuchName ? "no such name"
+           : answer == DNSAnswer::Unusable   ? "unusable"
+                                             : "not ours";
 }
 
 } // namespace
 
-TEST(DnsQuery, IsOneRecursiveQuestionForAnAddress)
+TEST(DnsQuery, IsMadeForWhatIsAName)
 {
-    const std::string head("\1\0\0\1\0\0\0\0\0\0", 10);
-    const std::string tail("\0\0\1\0\1", 5);
-    EXPECT_EQ(Query("www.example.com"), head + "\3www\7example\3com" + tail);
-    EXPECT_EQ(Query("www.example.com."), head + "\3www\7example\3com" + tail) << "the root's dot";
-    EXPECT_EQ(Query("nas"), head + "\3nas" + tail);
-}
-
-TEST(DnsQuery, RefusesWhatIsNoName)
-{
-    const std::string label63(63, 'a');
-    const std::string dotted3 = label63 + "." + label63 + "." + label63 + ".";
-    EXPECT_NE(Query(label63 + ".b"), "(refused)");
-    EXPECT_EQ(Query(label63 + "a.b"), "(refused)") << "a length of 64 would not be a length any more";
-    EXPECT_NE(Query(dotted3 + std::string(61, 'b')), "(refused)") << "255 bytes on the wire";
-    EXPECT_NE(Query(dotted3 + std::string(61, 'b') + "."), "(refused)");
-    EXPECT_EQ(Query(dotted3 + std::string(62, 'b')), "(refused)");
-    EXPECT_EQ(Query(std::string(100000, 'a')), "(refused)");
-    for (const char *bad : {"", ".", "..", ".a", "a..", "a..b"})
-        EXPECT_EQ(Query(bad), "(refused)") << bad;
+    const auto query = [](const std::string &name) {
+        uint8_t buffer[DNS_MESSAGE_SIZE];
+        const int length = NetUtility_DNSBuildQuery(buffer, ID, name.c_str());
+        return std::string(buffer, buffer + std::max(length, 0));
+    };
+    const std::string label(63, 'a'), dotted = label + "." + label + "." + label + ".", longest(61, 'b');
+    for (const std::string &good : {std::string("nas"), "www." + label + ".b", dotted + longest}) {
+        EXPECT_EQ(query(good), DnsQuestion(ID, good));
+        EXPECT_EQ(query(good + "."), DnsQuestion(ID, good)) << "the root's dot";
+    }
+    for (const std::string &bad :
+         {std::string(), std::string("."), std::string(".."), std::string(".a"), std::string("a.."),
+          std::string("a..b"), label + "a.b", dotted + longest + "b", std::string(100000, 'a')})
+        EXPECT_EQ(query(bad), "") << bad.substr(0, 300);
 }
 
 TEST(DnsAnswer, GivesTheFirstAddress)
 {
-    const auto outcome = [](const DnsMessage &message) -> std::string {
-        in_addr_t address;
-        const DNSAnswer answer = Parse(message.Bytes(), address);
-        if (answer == DNSAnswer::Address)
-            return inet_ntoa({address});
-        EXPECT_EQ(address, UNTOUCHED);
-        return answer == DNSAnswer::NoAddress    ? "none"
-               : answer == DNSAnswer::NoSuchName ? "no such name"
-               : answer == DNSAnswer::Unusable   ? "unusable"
-                                                 : "not ours";
-    };
-    const DnsRecord address = DnsA(10, 1, 2, 3), other = DnsA(9, 9, 9, 9), alias = DnsCname("b.example.net");
-    const std::string bytes = address.data;
-    EXPECT_EQ(outcome({ID, "a.example", {address, other}}), "10.1.2.3");
-    EXPECT_EQ(outcome({ID, "a.example", {alias, DnsCname("c.example"), address}}), "10.1.2.3");
-    EXPECT_EQ(outcome({ID, "a", {{1, bytes, DnsLabels("cdn.example.net")}}}), "10.1.2.3") << "an owner written out";
-    EXPECT_EQ(outcome({ID, "a", {{1, bytes, std::string(1, '\0')}}}), "10.1.2.3") << "an owner that is the root";
-    EXPECT_EQ(outcome({ID, "a", {{1, bytes, "\xC0\x13"}}}), "10.1.2.3") << "a pointer to itself is not followed";
-    EXPECT_EQ(outcome({ID, "a", {{1, "abc"}, {1, "abcdefgh"}, address}}), "10.1.2.3") << "records of other lengths";
-
-    EXPECT_EQ(outcome({ID, "a", {alias, other}, 0x8180, 1, 1, 1}), "none") << "bytes behind the counted records";
-    EXPECT_EQ(outcome({ID, "a", {alias, alias}}), "none");
-    EXPECT_EQ(outcome({ID, "a", {{28, std::string(16, 'x')}, other}}), "none") << "another type ends the walk";
-    EXPECT_EQ(outcome({ID, "a", {alias}, 0x8180, 1, 1, 65535}), "none") << "fewer records than counted";
-    EXPECT_EQ(outcome({ID, "a", {{5, "x", DNS_QUESTION_POINTER, 65535}}}), "none") << "data past the packet";
-    EXPECT_EQ(outcome({ID, "a", {{1, "abc", DNS_QUESTION_POINTER, 4}}}), "none") << "an address past the packet";
-
-    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 1, 1, 0}), "unusable") << "no answers counted";
-    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 0}), "unusable") << "no question counted";
-    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 2}), "unusable") << "two questions counted";
-    EXPECT_EQ(outcome({ID, "a", {other}, 0x8180, 1, 28}), "unusable") << "another question";
-    EXPECT_EQ(outcome({ID, "a", {}, 0x8182}), "unusable") << "the server's failure";
-    EXPECT_EQ(outcome({ID, "a", {other}, 0x8183}), "no such name");
-    EXPECT_EQ(outcome({ID ^ 0x0100, "a", {other}}), "not ours");
-    EXPECT_EQ(outcome({ID ^ 1, "a", {}, 0x8183}), "not ours");
-}
-
-TEST(DnsAnswer, KeptPointerBeginsWithC0Alone)
-{
-    in_addr_t address;
-    // The other first bytes of pointers are lengths of labels here, which lead out of the packet.
-    for (const char *owner : {"\xC1\x0C", "\xFF\x0C"}) {
-        const DnsMessage message{ID, "a.example", {{1, "\x0A\1\2\3", owner}}};
-        EXPECT_EQ(Parse(message.Bytes(), address), DNSAnswer::NoAddress);
-        EXPECT_EQ(address, UNTOUCHED);
-    }
+    const DnsRecord here = DnsA(), other = DnsA("\x09\x09\x09\x09"), alias = DnsCname("b.example.net");
+    const std::string address = here.data, root(1, '\0');
     // 0xC1 as a length that stays inside: 193 bytes, the 0 byte, then the record that they hide.
-    const std::string label = "\xC1" + std::string(193, '\x0C') + std::string(1, '\0');
-    EXPECT_EQ(Parse(DnsMessage{ID, "a", {{1, "\x0A\1\2\3", label}}}.Bytes(), address), DNSAnswer::Address);
-    EXPECT_EQ(address, inet_addr("10.1.2.3"));
-}
-
-TEST(DnsAnswer, CutAtEveryByteGivesNoAddress)
-{
-    const std::string whole =
-        DnsMessage{ID, "camera.example.com", {DnsCname("edge.example.net"), DnsA(10, 1, 2, 3)}}.Bytes();
-    const size_t question = 12 + DnsLabels("camera.example.com").size() + 4;
-    for (size_t size = 0; size < whole.size(); ++size) {
-        in_addr_t address;
-        const DNSAnswer expected = size < 12         ? DNSAnswer::NotOurs
-                                   : size < question ? DNSAnswer::Unusable
-                                                     : DNSAnswer::NoAddress;
-        EXPECT_EQ(Parse(whole.substr(0, size), address), expected) << size << " bytes";
-        EXPECT_EQ(address, UNTOUCHED) << size << " bytes";
+    const std::string c1 = "\xC1" + std::string(193, '\x0C') + root;
+    const struct {
+        const char *description;
+        DnsMessage message;
+        const char *expected;
+    } cases[] = {
+        {"the first of two", {{here, other}}, "10.1.2.3"},
+        {"a chain of names", {{alias, DnsCname("c.example"), here}}, "10.1.2.3"},
+        {"an owner written out", {{{1, address, DnsLabels("cdn.example.net")}}}, "10.1.2.3"},
+        {"an owner that is the root", {{{1, address, root}}}, "10.1.2.3"},
+        {"a pointer to itself is not followed", {{{1, address, "\xC0\x13"}}}, "10.1.2.3"},
+        {"records of other lengths", {{{1, "abc"}, {1, "abcdefgh"}, here}}, "10.1.2.3"},
+        {"KEPT: a pointer begins with C0 alone, C1 is a length", {{{1, address, c1}}}, "10.1.2.3"},
+        {"KEPT: which leads out of the packet", {{{1, address, "\xC1\x0C"}}}, "none"},
+        {"KEPT: so does FF", {{{1, address, "\xFF\x0C"}}}, "none"},
+        {"bytes after the counted records", {.records = {alias, other}, .answers = 1}, "none"},
+        {"names alone", {{alias, alias}}, "none"},
+        {"another type ends the walk", {{{28, std::string(16, 'x')}, other}}, "none"},
+        {"fewer records than counted", {.records = {alias}, .answers = 65535}, "none"},
+        {"data past the packet", {{{.type = 5, .data = "x", .dataLength = 65535}}}, "none"},
+        {"an address past the packet", {{{.type = 1, .data = "abc", .dataLength = 4}}}, "none"},
+        {"no answers counted", {.records = {other}, .answers = 0}, "unusable"},
+        {"no question counted", {.records = {other}, .questions = 0}, "unusable"},
+        {"two questions counted", {.records = {other}, .questions = 2}, "unusable"},
+        {"another question", {.records = {other}, .questionType = 28}, "unusable"},
+        {"the server's failure", {.flags = 0x8182}, "unusable"},
+        {"no such name", {.records = {other}, .flags = 0x8183}, "no such name"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example")), c.expected) << c.description;
+        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example"), ID ^ 0x0100), "not ours") << c.description;
+        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example"), ID ^ 1), "not ours") << c.description;
     }
-    in_addr_t address;
-    EXPECT_EQ(Parse(whole, address), DNSAnswer::Address);
+    const std::string whole = DnsMessage{{alias, here}}.Bytes(ID, "a.example");
+    const size_t question = DnsQuestion(ID, "a.example").size();
+    for (size_t size = 0; size < whole.size(); ++size)
+        EXPECT_EQ(Outcome(whole.substr(0, size)), size < 12         ? "not ours"
+                                                  : size < question ? "unusable"
+                                                                    : "none")
+            << "cut at " << size;
 }

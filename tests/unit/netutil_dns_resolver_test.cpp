@@ -1,3 +1,4 @@
+#include "daemon/netutil/address.h"
 #include "daemon/netutil/connectivity.h"
 #include "daemon/netutil/dns_resolver.h"
 #include "tests/fakes/fake_clock.h"
@@ -5,9 +6,7 @@
 #include "tests/fakes/temp_root.h"
 
 #include <arpa/inet.h>
-#include <atomic>
 #include <cerrno>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/socket.h>
@@ -15,238 +14,145 @@
 namespace
 {
 
-using Datagrams = std::vector<FakeDnsServer::Datagram>;
-
 constexpr uint32_t LONG_TIMEOUT_SEC = 600;
-const DnsRecord HERE = DnsA(10, 1, 2, 3);
+const DnsDatagram HERE = {{{DnsA()}}}, ELSEWHERE = {{{DnsA("\6\6\6\6")}}}, ALIAS = {{{DnsCname("b.example")}}};
+const DnsDatagram FAILURE = {{.flags = 0x8182}}, UNKNOWN = {{.flags = 0x8183}};
 
-std::string Answer(const DnsQuery &query, std::vector<DnsRecord> records)
+/** The datagram of somebody who has to guess the identifier. */
+DnsDatagram Guessed(DnsDatagram datagram)
 {
-    return DnsMessage{query.identifier, query.name, std::move(records)}.Bytes();
+    datagram.wrongBits = 0x8001;
+    return datagram;
 }
 
-std::string Here(const DnsQuery &query)
+/** Asks the fake server for a name; gives the result and what is stored, which is 7.7.7.7 before. */
+std::pair<int32_t, std::string> Resolve(const char *name)
 {
-    return Answer(query, {HERE});
-}
-
-/** What somebody sends who wants the client elsewhere. */
-std::string Elsewhere(const DnsQuery &query)
-{
-    return Answer(query, {DnsA(6, 6, 6, 6)});
-}
-
-std::string Failure(const DnsQuery &query)
-{
-    return DnsMessage{query.identifier, query.name, {}, 0x8182}.Bytes();
-}
-
-std::string NoSuchName(const DnsQuery &query)
-{
-    return DnsMessage{query.identifier, query.name, {}, 0x8183}.Bytes();
-}
-
-using Part = std::function<std::string(const DnsQuery &)>;
-
-/** The part for somebody who has to guess the identifier. */
-Part Guessed(const Part &part)
-{
-    return [part](const DnsQuery &q) { return part({static_cast<uint16_t>(q.identifier ^ 0x8001), q.name}); };
-}
-
-/** As much of the server's answer as the bytes that are given. */
-Part Cut(size_t size)
-{
-    return [size](const DnsQuery &query) { return Here(query).substr(0, size); };
-}
-
-FakeDnsServer::Script InOrder(std::vector<Part> parts)
-{
-    return [parts = std::move(parts)](const DnsQuery &query) {
-        Datagrams datagrams;
-        for (const Part &part : parts)
-            datagrams.push_back({part(query)});
-        return datagrams;
-    };
-}
-
-/** Fails the test when more descriptors are open at its end than at its beginning. */
-class NoDescriptorLeft
-{
-  public:
-    NoDescriptorLeft() = default;
-    ~NoDescriptorLeft() { EXPECT_EQ(CountDescriptors(), m_before); }
-
-  private:
-    size_t m_before = CountDescriptors();
-};
-
-struct Resolved {
-    int32_t result;
-    std::string address;
-};
-
-Resolved Resolve(const char *name, uint32_t timeoutSec = LONG_TIMEOUT_SEC)
-{
-    const NoDescriptorLeft check;
+    const size_t descriptors = CountDescriptors();
     in_addr_t address = inet_addr("7.7.7.7");
-    const int32_t result = NetUtility_DNSResolve(FakeDnsServer::Address(), name, timeoutSec, &address);
+    const int32_t result = NetUtility_DNSResolve(FakeDnsServer::Address(), name, LONG_TIMEOUT_SEC, &address);
+    EXPECT_EQ(CountDescriptors(), descriptors);
     return {result, inet_ntoa({address})};
+}
+
+/** What is traced by a call that has to give `expected`. */
+std::string Traced(int32_t expected, const std::function<int32_t()> &call)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(call(), expected);
+    return testing::internal::GetCapturedStdout();
 }
 
 } // namespace
 
-TEST(DnsResolve, TakesTheServersAnswer)
+TEST(DnsResolve, TakesTheServersAnswerInItsTime)
 {
-    using Q = const DnsQuery &;
-    const auto chain = [](Q q) { return Answer(q, {DnsCname("b.example"), DnsCname("c.example"), HERE}); };
-    const auto tooLong = [](Q q) { return Here(q) + std::string(1000, '\xC0'); };
-    const auto otherPort = [](Q q) { return Datagrams{{Elsewhere(q), true}, {Here(q)}}; };
+    const char *const stored = "10.1.2.3", *const nothing = "7.7.7.7";
+    const DnsDatagram chain = {{{DnsCname("b.example"), DnsCname("c.example"), DnsA()}}};
+    const DnsDatagram hidden = {{{{1, DnsA().data, "\xC1\x0C"}}}}, tooLong = {HERE.message, 0, 1050};
+    const DnsDatagram otherPort = {ELSEWHERE.message, 0, SIZE_MAX, true};
+    DnsDatagrams late(20, Guessed(ELSEWHERE));
+    late.push_back(HERE);
     const struct {
         const char *description;
-        FakeDnsServer::Script script;
+        DnsDatagrams answers;
         int32_t result;
+        const char *address;
+        uint32_t stepMs = 0; ///< each look at the clock takes this long
     } cases[] = {
-        {"a chain of names", InOrder({chain}), 0},
-        {"no such name", InOrder({NoSuchName}), NETUTILITY_NO_SUCH_NAME},
-        {"the server's failure", InOrder({Failure, Here}), -1},
-        {"a wrong identifier", InOrder({Guessed(Elsewhere), Here}), 0},
-        {"no such name, from somebody who guesses", InOrder({Guessed(NoSuchName), Here}), 0},
-        {"another port that knows the identifier", otherPort, 0},
-        {"too short for an identifier or a header", InOrder({Cut(0), Cut(1), Cut(11), Here}), 0},
-        {"longer than the buffer", InOrder({tooLong}), 0},
+        {"a chain of names", {chain}, 0, stored},
+        {"no such name", {UNKNOWN}, NETUTILITY_NO_SUCH_NAME, nothing},
+        {"the server's failure", {FAILURE, HERE}, -1, nothing},
+        {"KEPT: an answer without an address succeeds and stores none", {ALIAS}, 0, nothing},
+        {"KEPT: nor does one that is not found", {hidden}, 0, nothing},
+        {"a wrong identifier", {Guessed(ELSEWHERE), HERE}, 0, stored},
+        {"no such name, from somebody who guesses", {Guessed(UNKNOWN), HERE}, 0, stored},
+        {"another port that knows the identifier", {otherPort, HERE}, 0, stored},
+        {"too short", {{HERE.message, 0, 0}, {HERE.message, 0, 1}, {HERE.message, 0, 11}, HERE}, 0, stored},
+        {"longer than the buffer", {tooLong}, 0, stored},
+        {"many wrong answers before", late, 0, stored, 1},
+        {"the time is over before the last of them", late, -1, nothing, LONG_TIMEOUT_SEC * 1000 / 10},
+        {"the second wait has only 10 ms left", {Guessed(HERE)}, -1, nothing, LONG_TIMEOUT_SEC * 1000 / 2 - 5},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        const FakeDnsServer server(c.script);
-        const Resolved resolved = Resolve("camera.example.com");
-        EXPECT_EQ(resolved.result, c.result);
-        EXPECT_EQ(resolved.address, c.result == 0 ? "10.1.2.3" : "7.7.7.7");
+        const FakeDnsServer server(c.answers);
+        const FakeClock clock(c.stepMs);
+        EXPECT_EQ(Resolve("camera.example.com"), std::pair(c.result, std::string(c.address)));
         ASSERT_EQ(server.Queries().size(), 1U) << "asked once";
         EXPECT_EQ(server.Queries()[0].name, "camera.example.com");
     }
     EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_SUCH_NAME), 0x810E0003U);
 }
 
-TEST(DnsResolve, KeptAnAnswerWithoutAnAddressSucceedsAndStoresNone)
+TEST(DnsResolve, NeedsNoServerForAnAddress)
 {
-    const DnsRecord records[] = {DnsCname("b.example"), {1, "\x0A\1\2\3", "\xC1\x0C"}};
-    for (const DnsRecord &record : records) {
-        const FakeDnsServer server(InOrder({[&record](const DnsQuery &q) { return Answer(q, {record}); }}));
-        const Resolved resolved = Resolve("camera.example.com");
-        EXPECT_EQ(resolved.result, 0);
-        EXPECT_EQ(resolved.address, "7.7.7.7");
-    }
-}
-
-TEST(DnsResolve, AnswersCutAtEveryByteEndTheCall)
-{
-    const size_t question = 12 + DnsLabels("a.example").size() + 4;
-    const size_t whole = Here({0, "a.example"}).size();
-    for (size_t cut = 0; cut <= whole; ++cut) {
-        // What is cut before the identifier can be told is passed over; the failure behind it ends the call.
-        const FakeDnsServer server(InOrder({Cut(cut), Failure}));
-        const Resolved resolved = Resolve("a.example");
-        EXPECT_EQ(resolved.result, cut < question ? -1 : 0) << cut << " bytes";
-        EXPECT_EQ(resolved.address, cut < whole ? "7.7.7.7" : "10.1.2.3") << cut << " bytes";
-    }
-}
-
-TEST(DnsResolve, NeedsNoNetworkForAnAddress)
-{
-    const FakeDnsServer server(InOrder({}));
-    EXPECT_EQ(Resolve("192.168.0.1").result, 0);
-    EXPECT_EQ(Resolve("192.168.0.1").address, "192.168.0.1");
-    EXPECT_EQ(Resolve("1.2.3.999").address, "255.255.255.255") << "what inet_addr makes of it";
+    const FakeDnsServer server;
+    EXPECT_EQ(Resolve("192.168.0.1"), std::pair(0, std::string("192.168.0.1")));
+    EXPECT_EQ(Resolve("1.2.3.999"), std::pair(0, std::string("255.255.255.255"))) << "what inet_addr makes of it";
     EXPECT_TRUE(server.Queries().empty());
-}
-
-TEST(DnsResolve, RefusesMissingArguments)
-{
-    const FakeDnsServer server(InOrder({}));
-    in_addr_t address = 1;
-    const auto refused = [](in_addr_t at, const char *name, uint32_t timeoutSec, in_addr_t *into) {
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_DNSResolve(at, name, timeoutSec, into), -1);
-        return testing::internal::GetCapturedStdout();
-    };
-    EXPECT_EQ(refused(0, "192.168.0.1", 1, &address), "[NetUtility_DNSResolve] Need DNS server IP\r");
-    const std::string invalid = "[NetUtility_DNSResolve] Invalid argument\r";
-    EXPECT_EQ(refused(server.Address(), nullptr, 1, &address), invalid);
-    EXPECT_EQ(refused(server.Address(), "", 1, &address), invalid);
-    EXPECT_EQ(refused(server.Address(), "192.168.0.1", 0, &address), invalid);
-    EXPECT_EQ(refused(server.Address(), "a.example", 1, nullptr), invalid);
-    EXPECT_EQ(refused(server.Address(), "a..example", 1, &address), "");
-    EXPECT_EQ(address, 1U);
-    EXPECT_TRUE(server.Queries().empty());
+    // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
+    const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
+    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    EXPECT_EQ(Traced(-1, [] { return Resolve("a.example").first; }),
+              "[NetUtility_DNSResolve] recvfrom failed (" + std::to_string(ECONNREFUSED) + ")\r\n");
 }
 
 TEST(DnsResolve, IdentifiersDoNotRepeat)
 {
-    const FakeDnsServer server(InOrder({NoSuchName}));
+    const FakeDnsServer server({UNKNOWN});
     std::set<uint16_t> identifiers;
     for (int i = 0; i < 64; ++i)
-        EXPECT_EQ(Resolve("a.example").result, NETUTILITY_NO_SUCH_NAME);
+        EXPECT_EQ(Resolve("a.example").first, NETUTILITY_NO_SUCH_NAME);
     for (const DnsQuery &query : server.Queries())
         identifiers.insert(query.identifier);
     // Of 64 random ones, 10 of 65536 coincide less than once in 10^20 runs.
     EXPECT_GT(identifiers.size(), 54U);
 }
 
-TEST(DnsResolve, TimesOutInTotalHoweverManyWrongAnswersCome)
+TEST(NetUtility, RefusesMissingArgumentsAndSaysSo)
 {
-    std::vector<Part> parts(20, Guessed(Elsewhere));
-    parts.emplace_back(Here);
-    const FakeDnsServer server(InOrder(parts));
-    {
-        const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 10);
-        EXPECT_EQ(Resolve("a.example").result, -1) << "the time is over before the twentieth look at the clock";
-    }
-    const FakeClock clock(1);
-    EXPECT_EQ(Resolve("a.example").address, "10.1.2.3");
-}
-
-TEST(DnsResolve, WaitsForTheRestOfItsTimeOnly)
-{
-    // The first wait finds half of the time left, and a wrong answer; the second finds 10 ms.
-    const FakeDnsServer server(InOrder({Guessed(Elsewhere)}));
-    const FakeClock clock(LONG_TIMEOUT_SEC * 1000 / 2 - 5);
-    EXPECT_EQ(Resolve("a.example").result, -1);
-}
-
-TEST(DnsResolve, EndsAtOnceWhereNoServerIs)
-{
-    const FakeDnsServer restoresThePorts(InOrder({}));
-    // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
-    const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
-    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(Resolve("a.example").result, -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "[NetUtility_DNSResolve] recvfrom failed (" + std::to_string(ECONNREFUSED) + ")\r\n");
+    const FakeDnsServer server;
+    const in_addr_t at = FakeDnsServer::Address();
+    in_addr_t address = 1;
+    const auto resolve = [](in_addr_t from, const char *name, uint32_t timeoutSec, in_addr_t *into) {
+        return Traced(-1, [&] { return NetUtility_DNSResolve(from, name, timeoutSec, into); });
+    };
+    EXPECT_EQ(resolve(0, "192.168.0.1", 1, &address), "[NetUtility_DNSResolve] Need DNS server IP\r");
+    for (const std::string &trace : {resolve(at, nullptr, 1, &address), resolve(at, "", 1, &address),
+                                     resolve(at, "192.168.0.1", 0, &address), resolve(at, "a.example", 1, nullptr)})
+        EXPECT_EQ(trace, "[NetUtility_DNSResolve] Invalid argument\r");
+    EXPECT_EQ(resolve(at, "a..example", 1, &address), "");
+    EXPECT_EQ(address, 1U);
+    for (const auto &[timeout, from] : {std::pair{0U, at}, std::pair{1U, 0U}})
+        EXPECT_EQ(Traced(-1, [&] { return NetUtility_ConnectToInternet(timeout, from); }),
+                  "[NetUtility_ConnectToInternet] Invalid arguments\r");
+    EXPECT_TRUE(server.Queries().empty());
+    EXPECT_EQ(Traced(0, [] { return NetUtility_IsValidIP(nullptr, 7); }),
+              "[NetUtility_IsValidIP] Invalid arguments\r");
+    EXPECT_EQ(Traced(0, [] { return NetUtility_IsValidMACAddr(nullptr, 12); }),
+              "[NetUtility_IsValidMACAddr] Invalid arguments\r");
 }
 
 TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
 {
-    const FakeDnsServer server(InOrder({[](const DnsQuery &q) {
-        return q.name == "a.example"      ? Here(q)
-               : q.name == "bare.example" ? Answer(q, {DnsCname("b.example")})
-                                          : NoSuchName(q);
-    }}));
+    const FakeDnsServer server([](const std::string &name) {
+        return DnsDatagrams{name == "a.example" ? HERE : name == "bare.example" ? ALIAS : UNKNOWN};
+    });
     const RootEnvironment root;
     const auto checked = [&root](const char *name, int32_t expectedStatus, const std::string &file) {
         root.Write("/etc/resolv.conf", file);
         int32_t status = 99;
-        testing::internal::CaptureStdout();
-        const int valid = NetUtility_IsValidDomainName(name, status);
+        const int expected = expectedStatus == 0 ? 1 : 0;
+        const std::string trace = Traced(expected, [&] { return NetUtility_IsValidDomainName(name, status); });
         EXPECT_EQ(status, expectedStatus);
-        return std::to_string(valid) + testing::internal::GetCapturedStdout();
+        return trace;
     };
-    const std::string good = "nameserver 127.0.0.1\n", failed = "0[NetUtility_IsValidDomainName] ";
-    EXPECT_EQ(checked("a.example", 0, good), "1");
-    EXPECT_EQ(checked("bare.example", 0, good), "1") << "known without an address";
-    EXPECT_EQ(checked("a.example", 0, good + "nameserver 0.0.0.0\n"), "1") << "the first server alone";
+    const std::string good = "nameserver 127.0.0.1\n", failed = "[NetUtility_IsValidDomainName] ";
+    EXPECT_EQ(checked("a.example", 0, good), "");
+    EXPECT_EQ(checked("bare.example", 0, good), "") << "known without an address";
+    EXPECT_EQ(checked("a.example", 0, good + "nameserver 0.0.0.0\n"), "") << "the first server alone";
     EXPECT_EQ(checked("b.example", NETUTILITY_NO_SUCH_NAME, good), failed + "DNS resolve failed\r");
     EXPECT_EQ(checked("a.example", -1, "nameserver somewhere\n"), failed + "DNS resolve failed\r");
     EXPECT_EQ(checked("a.example", -1, good + "options x\n"), failed + "Get DNS server IP failed\r");
@@ -254,77 +160,52 @@ TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
     EXPECT_EQ(checked(nullptr, -1, good), failed + "Invalid arguments\r");
 }
 
-namespace
-{
-
-/** Answers the nth query with the nth record, or that there is no such name where its data is empty. */
-FakeDnsServer::Script InTurn(std::vector<DnsRecord> records)
-{
-    return [records, next = size_t{0}](const DnsQuery &query) mutable {
-        const DnsRecord &record = records.at(next++);
-        return Datagrams{{record.data.empty() ? NoSuchName(query) : Answer(query, {record})}};
-    };
-}
-
-const DnsRecord UNKNOWN = {1, ""};
-const DnsRecord LOCAL = DnsA(127, 0, 0, 1);
-const DnsRecord NOWHERE = DnsA(255, 255, 255, 255); // connect(2) fails at once
-const DnsRecord ALIAS = DnsCname("alias.example");
-
-} // namespace
-
 TEST(Connectivity, IsOneOfThreeWebHosts)
 {
-    const auto probed = [](const std::vector<DnsRecord> &records) {
-        const FakeDnsServer server(InTurn(records));
+    const DnsDatagram local = {{{DnsA(std::string("\x7F\0\0\1", 4))}}};
+    const DnsDatagram nowhere = {{{DnsA("\xFF\xFF\xFF\xFF")}}}; // connect(2) fails at once
+    const auto serves = [](int web) { EXPECT_EQ(listen(web, 8), 0); };
+    const auto refuses = [](int) {};
+    std::vector<UniqueFd> waiting;
+    // A listener with a full queue: further connections stay unanswered.
+    const auto isFull = [&waiting](int web) {
+        EXPECT_EQ(listen(web, 0), 0);
+        const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
+        for (int i = 0; i < 4; ++i) {
+            waiting.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+            (void)connect(waiting.back().Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+        }
+    };
+    const struct {
+        const char *description;
+        DnsDatagrams answers; ///< to the first query, the second and the third
+        std::function<void(int web)> prepare;
+        int32_t result;
+    } cases[] = {
+        {"the first", {local, UNKNOWN, UNKNOWN}, serves, 0},
+        {"the second", {UNKNOWN, local, nowhere}, serves, 0},
+        {"the third", {nowhere, nowhere, local}, serves, 0},
+        {"a host that refuses is reached", {local, local, local}, refuses, 0},
+        {"no host answers in time", {local, local, local}, isFull, -1},
+        {"none can be connected to", {nowhere, nowhere, nowhere}, serves, -1},
+        {"none is known", {UNKNOWN, UNKNOWN, UNKNOWN}, serves, NETUTILITY_NO_PROBE_NAME},
+        {"names without an address", {ALIAS, ALIAS, ALIAS}, serves, NETUTILITY_NO_PROBE_NAME},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        size_t next = 0;
+        const FakeDnsServer server([&](const std::string &) { return DnsDatagrams{c.answers.at(next++)}; });
         const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
-        EXPECT_EQ(listen(web.Get(), 8), 0);
-        const NoDescriptorLeft check;
-        const int32_t result = NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address());
+        c.prepare(web.Get());
+        const size_t descriptors = CountDescriptors();
+        const uint32_t timeoutSec = waiting.empty() ? LONG_TIMEOUT_SEC : 1;
+        EXPECT_EQ(NetUtility_ConnectToInternet(timeoutSec, FakeDnsServer::Address()), c.result);
+        EXPECT_EQ(CountDescriptors(), descriptors);
+        waiting.clear();
         std::set<std::string> names;
         for (const DnsQuery &query : server.Queries())
             names.insert(query.name);
         EXPECT_EQ(names.size(), 3U) << "three different names";
-        return result;
-    };
-    EXPECT_EQ(probed({LOCAL, UNKNOWN, UNKNOWN}), 0);
-    EXPECT_EQ(probed({UNKNOWN, LOCAL, NOWHERE}), 0);
-    EXPECT_EQ(probed({NOWHERE, NOWHERE, LOCAL}), 0);
-    EXPECT_EQ(probed({NOWHERE, NOWHERE, NOWHERE}), -1);
-    EXPECT_EQ(probed({UNKNOWN, UNKNOWN, UNKNOWN}), NETUTILITY_NO_PROBE_NAME);
-    EXPECT_EQ(probed({ALIAS, ALIAS, ALIAS}), NETUTILITY_NO_PROBE_NAME) << "names without an address";
+    }
     EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_PROBE_NAME), 0x810E0001U);
-}
-
-TEST(Connectivity, AHostThatRefusesIsReached)
-{
-    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
-    const UniqueFd bound = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP); // and not listening
-    EXPECT_EQ(NetUtility_ConnectToInternet(LONG_TIMEOUT_SEC, server.Address()), 0);
-}
-
-TEST(Connectivity, GivesUpWhenNoHostAnswersInTime)
-{
-    // A listener with a full queue: further connections stay unanswered.
-    const FakeDnsServer server(InTurn({LOCAL, LOCAL, LOCAL}));
-    const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
-    ASSERT_EQ(listen(web.Get(), 0), 0);
-    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
-    std::vector<UniqueFd> waiting;
-    for (int i = 0; i < 4; ++i) {
-        waiting.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        const int result =
-            connect(waiting.back().Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
-        ASSERT_TRUE(result == 0 || errno == EINPROGRESS);
-    }
-    EXPECT_EQ(NetUtility_ConnectToInternet(1, server.Address()), -1);
-}
-
-TEST(Connectivity, NeedsBothArguments)
-{
-    for (const auto &[timeout, server] : {std::pair{0U, 0x0100007FU}, std::pair{1U, 0U}}) {
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(NetUtility_ConnectToInternet(timeout, server), -1);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "[NetUtility_ConnectToInternet] Invalid arguments\r");
-    }
 }

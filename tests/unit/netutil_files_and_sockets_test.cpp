@@ -19,23 +19,16 @@
 namespace
 {
 
-bool IsOpen(int fd)
-{
-    return fcntl(fd, F_GETFD) >= 0;
-}
-
 /** The interface's first IPv4 address as the C library lists it. */
 std::optional<in_addr_t> ListedAddress(const std::string &interface)
 {
-    std::optional<in_addr_t> found;
     ifaddrs *list = nullptr;
-    if (getifaddrs(&list) != 0)
-        return found;
-    for (const ifaddrs *entry = list; entry != nullptr && !found; entry = entry->ifa_next)
+    EXPECT_EQ(getifaddrs(&list), 0);
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
+    for (const ifaddrs *entry = list; entry != nullptr; entry = entry->ifa_next)
         if (interface == entry->ifa_name && entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET)
-            found = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr)->sin_addr.s_addr;
-    freeifaddrs(list);
-    return found;
+            return reinterpret_cast<const sockaddr_in *>(entry->ifa_addr)->sin_addr.s_addr;
+    return {};
 }
 
 } // namespace
@@ -79,52 +72,44 @@ TEST(ResolverFile, GivesTheServersOfAFileOfServers)
 
 TEST(LocalAddress, IsTheInterfacesOrNone)
 {
-    const std::pair<int32_t, const char *> kinds[] = {{0, "eth0"}, {1, "wlan0"}, {-1, ""}, {2, ""}};
-    for (const auto &[kind, name] : kinds) {
-        SCOPED_TRACE(kind);
+    const std::string failed = "\\[NetUtility_GetLocalIP\\] ioctl failed\\. errno: [A-Za-z ]+\\([0-9]+\\)\r\n";
+    const std::string invalid = "\\[NetUtility_GetLocalIP\\] Invalid network interface type: ";
+    const struct {
+        int32_t kind;
+        const char *name;
+        std::string trace; ///< when it has no address
+    } cases[] = {
+        {0, "eth0", failed}, {1, "wlan0", failed}, {-1, "", invalid + "-1\r\n"}, {2, "", invalid + "2\r\n"}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.kind);
         in_addr_t address = 0x01020304;
+        const auto listed = ListedAddress(c.name);
         testing::internal::CaptureStdout();
-        const int result = NetUtility_GetLocalIP(kind, address);
-        const std::string output = testing::internal::GetCapturedStdout();
-        const auto listed = ListedAddress(name);
-        EXPECT_EQ(result, listed ? 0 : -1);
+        EXPECT_EQ(NetUtility_GetLocalIP(c.kind, address), listed ? 0 : -1);
+        EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex(listed ? "" : c.trace));
         EXPECT_EQ(address, listed.value_or(0x01020304)) << "nothing is stored without one";
-        EXPECT_THAT(output,
-                    testing::MatchesRegex(
-                        listed ? ""
-                        : *name != 0
-                            ? "\\[NetUtility_GetLocalIP\\] ioctl failed\\. errno: [A-Za-z ]+\\([0-9]+\\)\r\n"
-                            : "\\[NetUtility_GetLocalIP\\] Invalid network interface type: " +
-                                  std::to_string(kind) + "\r\n"));
     }
 }
 
-TEST(SocketHelpers, CloseOnceAndLeaveTheMarksOfNoSocket)
+TEST(SocketHelpers, SetTheirOptionsAndCloseOnce)
 {
     int32_t sockets[] = {-1, socket(AF_INET, SOCK_STREAM, 0), -2, socket(AF_INET, SOCK_DGRAM, 0)};
-    const int first = sockets[1];
-    const int second = sockets[3];
-    ASSERT_TRUE(IsOpen(first) && IsOpen(second));
-    NetUtility_CloseSockets({sockets, 3});
-    EXPECT_FALSE(IsOpen(first));
-    EXPECT_TRUE(IsOpen(second)) << "beyond the given count";
-    NetUtility_CloseSockets(sockets);
-    EXPECT_FALSE(IsOpen(second));
-    EXPECT_THAT(sockets, testing::ElementsAre(-1, -1, -2, -1));
-}
-
-TEST(SocketHelpers, SetTheirOptions)
-{
-    const UniqueFd tcp(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(NetUtility_SetReuseAddress(tcp.Get()), 0);
+    const int first = sockets[1], second = sockets[3];
+    EXPECT_EQ(NetUtility_SetReuseAddress(first), 0);
     int on = 0;
     socklen_t length = sizeof on;
-    ASSERT_EQ(getsockopt(tcp.Get(), SOL_SOCKET, SO_REUSEADDR, &on, &length), 0);
+    ASSERT_EQ(getsockopt(first, SOL_SOCKET, SO_REUSEADDR, &on, &length), 0);
     EXPECT_EQ(on, 1);
-    EXPECT_EQ(NetUtility_SetNonBlocking(tcp.Get()), 0);
-    EXPECT_NE(fcntl(tcp.Get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(NetUtility_SetNonBlocking(first), 0);
+    EXPECT_NE(fcntl(first, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_EQ(NetUtility_SetReuseAddress(-1), -1);
     EXPECT_EQ(NetUtility_SetNonBlocking(-1), -1);
+    NetUtility_CloseSockets({sockets, 3});
+    EXPECT_EQ(fcntl(first, F_GETFD), -1);
+    EXPECT_NE(fcntl(second, F_GETFD), -1) << "beyond the given count";
+    NetUtility_CloseSockets(sockets);
+    EXPECT_EQ(fcntl(second, F_GETFD), -1);
+    EXPECT_THAT(sockets, testing::ElementsAre(-1, -1, -2, -1)) << "the two marks of no socket stay";
 }
 
 TEST(SocketHelpers, WaitsShareALimitAndSurviveSignals)
