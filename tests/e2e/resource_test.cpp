@@ -1,11 +1,24 @@
+#include "tests/fakes/audio_stream.h"
+#include "tests/fakes/fake_decoder.h"
 #include "tests/fakes/test_camera.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 namespace
 {
 
 constexpr char URL[] = "/config/camera_info.cgi";
+
+/** A client that talks, as far as nobody else does. */
+ClientSide Talk(const TestCamera &camera, const std::string &stream)
+{
+    EXPECT_EQ(camera.Get("/dev/speaker.cgi", "client=hall"), "HTTP/1.1 200 OK\r\n");
+    ClientSide client = camera.Open(
+        {.method = "POST", .url = "/dev/speaker.cgi", .query = "client=hall", .contentLength = "1000000"});
+    (void)send(client.Fd(), stream.data(), stream.size(), MSG_NOSIGNAL);
+    return client;
+}
 
 /** One request of every kind that the daemon can meet; `turn` varies what can be varied. */
 void RequestsOfAllKinds(TestCamera &camera, int turn)
@@ -28,7 +41,10 @@ void RequestsOfAllKinds(TestCamera &camera, int turn)
 
 TEST(Resources, NoDescriptorIsLeftByAThousandRequests)
 {
-    TestCamera camera({.settings = NO_AUDIO_OUTPUT});
+    TestCamera camera({.start = false});
+    FakeDecoder decoder(camera.root.Path("/var/run/aenc/s0/decodesck_0"));
+    camera.Start();
+    camera.WaitForTrace("[AudioUpstream_OpenAdecUnixSocket]sckAdec = ");
     const size_t before = camera.OpenDescriptors();
     for (int turn = 1; turn <= 80; ++turn) {
         RequestsOfAllKinds(camera, turn);
@@ -38,15 +54,25 @@ TEST(Resources, NoDescriptorIsLeftByAThousandRequests)
         camera.Open({.url = "/config/notify_stream.cgi"}).Close();
         camera.SendEvents({{0, 0, 1, turn % 2 + 1, 0}});
         camera.SendEventText("rubbish");
+        EXPECT_EQ(Talk(camera, RANDOM_4CC + AudioFrame("audio") + std::string(99, 'x')).ReadAll(), "");
+        Talk(camera, RANDOM_4CC + AudioFrame("audio")).Close();
+        decoder.Messages();
         if (turn % 10 == 0) {
             camera.store.Refuse();
             EXPECT_EQ(camera.Get(URL), INTERNAL_ERROR);
             EXPECT_EQ(camera.Get(URL, "name=x"), UPDATE_FAILED);
             camera.store.Listen();
+            decoder.Vanish();
+            decoder.Start();
         }
     }
     EXPECT_TRUE(WaitFor([&] { return camera.OpenDescriptors() == before; }))
         << before << " before, " << camera.OpenDescriptors() << " after";
+    decoder.Messages();
+    ClientSide talker = Talk(camera, RANDOM_4CC + AudioFrame("audio"));
+    EXPECT_EQ(decoder.Next(), DECODER_CONFIG);
+    camera.Stop(); // in the middle of a wait of 60 s
+    EXPECT_EQ(talker.ReadAll(), "");
 }
 
 TEST(Resources, NoRequestAllocates)

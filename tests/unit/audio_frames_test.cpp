@@ -14,6 +14,9 @@
 namespace
 {
 
+using Action = std::function<void()>;
+using Messages = std::vector<std::string>;
+
 /** What the audio thread has in hand, with a fake decoder behind it and sleeps that take no time. */
 class AudioFrames : public testing::Test
 {
@@ -21,14 +24,15 @@ class AudioFrames : public testing::Test
     AudioFrames()
     {
         Debug_Init(2); // the log goes to standard error too
-        s_self = this;
+        s_sleeps.clear();
+        s_onSleep = {};
+        m_state.iDecoderSocket = -1;
         g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t milliseconds) {
-            s_self->m_sleeps.push_back(milliseconds);
-            if (s_self->m_onSleep)
-                s_self->m_onSleep(s_self->m_sleeps.size());
+            s_sleeps.push_back(milliseconds);
+            if (s_onSleep && s_sleeps.size() == s_actsAt)
+                s_onSleep();
         };
-        m_state.iDecoderSocket = AudioUpstream_OpenAdecUnixSocket();
-        EXPECT_GE(m_state.iDecoderSocket, 0);
+        Restart();
     }
     ~AudioFrames() override
     {
@@ -37,21 +41,22 @@ class AudioFrames : public testing::Test
         Debug_Init(0);
     }
 
-    /** A session anew, with the stream's first four bytes already gone. */
-    void Restart()
+    /** A new session; the stream's first bytes that are to be skipped are still to come. */
+    void Restart(uint32_t skip = 0)
     {
         const int32_t decoder = m_state.iDecoderSocket;
         m_state = {};
-        m_state.iDecoderSocket = decoder;
+        m_state.iDecoderSocket = decoder >= 0 ? decoder : AudioUpstream_OpenAdecUnixSocket();
+        m_state.uiSkip = skip;
+        ASSERT_GE(m_state.iDecoderSocket, 0);
     }
 
     /** Receives the bytes as the audio thread does, as many at a time as there is room for, and plays them. */
     int Feed(std::string_view bytes)
     {
         while (!bytes.empty()) {
-            const size_t room = sizeof m_state.acBuf - m_state.uiFill;
-            EXPECT_GT(room, 0U) << "the buffer is full";
-            const size_t taken = std::min(room, bytes.size());
+            const size_t taken = std::min(sizeof m_state.acBuf - m_state.uiFill, bytes.size());
+            EXPECT_GT(taken, 0U) << "the buffer is full";
             if (taken == 0)
                 return -1;
             memcpy(m_state.acBuf + m_state.uiFill, bytes.data(), taken);
@@ -63,6 +68,14 @@ class AudioFrames : public testing::Test
                 return -1;
         }
         return 0;
+    }
+    /** Feeds the stream in two pieces. */
+    void ExpectPlayed(std::string_view stream, size_t cut, const Messages &expected)
+    {
+        ASSERT_EQ(Feed(stream.substr(0, cut)), 0) << "cut at " << cut;
+        ASSERT_EQ(Feed(stream.substr(cut)), 0) << "cut at " << cut;
+        ASSERT_EQ(m_decoder.Messages(), expected) << "cut at " << cut;
+        ASSERT_EQ(m_state.uiFill, 0U) << "cut at " << cut;
     }
 
     /** Feeds the bytes and gives what is traced and logged meanwhile. */
@@ -82,15 +95,13 @@ class AudioFrames : public testing::Test
     RootEnvironment m_root;
     FakeDecoder m_decoder{m_root.Path("/var/run/aenc/s0/decodesck_0")};
     AudioUpstreamState m_state = {};
-    std::vector<uint32_t> m_sleeps;
-    std::function<void(size_t nth)> m_onSleep;
+    inline static std::vector<uint32_t> s_sleeps;
+    inline static Action s_onSleep;    ///< what happens during a sleep
+    inline static size_t s_actsAt = 0; ///< the number of that sleep, from 1
 
   private:
-    inline static AudioFrames *s_self = nullptr;
     AudioUpstreamWaits m_savedWaits = g_tAudioUpstreamWaits;
 };
-
-using Messages = std::vector<std::string>;
 
 std::string Times(int count, const std::string &text)
 {
@@ -112,15 +123,10 @@ TEST_F(AudioFrames, AStreamCutAnywherePlaysAsOneInOnePiece)
     const Messages expected = {DECODER_CONFIG,      DecoderFrame(usual), DecoderFrame(""), DECODER_CONFIG,
                                DecoderFrame(small), DecoderFrame(large), DECODER_CONFIG,   DecoderFrame(usual)};
     for (size_t cut = 0; cut <= stream.size(); ++cut) {
-        Restart();
-        m_state.uiSkip = 4;
-        ASSERT_EQ(Feed(std::string_view(stream).substr(0, cut)), 0) << "cut at " << cut;
-        ASSERT_EQ(Feed(std::string_view(stream).substr(cut)), 0) << "cut at " << cut;
-        ASSERT_EQ(m_decoder.Messages(), expected) << "cut at " << cut;
-        ASSERT_EQ(m_state.uiFill, 0U) << "cut at " << cut;
+        Restart(4);
+        ExpectPlayed(stream, cut, expected);
     }
-    Restart();
-    m_state.uiSkip = 4;
+    Restart(4);
     for (const char byte : stream)
         ASSERT_EQ(Feed({&byte, 1}), 0);
     EXPECT_EQ(m_decoder.Messages(), expected) << "byte by byte";
@@ -143,10 +149,7 @@ TEST_F(AudioFrames, AnOversizedFrameIsPassedOverAndTheNextOnePlays)
         // Every cut near the header, the end of the buffer and the end of the frame, and some between.
         for (size_t cut = 0; cut <= stream.size(); cut += (cut < 50 || cut + 250 > stream.size()) ? 1 : 97) {
             Restart();
-            ASSERT_EQ(Feed(std::string_view(stream).substr(0, cut)), 0) << size << " cut at " << cut;
-            ASSERT_EQ(Feed(std::string_view(stream).substr(cut)), 0) << size << " cut at " << cut;
-            ASSERT_EQ(m_decoder.Messages(), (Messages{DECODER_CONFIG, DecoderFrame(after)}))
-                << size << " cut at " << cut;
+            ExpectPlayed(stream, cut, {DECODER_CONFIG, DecoderFrame(after)});
         }
     }
     Restart();
@@ -202,87 +205,61 @@ TEST_F(AudioFrames, AWrongHeaderEndsTheSessionAndSaysWhy)
     expectWrong({.dataLength = 10000, .sampleBits = 9}, "usSampleBits 0x0009" + no, "Sample bits 0x0009" + no);
 }
 
-TEST_F(AudioFrames, ABlockedDecoderLosesTheFrameAndTheFormatIsAnnouncedLater)
+TEST_F(AudioFrames, OutlivesADecoderThatBlocksOrGoes)
 {
-    m_decoder.Block();
-    const Said said = FeedAndListen(AudioFrame("lost"));
-    EXPECT_EQ(said.result, 0);
-    EXPECT_EQ(said.trace, "[AudioUpstream_Play]WOULDBLOCK when write ConfG711, skip this frame\n");
-    EXPECT_EQ(m_sleeps, std::vector<uint32_t>(5, 100));
-    m_decoder.Unblock();
-    EXPECT_EQ(Feed(AudioFrame("heard")), 0);
-    EXPECT_EQ(m_decoder.Messages(), (Messages{DECODER_CONFIG, DecoderFrame("heard")}));
-
-    m_sleeps.clear();
-    m_decoder.Block();
-    const Said second = FeedAndListen(AudioFrame("lost") + AudioFrame("lost too"));
-    EXPECT_EQ(second.result, 0);
-    EXPECT_EQ(second.trace, Times(2, "[AudioUpstream_Play]EWOULDBLOCK  when write AudioFrame, skip this frame\n"));
-    EXPECT_EQ(m_sleeps, std::vector<uint32_t>(10, 100));
-    m_decoder.Unblock();
-    EXPECT_EQ(Feed(AudioFrame("heard")), 0);
-    EXPECT_EQ(m_decoder.Messages(), (Messages{DecoderFrame("heard")}));
-}
-
-TEST_F(AudioFrames, ADecoderThatIsBackForTheFifthTryLosesNothing)
-{
-    const auto returns = [this](auto action) {
-        m_sleeps.clear();
-        m_onSleep = [action](size_t nth) {
-            if (nth == 4)
-                action();
-        };
+    const Action blocks = [this] { m_decoder.Block(); }, unblocks = [this] { m_decoder.Unblock(); };
+    const Action goes = [this] { m_decoder.Vanish(); }, starts = [this] { m_decoder.Start(); };
+    const Action restarts = [=] { goes(), starts(); }, startsBlocked = [=] { starts(), blocks(); };
+    const std::string open = "[AudioUpstream_OpenAdecUnixSocket]", again = open + "Try again\n";
+    const std::string failed = open + "AudioUpstream_OpenUnixSocket failed\n";
+    const std::string noConfig = "[AudioUpstream_Play]WOULDBLOCK when write ConfG711, skip this frame\n";
+    const std::string noFrame = "[AudioUpstream_Play]EWOULDBLOCK  when write AudioFrame, skip this frame\n";
+    const struct {
+        const char *description;
+        bool announced; ///< a frame of the same format has been played before
+        Action fault, recovery;
+        size_t actsAt;     ///< the sleep during which it recovers
+        Messages expected; ///< of two frames; "ends" for the end of the session
+        size_t sleeps;
+        std::string trace;
+        bool opens; ///< a new socket
+    } cases[] = {
+        {"the format is announced later", false, blocks, {}, 0, {}, 10, noConfig + noConfig, false},
+        {"frames are lost", true, blocks, {}, 0, {}, 10, noFrame + noFrame, false},
+        {"the fifth try", false, blocks, unblocks, 4, {DecoderFrame("1"), DecoderFrame("2")}, 4, "", false},
+        {"back for it", true, goes, starts, 4, {DecoderFrame("1"), DecoderFrame("2")}, 4, Times(4, again), true},
+        {"restarted", true, restarts, {}, 0, {DecoderFrame("1"), DecoderFrame("2")}, 0, "", true},
+        {"it stays away", true, goes, {}, 0, {"ends"}, 5, Times(5, again) + failed, false},
+        {"back and blocked: one more write", true, goes, startsBlocked, 1, {"ends"}, 1, again, true},
     };
-    m_decoder.Block();
-    returns([this] { m_decoder.Unblock(); });
-    EXPECT_EQ(Feed(AudioFrame("heard")), 0);
-    EXPECT_EQ(m_sleeps, std::vector<uint32_t>(4, 100));
-    EXPECT_EQ(m_decoder.Messages(), (Messages{DECODER_CONFIG, DecoderFrame("heard")}));
-
-    m_decoder.Vanish();
-    returns([this] { m_decoder.Start(); });
-    const Said said = FeedAndListen(AudioFrame("heard"));
-    EXPECT_EQ(said.result, 0);
-    EXPECT_EQ(said.trace,
-              Times(4, "[AudioUpstream_OpenAdecUnixSocket]Try again\n") +
-                  "[AudioUpstream_OpenAdecUnixSocket]sckAdec = " + std::to_string(m_state.iDecoderSocket) + "\n");
-    EXPECT_EQ(m_sleeps, std::vector<uint32_t>(4, 100));
-    EXPECT_EQ(m_decoder.Messages(), Messages{DecoderFrame("heard")});
-}
-
-TEST_F(AudioFrames, ADecoderThatWasRestartedGetsTheFrameThatFoundTheOldOneGone)
-{
-    EXPECT_EQ(Feed(AudioFrame("before")), 0);
-    EXPECT_EQ(m_decoder.Messages().size(), 2U);
     const size_t descriptors = CountDescriptors();
-    m_decoder.Vanish();
-    m_decoder.Start();
-    EXPECT_EQ(Feed(AudioFrame("after") + AudioFrame("later")), 0);
-    EXPECT_TRUE(m_sleeps.empty());
-    EXPECT_EQ(m_decoder.Messages(), (Messages{DecoderFrame("after"), DecoderFrame("later")}));
-    EXPECT_EQ(CountDescriptors(), descriptors);
-}
-
-TEST_F(AudioFrames, ADecoderThatStaysAwayEndsTheSession)
-{
-    const size_t descriptors = CountDescriptors();
-    m_decoder.Vanish();
-    const Said said = FeedAndListen(AudioFrame("lost"));
-    EXPECT_EQ(said.result, -1);
-    EXPECT_EQ(said.trace, Times(5, "[AudioUpstream_OpenAdecUnixSocket]Try again\n") +
-                              "[AudioUpstream_OpenAdecUnixSocket]AudioUpstream_OpenUnixSocket failed\n");
-    EXPECT_EQ(m_sleeps, std::vector<uint32_t>(5, 100));
-    EXPECT_EQ(m_state.iDecoderSocket, -1);
-    EXPECT_EQ(CountDescriptors(), descriptors - 2) << "the decoder's end and ours";
-}
-
-TEST_F(AudioFrames, ADecoderThatComesBackBlockedEndsTheSession)
-{
-    m_decoder.Vanish();
-    m_onSleep = [this](size_t) {
-        m_decoder.Start();
-        m_decoder.Block();
-    };
-    EXPECT_EQ(Feed(AudioFrame("lost")), -1);
-    EXPECT_EQ(m_sleeps.size(), 1U) << "one more write, and no patience with it";
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.description);
+        ASSERT_EQ(c.announced ? Feed(AudioFrame("before")) : 0, 0);
+        m_decoder.Messages();
+        s_sleeps.clear();
+        s_actsAt = c.actsAt;
+        s_onSleep = c.recovery;
+        c.fault();
+        const bool ends = c.expected == Messages{"ends"};
+        const Said said = FeedAndListen(AudioFrame("1") + AudioFrame("2"));
+        EXPECT_EQ(said.result, ends ? -1 : 0);
+        EXPECT_EQ(m_state.iDecoderSocket < 0, ends && !c.opens);
+        const std::string opened = open + "sckAdec = " + std::to_string(m_state.iDecoderSocket) + "\n";
+        EXPECT_EQ(said.trace, c.trace + (c.opens ? opened : ""));
+        EXPECT_EQ(s_sleeps, std::vector<uint32_t>(c.sleeps, 100));
+        if (ends) {
+            restarts();
+        } else {
+            if (c.expected.empty())
+                unblocks();
+            Messages expected = c.announced ? Messages{} : Messages{DECODER_CONFIG};
+            expected.insert(expected.end(), c.expected.begin(), c.expected.end());
+            expected.push_back(DecoderFrame("later"));
+            EXPECT_EQ(Feed(AudioFrame("later")), 0);
+            EXPECT_EQ(m_decoder.Messages(), expected);
+        }
+        Restart();
+        EXPECT_EQ(CountDescriptors(), descriptors);
+    }
 }

@@ -1,6 +1,7 @@
 #include "daemon/audio/audio_upstream.h"
 #include "daemon/audio/audio_waits.h"
 #include "daemon/session/globals.h"
+#include "platform/log.h"
 #include "tests/fakes/audio_stream.h"
 #include "tests/fakes/fake_decoder.h"
 #include "tests/fakes/in_process_server.h"
@@ -134,18 +135,36 @@ TEST_F(AudioUpstream, TheNameRegisteredLastTalksAndIsNotAnswered)
 
 TEST_F(AudioUpstream, OneClientTalksAtATimeUntilAWrongHeader)
 {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    Debug_Init(2); // the log goes to standard error too
     Start();
     ClientSide talker = Talk();
     ExpectTalks(talker);
     EXPECT_EQ(OpenStream("hall").ReadAll(), "");
     EXPECT_EQ(Register("yard"), REGISTERED);
     EXPECT_EQ(OpenStream("yard").ReadAll(), "") << "registering does not end the talker's session";
-    talker.Send(AudioFrame("still there"));
+    talker.Send(AudioHeaderBytes({.dataLength = 10000}) + AudioPayload(10000) + AudioFrame("still there"));
     EXPECT_EQ(m_decoder->Next(), DecoderFrame("still there"));
-    talker.Send(AudioHeaderBytes({.id = 0x0000F601}));
+    talker.Send(AudioHeaderBytes({.channels = 2}));
     EXPECT_EQ(talker.ReadAll(), "");
     WaitUntilNobodyTalks();
-    ExpectTalks(OpenStream("yard")); // announces the format anew
+    ExpectTalks(OpenStream("yard")); // announces the format again
+    WaitUntilNobodyTalks();
+    StopAtOnce();
+    Debug_Init(0);
+    const std::string task = "[AudioUpstream_MainTask]", stop = "[AudioUpstream_StopSession]Stop session\n";
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(
+                  task +
+                  "Start session\n[AudioUpstream_Play]ulDataLength 0x00002710 is too large\n"
+                  "[AudioUpstream_Play]usChannels 0x0002 is not supported\n" +
+                  task + "AudioUpstream_Play failed\n" + stop + task + "Start session\n" + stop),
+              std::string::npos);
+    const std::string trace = testing::internal::GetCapturedStdout();
+    for (const std::string &text :
+         {task + "Start session, sckClient = ", task + "Skip 4 bytes of random 4CC\n",
+          task + "AudioUpstream_Play failed\n" + stop, "[AudioUpstream_Receive]recv FIN\n" + stop})
+        EXPECT_NE(trace.find(text), std::string::npos) << text << "\nnot in:\n" << trace;
 }
 
 TEST_F(AudioUpstream, RefusesRequestsWithoutAUsableName)
@@ -273,22 +292,6 @@ TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
         m_decoder.reset();
         EXPECT_EQ(CountDescriptors(), descriptors);
     }
-}
-
-TEST(AudioUpstreamStart, FailsWithAnAnswerToSomethingElse)
-{
-    ASSERT_EQ(OSThread_KeyCreate(), 0);
-    for (const int nth : {1, 2}) {
-        const RootEnvironment root;
-        FakeStore store(root.Path("/tmp/configer"), {{"capability_naudioout", "1"}});
-        store.Answer("capability_ndi=1\n", nth);
-        AudioUpstreamContext context = {};
-        EXPECT_EQ(AudioUpstream_Initial(context), -1);
-        EXPECT_FALSE(context.tThread.started || context.tQueue.created);
-        EXPECT_EQ(store.Requests().size(), static_cast<size_t>(nth));
-        AudioUpstream_Release(context);
-    }
-    OSThread_KeyDestroy();
 }
 
 TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClosed)
