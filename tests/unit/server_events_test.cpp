@@ -67,9 +67,9 @@ class NotifyStream : public testing::Test
         EXPECT_EQ(stream.ReadNow(), NOTIFY_HEADER);
         return stream;
     }
-    std::string After(const EventRecord &event)
+    std::string After(const Records &events)
     {
-        daemon.SendEvents({&event, 1});
+        daemon.SendEvents(events);
         return After(0);
     }
     std::string After(uint32_t milliseconds)
@@ -130,22 +130,30 @@ TEST_F(Events, ARepeatedInputIsNoChange)
     EXPECT_EQ(State(), "inputs 1000000000 motion 00000") << "a round clears the flags";
     ASSERT_EQ(Take(Records{Input(0, 2)}), 0);
     EXPECT_EQ(State(), "inputs 1000000000 motion 00000");
-    ASSERT_EQ(Take(Records{Motion(0, 2)}), 0);
-    daemon.Round();
-    ASSERT_EQ(Take(Records{Motion(0, 2)}), 0);
-    EXPECT_EQ(State(), "inputs 1000000000 motion 10000 motion") << "motion is told each time";
 }
 
 TEST_F(Events, AMessageThatIsNoneChangesNothing)
 {
     const std::string good = "MSG 1 58\n<eventmsg><event index=\"0\" type=\"1\" state=\"2\"/></eventmsg>";
-    const std::string halfBad =
-        "MSG 1 77\n<eventmsg><event index=\"0\" type=\"1\" state=\"2\"/><event index=\"x\"/></eventmsg>";
-    for (const std::string &message :
-         {std::string(), std::string("hello"), "MSG 2" + good.substr(5), good.substr(0, good.size() - 1),
-          good + "more", halfBad, good.substr(0, 20) + std::string(1, '\0') + good.substr(20),
-          std::string(4095, 'x'), std::string(5000, 'M')}) {
+    std::string halfBad = "<eventmsg><event index=\"0\" type=\"1\" state=\"2\"/><event index=\"x\"/></eventmsg>";
+    halfBad.insert(0, "MSG 1 " + std::to_string(halfBad.size()) + "\n");
+    const std::string parse = "[KelpaFdServer_ParseEventMsg]", noLength = "Unable to get data length from buffer ";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", ""},
+        {"hello", noLength},
+        {"MSG 2" + good.substr(5), "Incoming message MSG 2"},
+        {good.substr(0, good.size() - 1), noLength},
+        {good + "more", "Unable to parse incoming event message MSG 1"},
+        {halfBad, "Unable to parse incoming event message MSG 1"},
+        {good.substr(0, 20) + std::string(1, '\0') + good.substr(20), noLength},
+        {std::string(4095, 'x'), noLength},
+        {std::string(5000, 'M'), noLength},
+    };
+    for (const auto &[message, trace] : cases) {
+        testing::internal::CaptureStdout();
         EXPECT_EQ(Take(message), -1) << message.substr(0, 100);
+        const std::string traced = testing::internal::GetCapturedStdout();
+        EXPECT_NE(traced.find(trace.empty() ? "" : parse + trace), std::string::npos) << traced;
         EXPECT_EQ(State(), "inputs 0000000000 motion 00000");
     }
     EXPECT_EQ(Take(good), 0) << "the next message is taken";
@@ -162,18 +170,17 @@ TEST_F(Events, TheBufferHoldsAMessageOf4095Bytes)
     EXPECT_EQ(Take("MSG 1 " + std::to_string(xml.size()) + "\n" + xml), -1) << "one more is cut";
 }
 
-TEST_F(Events, NothingToReadCostsASleep)
-{
-    EXPECT_EQ(KelpaFdServer_HandleEventMsg(daemon.server), 0);
-    EXPECT_EQ(daemon.clock.sleeps, std::vector<uint32_t>{100});
-}
-
 TEST_F(Events, ABadMessageEndsTheRoundAndTheFlagsSurviveIt)
 {
+    EXPECT_EQ(KelpaFdServer_HandleEventMsg(daemon.server), 0);
+    EXPECT_EQ(daemon.clock.sleeps, std::vector<uint32_t>{100}) << "nothing to read";
     daemon.SendEventText("rubbish");
     g_tServerGlobals.tNotifyState.iInputChangedFlag = 1;
     ClientSide client = daemon.Open({.url = "/unknown"});
+    testing::internal::CaptureStdout();
     EXPECT_EQ(daemon.Round(), -1);
+    EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with(
+        "buffer rubbish\n[KelpaFdServer_Process]KelpaFdServer_HandleEventMsg failed\n"));
     EXPECT_EQ(daemon.BusySlots(), 1) << "taken, but not served in this round";
     EXPECT_EQ(State(), "inputs 0000000000 motion 00000 changed");
     EXPECT_EQ(daemon.Round(), 0);
@@ -184,31 +191,32 @@ TEST_F(Events, ABadMessageEndsTheRoundAndTheFlagsSurviveIt)
 TEST_F(NotifyStream, ListsAllInputsWhenOneChanges)
 {
     ClientSide second = OpenStream();
-    EXPECT_EQ(After(Input(1, 2)), "input1=off\r\ninput2=on\r\n");
+    EXPECT_EQ(After({Input(1, 2)}), "input1=off\r\ninput2=on\r\n");
     EXPECT_EQ(second.ReadNow(), "input1=off\r\ninput2=on\r\n") << "every client is told the same";
-    EXPECT_EQ(After(Input(1, 2)), "") << "repeated";
-    EXPECT_EQ(After(Input(5, 2)), "input1=off\r\ninput2=on\r\n") << "an input that this camera does not have";
-    EXPECT_EQ(After(Motion(0, 2)), "md1=on\r\n");
+    EXPECT_EQ(After({Input(1, 2)}), "") << "repeated";
+    EXPECT_EQ(After({Input(5, 2)}), "input1=off\r\ninput2=on\r\n") << "an input that this camera does not have";
+    EXPECT_EQ(After({Motion(0, 2), Motion(0, 2), Motion(1, 2, 4)}), "md1=on\r\nmd2=on\r\n") << "one message";
     ClientSide late = daemon.Open({.url = "/config/notify_stream.cgi"});
     daemon.Round();
-    EXPECT_EQ(late.ReadNow(), NOTIFY_HEADER + "md1=on\r\n") << "motion is a state, an input's change is not";
+    EXPECT_EQ(late.ReadNow(), NOTIFY_HEADER + "md1=on\r\nmd2=on\r\n")
+        << "motion is a state, an input's change is not";
 }
 
 TEST_F(NotifyStream, ReportsMotionOnceAndItsEndAfterOneAndAHalfSeconds)
 {
-    EXPECT_EQ(After(Motion(1, 2)), "md2=on\r\n");
+    EXPECT_EQ(After({Motion(1, 2)}), "md2=on\r\n");
     EXPECT_EQ(After(5000), "") << "still active";
-    EXPECT_EQ(After(Motion(1, 2)), "");
+    EXPECT_EQ(After({Motion(1, 2)}), "");
     for (int i = 0; i < 3; ++i) { // flickers
-        EXPECT_EQ(After(Motion(1, 1)), "");
+        EXPECT_EQ(After({Motion(1, 1)}), "");
         EXPECT_EQ(After(1400), "");
-        EXPECT_EQ(After(Motion(1, 2)), "");
+        EXPECT_EQ(After({Motion(1, 2)}), "");
     }
-    EXPECT_EQ(After(Motion(1, 1)), "");
+    EXPECT_EQ(After({Motion(1, 1)}), "");
     EXPECT_EQ(After(1500), "") << "not yet";
     EXPECT_EQ(After(1), "md2=off\r\n");
     EXPECT_EQ(After(5000), "");
-    EXPECT_EQ(After(Motion(3, 2)), "") << "a window that this camera does not have";
+    EXPECT_EQ(After({Motion(3, 2)}), "") << "a window that this camera does not have";
 }
 
 TEST_F(NotifyStream, SaysThatItIsAliveAfter25QuietSeconds)
@@ -216,12 +224,23 @@ TEST_F(NotifyStream, SaysThatItIsAliveAfter25QuietSeconds)
     EXPECT_EQ(After(25000), "");
     EXPECT_EQ(After(1), "keep_alive\r\n");
     EXPECT_EQ(After(25000), "");
-    EXPECT_EQ(After(Input(0, 2)), "input1=on\r\ninput2=off\r\n");
+    EXPECT_EQ(After({Input(0, 2)}), "input1=on\r\ninput2=off\r\n");
     EXPECT_EQ(After(25000), "") << "any line puts it off";
-    EXPECT_EQ(After(Motion(0, 2)), "md1=on\r\n");
+    EXPECT_EQ(After({Motion(0, 2)}), "md1=on\r\n");
     EXPECT_EQ(After(25000), "");
     EXPECT_EQ(After(1), "keep_alive\r\n");
     EXPECT_EQ(daemon.BusySlots(), 1) << "no time limit";
+}
+
+TEST_F(NotifyStream, EndsWithItsClientAndDiscardsWhatThatSays)
+{
+    client.Send("GET / HTTP/1.1\r\n\r\n" + std::string(30000, 'x'));
+    EXPECT_EQ(After({Input(0, 2)}), "input1=on\r\ninput2=off\r\n");
+    client.Close();
+    testing::internal::CaptureStdout();
+    daemon.Rounds(10);
+    EXPECT_EQ(daemon.BusySlots(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[KelpaFdServer_StateRoutine_Receive]Recv FIN\n");
 }
 
 TEST(NotifyStreamStart, CountsBeyondTheStateAreClippedToIt)
