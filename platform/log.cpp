@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <syslog.h>
@@ -55,6 +56,16 @@ void Trace_Open()
     struct stat output;
     const dev_t nullDevice = makedev(1, 3); // null(4)
     g_traceIsRead = fstat(STDOUT_FILENO, &output) != 0 || !S_ISCHR(output.st_mode) || output.st_rdev != nullDevice;
+}
+
+bool Trace_Pending()
+{
+    return __fpending(stdout) != 0;
+}
+
+void Trace_Flush()
+{
+    fflush(stdout);
 }
 
 void Trace(const char *pcFormat, ...)

@@ -21,5 +21,8 @@ void Debug_ChangeLevel(int iLevel);
  * trace, and none is formatted from then on.
  */
 void Trace_Open();
-/** Prints one trace line to standard output. Output is buffered; the main loop flushes it when it is idle. */
+/** True while traces wait in the buffer of standard output; Trace_Flush writes them. */
+[[nodiscard]] bool Trace_Pending();
+void Trace_Flush();
+/** Prints one trace line to standard output. Output is buffered: a thread that traces flushes before it sleeps. */
 void Trace(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));

@@ -114,8 +114,8 @@ OSWait OSThread_WaitReadable(int iDescriptor, uint32_t uiTimeoutMs)
     const int64_t llDeadline = MonotonicMs() + uiTimeoutMs;
     int iReady = -1;
     do {
-        const int64_t llLeft = std::clamp<int64_t>(llDeadline - MonotonicMs(), 0, INT_MAX);
-        iReady = poll(atWatched, 2, static_cast<int>(llLeft));
+        const auto iLeft = static_cast<int>(std::clamp<int64_t>(llDeadline - MonotonicMs(), 0, INT_MAX));
+        iReady = poll(atWatched, 2, uiTimeoutMs == OS_WAIT_FOREVER ? -1 : iLeft);
     } while (iReady < 0 && errno == EINTR);
 
     if (iReady < 0)

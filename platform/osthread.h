@@ -45,10 +45,14 @@ void OSThread_Release(OSThread *ptThread);
 /** True once OSThread_Release waits for this thread to return. */
 [[nodiscard]] bool OSThread_StopRequested();
 
+/** A wait without limit. */
+inline constexpr uint32_t OS_WAIT_FOREVER = UINT32_MAX;
+
 enum class OSWait { Readable, TimedOut, Stopped, Failed };
 /**
  * Waits until the descriptor is readable, at its end or in error (the next read tells which), for at most
- * `uiTimeoutMs` on the monotonic clock. A request to stop goes before readable data. Failed: errno says why.
+ * `uiTimeoutMs` (or OS_WAIT_FOREVER) on the monotonic clock. A request to stop goes before readable data. Failed:
+ * errno says why.
  */
 [[nodiscard]] OSWait OSThread_WaitReadable(int iDescriptor, uint32_t uiTimeoutMs);
 /** Sleeps; a signal may cut it short. */
@@ -72,8 +76,8 @@ struct OSMsgQueue {
 /** Copies a message of OSMSG_SIZE bytes into the queue; -1 when it is full or not created. Never waits for room. */
 [[nodiscard]] int OSMsgQueue_Send(OSMsgQueue *ptQueue, const void *pvMessage);
 /**
- * Takes the oldest message, waiting at most `uiTimeoutMs` on the monotonic clock; -1 when none arrived, or the
- * thread is asked to stop, or the queue is not created.
+ * Takes the oldest message, waiting at most `uiTimeoutMs` (or OS_WAIT_FOREVER) on the monotonic clock; -1 when none
+ * arrived, or the thread is asked to stop, or the queue is not created.
  */
 [[nodiscard]] int OSMsgQueue_Receive(OSMsgQueue *ptQueue, void *pvMessage, uint32_t uiTimeoutMs);
 /** Releases a queue that no thread uses any more; does nothing for one that was never created. */

@@ -15,7 +15,6 @@ AudioUpstreamWaits g_tAudioUpstreamWaits = {OSThread_SleepMs, 60000};
 namespace
 {
 
-constexpr uint32_t QUEUE_WAIT_MS = 1000;
 /** A stream begins with four bytes of any value. */
 constexpr uint32_t RANDOM_4CC_SIZE = 4;
 
@@ -79,6 +78,7 @@ int Talk(const char *pcCaller, const AudioUpstreamContext &context, AudioUpstrea
     if (state.iDecoderSocket < 0 || context.uiSpeakerEnable == 0)
         return -1;
     const uint32_t uiLimitMs = g_tAudioUpstreamWaits.uiSilenceLimitMs;
+    Trace_Flush();
     switch (OSThread_WaitReadable(state.iClientSocket, uiLimitMs)) {
     case OSWait::Readable:
         break;
@@ -113,7 +113,8 @@ void AudioUpstream_MainTask(void *pvContext)
     state.iDecoderSocket = AudioUpstream_OpenAdecUnixSocket();
     while (!OSThread_StopRequested()) {
         AudioUpstreamHandOver message;
-        if (OSMsgQueue_Receive(&context.tQueue, &message, QUEUE_WAIT_MS) != 0)
+        Trace_Flush();
+        if (OSMsgQueue_Receive(&context.tQueue, &message, OS_WAIT_FOREVER) != 0)
             continue;
         StartSession(__func__, state, message);
         while (Talk(__func__, context, state) == 0)

@@ -1,15 +1,24 @@
 #include "daemon/base/clock.h"
 
+#include "daemon/base/wait.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <ctime>
+#include <poll.h>
 #include <sys/times.h>
 #include <unistd.h>
 
 namespace
 {
 
-uint32_t SystemTickMs()
+/** The granularity of the tick, by the kernel's interface 100 a second. */
+constexpr uint32_t TICK_MS = 10;
+
+bool g_tickIsKnown = false;
+
+uint32_t ReadTickMs()
 {
     static const auto uiTicksPerSecond = static_cast<uint32_t>(sysconf(_SC_CLK_TCK));
     tms tUnused;
@@ -21,21 +30,48 @@ uint32_t SystemTickMs()
     return NetUtility_TicksToMs(uiTicks, uiTicksPerSecond);
 }
 
+uint32_t SystemTickMs()
+{
+    static uint32_t uiTick = 0;
+    if (!g_tickIsKnown)
+        uiTick = ReadTickMs();
+    g_tickIsKnown = true;
+    return uiTick;
+}
+
+int64_t MonotonicMs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
 void SystemSleepMs(uint32_t uiMilliseconds)
 {
-    timespec rest = {static_cast<time_t>(uiMilliseconds / 1000),
-                     static_cast<long>(uiMilliseconds % 1000) * 1000000};
-    while (nanosleep(&rest, &rest) != 0 && errno == EINTR) {
-    }
+    pollfd wake = {Wait_Descriptor(), POLLIN, 0};
+    const int64_t llDeadline = MonotonicMs() + uiMilliseconds;
+    for (int64_t llLeft = uiMilliseconds; llLeft > 0 && !Wait_StopRequested(); llLeft = llDeadline - MonotonicMs())
+        if (poll(&wake, 1, static_cast<int>(std::min<int64_t>(llLeft, INT_MAX))) > 0)
+            Wait_Drain();
+}
+
+int SystemPoll(pollfd *ptPoll, uint32_t uiCount, int iTimeoutMs)
+{
+    return poll(ptPoll, uiCount, iTimeoutMs);
 }
 
 } // namespace
 
-NetUtility_Clock g_tClock = {SystemTickMs, SystemSleepMs};
+NetUtility_Clock g_tClock = {SystemTickMs, SystemSleepMs, SystemPoll, SystemPoll};
 
 uint32_t NetUtility_GetTickMs()
 {
     return g_tClock.pfnTickMs();
+}
+
+void NetUtility_ForgetTick()
+{
+    g_tickIsKnown = false;
 }
 
 int NetUtility_IsTimeout(uint32_t uiStartMs, uint32_t uiLimitMs, uint32_t *puiElapsed)
@@ -45,6 +81,16 @@ int NetUtility_IsTimeout(uint32_t uiStartMs, uint32_t uiLimitMs, uint32_t *puiEl
     if (puiElapsed != nullptr)
         *puiElapsed = uiElapsed;
     return uiElapsed > uiLimitMs ? 1 : 0;
+}
+
+uint32_t NetUtility_RemainingMs(uint32_t uiStartMs, uint32_t uiLimitMs)
+{
+    uint32_t uiElapsed = 0;
+    if (NetUtility_IsTimeout(uiStartMs, uiLimitMs, &uiElapsed) != 0)
+        return 0;
+    // When the tick wraps around, the absolute difference to an earlier one is large at once.
+    const uint32_t uiToWrap = UINT32_MAX - NetUtility_GetTickMs();
+    return std::min(uiLimitMs - uiElapsed, uiToWrap) + TICK_MS;
 }
 
 int NetUtility_IsTimeoutSec(uint32_t uiStartMs, uint32_t uiLimitSec, uint32_t *puiElapsedSec)
@@ -66,4 +112,5 @@ uint32_t NetUtility_TicksToMs(uint32_t uiTicks, uint32_t uiTicksPerSecond)
 void NetUtility_SleepMs(uint32_t uiMilliseconds)
 {
     g_tClock.pfnSleepMs(uiMilliseconds);
+    NetUtility_ForgetTick();
 }

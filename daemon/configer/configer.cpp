@@ -2,9 +2,10 @@
 
 #include "daemon/base/text_builder.h"
 #include "daemon/base/text_finder.h"
+#include "daemon/base/wait.h"
 #include "platform/log.h"
-#include "platform/unix_socket.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,17 +16,20 @@ constexpr char CONFIGER_PATH[] = "/tmp/configer";
 constexpr size_t MAX_GET_REQUEST = 1023;
 constexpr size_t MAX_SET_REQUEST = 2047;
 constexpr size_t MAX_INT_VALUE = 7;
+/** In fair mode. A session is closed after as long, so that no reply could go out any more. */
+constexpr uint32_t FAIR_LIMIT_MS = 8000;
 
 /** One request, one reply, one connection. */
 int Exchange(std::string_view request, std::span<char> reply)
 {
-    const int iSocket = UnixSocket_OpenFixed(SOCK_STREAM, CONFIGER_PATH);
+    const WaitLimit limit = Wait_NeighbourLimit(FAIR_LIMIT_MS);
+    const int iSocket = Wait_Connect(CONFIGER_PATH, limit);
     if (iSocket < 0)
         return -1;
     Trace("acComposedData = %s\n", request.data());
     ssize_t received = -1;
     // MSG_NOSIGNAL: during start-up SIGPIPE is not ignored yet.
-    if (send(iSocket, request.data(), request.size(), MSG_NOSIGNAL) > 0)
+    if (send(iSocket, request.data(), request.size(), MSG_NOSIGNAL) > 0 && Wait_Ready(iSocket, POLLIN, limit))
         received = read(iSocket, reply.data(), reply.size() - 1);
     close(iSocket);
     if (received <= 0)

@@ -23,7 +23,6 @@ enum class UrlTrait : int32_t {
 /** What the client gets once the routine has succeeded. */
 enum class ReplyKind : int32_t {
     WithLength, ///< headers with the length of the body, which follows
-    OpenStream, ///< headers; then the composer is asked in every round, until the client leaves
     StatusLine, ///< the status line alone, and nothing at all to a request with a body, which goes on
     HandedOn,   ///< nothing: the connection was passed to another process, which answers
 };
@@ -32,6 +31,14 @@ enum class ReplyKind : int32_t {
 struct FixedBody {
     std::string_view text;
     const char *pcTrace = nullptr; ///< traced along with it
+};
+
+/** What belongs to a read whose reply stays open: its composer is asked again whenever it may have more to say. */
+struct OpenStream {
+    /** Milliseconds until the composer has something to say by itself; UINT32_MAX when only events can tell. */
+    uint32_t (*pfnDueMs)(SessionSlot &slot);
+    /** Is told before an event changes what the composer reads; what it has seen so far lasted until now. */
+    void (*pfnBeforeEvent)(SessionSlot &slot);
 };
 
 struct UrlRow {
@@ -45,6 +52,7 @@ struct GetRow {
     MappingFunction pfnRoutine;
     ComposeFunction pfnCompose;
     ReplyKind eReply = ReplyKind::WithLength;
+    const OpenStream *ptStream = nullptr; ///< null: the reply ends with the body
 };
 struct SetRow {
     SetIndex eIndex;
@@ -60,6 +68,8 @@ struct SetRow {
 [[nodiscard]] const SetRow &Dispatch_SetRow(const SessionSlot &slot);
 /** How the slot's request is answered by the table of its mapping method; WithLength before one is chosen. */
 [[nodiscard]] ReplyKind Dispatch_ReplyKind(const SessionSlot &slot);
+/** The open stream that answers the slot's request, or null. */
+[[nodiscard]] const OpenStream *Dispatch_OpenStream(const SessionSlot &slot);
 
 /**
  * Looks the request's URL up and parses the request: a read gets its mapping index, a change its parameters.

@@ -55,6 +55,8 @@ constexpr FixedBody REBOOT_BODY = {"reboot=yes\r\n", "reboot=yes\r"};
 constexpr FixedBody HOME_BODY = {"p=0\r\nt=0\r\nz=0\r\n"};
 constexpr FixedBody OK_BODY = {"<config><result><code>ok</code></result></config>"};
 
+constexpr OpenStream NOTIFY_STREAM = {NotifyStream_DueMs, NotifyStream_BeforeEvent};
+
 /* The API's URLs, in the order in which they are looked up: read, change. */
 constexpr std::array URL_TABLE = std::to_array<UrlRow>({
     {"/config/network.cgi", GetPrepare<GetIndex::NetworkConfig>, Parser_NetworkConfig_Set},
@@ -108,7 +110,8 @@ constexpr std::array GET_TABLE = std::to_array<GetRow>({
     {GetIndex::RS485Config, MappingGetRoutine_RS485Config, Compose_RS485Config},
     {GetIndex::PresetList, MappingGetRoutine_PresetList, Compose_PresetList},
     {GetIndex::AudioConfig, MappingGetRoutine_AudioConfig, Compose_AudioConfig},
-    {GetIndex::NotifyStream, MappingGetRoutine_NotifyStream, Compose_NotifyStream, ReplyKind::OpenStream},
+    {GetIndex::NotifyStream, MappingGetRoutine_NotifyStream, Compose_NotifyStream, ReplyKind::WithLength,
+     &NOTIFY_STREAM},
     {GetIndex::Speaker, MappingGetRoutine_Speaker, Compose_Speaker},
     {GetIndex::Motion, MappingGetRoutine_Motion, Compose_Motion},
     {GetIndex::Recorder, MappingGetRoutine_Recorder, Compose_Recorder},
@@ -223,4 +226,9 @@ ReplyKind Dispatch_ReplyKind(const SessionSlot &slot)
         break;
     }
     return ReplyKind::WithLength;
+}
+
+const OpenStream *Dispatch_OpenStream(const SessionSlot &slot)
+{
+    return slot.eMappingMethod == MappingMethod::Get ? Dispatch_GetRow(slot).ptStream : nullptr;
 }

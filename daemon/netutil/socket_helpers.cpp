@@ -45,6 +45,7 @@ int NetUtility_WaitSockets(std::span<pollfd> sockets, uint32_t uiStartMs, uint32
     while (NetUtility_IsTimeout(uiStartMs, uiLimitMs, &uiElapsed) == 0) {
         // poll(2), not select(2): a descriptor above FD_SETSIZE does no harm.
         const int iReady = poll(sockets.data(), sockets.size(), static_cast<int>(uiLimitMs - uiElapsed));
+        NetUtility_ForgetTick();
         if (iReady >= 0 || errno != EINTR)
             return iReady;
     }

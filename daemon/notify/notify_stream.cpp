@@ -64,6 +64,26 @@ int MappingGetRoutine_NotifyStream(SessionSlot &slot)
     return Session_Succeed(slot);
 }
 
+uint32_t NotifyStream_DueMs(SessionSlot &slot)
+{
+    const NotifyState &state = g_tServerGlobals.tNotifyState;
+    const auto &stream = Session_Result<NotifyStreamResult>(slot);
+    uint32_t uiDueMs = NetUtility_RemainingMs(stream.uiLastSentTick, KEEP_ALIVE_MS);
+    for (int32_t i = 0; i < std::min(state.iMotionNum, NOTIFY_MAX_MOTIONS); ++i)
+        if (state.aiMotionState[i] == 0 && stream.aiMotionReported[i] != 0)
+            uiDueMs = std::min(uiDueMs, NetUtility_RemainingMs(stream.auiMotionActiveTick[i], MOTION_OFF_MS));
+    return uiDueMs;
+}
+
+void NotifyStream_BeforeEvent(SessionSlot &slot)
+{
+    const NotifyState &state = g_tServerGlobals.tNotifyState;
+    auto &stream = Session_Result<NotifyStreamResult>(slot);
+    for (int32_t i = 0; i < std::min(state.iMotionNum, NOTIFY_MAX_MOTIONS); ++i)
+        if (state.aiMotionState[i] != 0)
+            stream.auiMotionActiveTick[i] = NetUtility_GetTickMs();
+}
+
 void Compose_NotifyStream(TextBuilder &body, SessionSlot &slot)
 {
     const NotifyState &state = g_tServerGlobals.tNotifyState;

@@ -17,5 +17,10 @@ struct NotifyStreamResult {
 [[nodiscard]] int NotifyStream_Initial(NotifyState &state);
 
 [[nodiscard]] int MappingGetRoutine_NotifyStream(SessionSlot &slot);
+
+/** Milliseconds until the stream has a keep-alive or the end of a motion to write. */
+[[nodiscard]] uint32_t NotifyStream_DueMs(SessionSlot &slot);
+/** Takes now as the time at which the windows that are active were last seen so. */
+void NotifyStream_BeforeEvent(SessionSlot &slot);
 /** Writes what is new since the last call: nothing, event lines, or a keep-alive. */
 void Compose_NotifyStream(TextBuilder &body, SessionSlot &slot);

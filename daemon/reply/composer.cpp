@@ -75,9 +75,9 @@ void Composer_Routine_KELPAAPI(SessionSlot &slot)
         Compose_ErrorMessage(reply, slot.eStatusKind);
     else if (slot.eMappingResult != StatusKind::Ok)
         Compose_ErrorMessage(reply, slot.eMappingResult);
-    else if (const ReplyKind eReply = Dispatch_ReplyKind(slot); eReply == ReplyKind::OpenStream)
+    else if (Dispatch_OpenStream(slot) != nullptr)
         ComposeOpenStream(reply, slot);
-    else if (eReply == ReplyKind::StatusLine)
+    else if (Dispatch_ReplyKind(slot) == ReplyKind::StatusLine)
         reply.Add(STATUS_LINE);
     else
         ComposeWithLength(__func__, reply, slot);

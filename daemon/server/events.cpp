@@ -1,4 +1,5 @@
 #include "daemon/base/clock.h"
+#include "daemon/base/wait.h"
 #include "daemon/server/server.h"
 #include "daemon/session/globals.h"
 #include "platform/log.h"
@@ -46,7 +47,8 @@ int KelpaFdServer_HandleEventMsg(KelpaFdServer *ptServer)
     char(&acBuffer)[sizeof ptServer->acEventBuffer] = ptServer->acEventBuffer;
     const ssize_t received = recv(ptServer->iEventSocket, acBuffer, sizeof acBuffer - 1, MSG_NOSIGNAL);
     if (received < 0 && errno == EAGAIN) {
-        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+        if (!Wait_IsFair())
+            NetUtility_SleepMs(AGAIN_SLEEP_MS);
         return 0;
     }
     if (received < 0) {
@@ -59,6 +61,7 @@ int KelpaFdServer_HandleEventMsg(KelpaFdServer *ptServer)
     int32_t iCount = MAX_EVENTS;
     if (KelpaFdServer_ParseEventMsg(acBuffer, strlen(acBuffer), atRecords, &iCount) != 0)
         return -1;
+    KelpaFdServer_TellStreams(*ptServer);
     for (int32_t i = 0; i < iCount; ++i)
         ApplyEvent(g_tServerGlobals.tNotifyState, atRecords[i]);
     return 0;

@@ -1,14 +1,15 @@
 #include "daemon/base/descriptor.h"
+#include "daemon/base/wait.h"
 #include "daemon/server/event_endpoint.h"
 #include "daemon/server/pid_file.h"
 #include "daemon/server/server.h"
 #include "daemon/server/version.h"
-#include "daemon/session/globals.h"
 #include "platform/log.h"
 #include "platform/path.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 namespace
@@ -99,7 +100,9 @@ int main(int iArgumentCount, char **ppcArguments)
     StashPid(pcPidFile);
     KelpaFdServer_SetupSignals();
     Log_Crit("Start KelpaFdServer\n");
-    while (g_tServerGlobals.iStop == 0)
+    const char *pcFair = getenv("KELPA_FAIR");
+    Wait_SetFair(pcFair != nullptr && strcmp(pcFair, "1") == 0); // from here on: the start waits without limit
+    while (!Wait_StopRequested())
         KelpaFdServer_Process(ptServer);
     RemovePid(pcPidFile);
     KelpaFdServer_Destroy(ptServer);

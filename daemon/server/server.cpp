@@ -2,6 +2,7 @@
 
 #include "daemon/audio/audio_upstream.h"
 #include "daemon/base/clock.h"
+#include "daemon/base/wait.h"
 #include "daemon/netutil/network_restart.h"
 #include "daemon/notify/notify_stream.h"
 #include "daemon/server/event_endpoint.h"
@@ -10,22 +11,17 @@
 #include "platform/log.h"
 #include "platform/path.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <sys/select.h>
 
 namespace
 {
-
-constexpr long SELECT_WAIT_US = 1000;
 
 int OpenEndpoint(const char *pcPath, FDCGI_Handle &handle, int32_t &iSocket)
 {
     if (FDCGI_init(&handle, pcPath) != 0 || FDCGI_SetNonBlocking(handle) != 0)
         return -1;
     iSocket = FDCGI_GetSocketFd(handle);
-    return iSocket < FD_SETSIZE ? 0 : -1; // select(2) takes no higher one
+    return 0;
 }
 
 int OpenEndpoints(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
@@ -45,6 +41,8 @@ int OpenEndpoints(const char *pcCaller, KelpaFdServer &server, const char *pcSoc
 
 int Start(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
 {
+    if (Wait_Open() != 0)
+        return -1;
     if (OpenEndpoints(pcCaller, server, pcSocketPath) != 0)
         return -1;
     for (SessionSlot &slot : server.atSessions)
@@ -65,6 +63,7 @@ void Release(KelpaFdServer *ptServer)
     if (ptServer->event != nullptr)
         FDCGI_close(ptServer->event);
     free(ptServer);
+    Wait_Close();
 }
 
 void RestartNetworkWhenDue(const char *pcCaller)
@@ -83,22 +82,12 @@ void RestartNetworkWhenDue(const char *pcCaller)
 /** Waits for a connection or a message and takes what is there. Returns 0 or -1. */
 int TakeInput(const char *pcCaller, KelpaFdServer *ptServer)
 {
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(ptServer->iHandOverSocket, &readable);
-    FD_SET(ptServer->iEventSocket, &readable);
-    timeval wait = {0, SELECT_WAIT_US};
-    const int iHighest = std::max(ptServer->iHandOverSocket, ptServer->iEventSocket);
-    if (select(iHighest + 1, &readable, nullptr, nullptr, &wait) <= 0) {
-        // Nothing to do: the time to let a reader see the traces, at no cost under load.
-        fflush(stdout);
-        return 0;
-    }
-    if (FD_ISSET(ptServer->iHandOverSocket, &readable) && KelpaFdServer_Accept(ptServer) != 0) {
+    const RoundInput input = KelpaFdServer_Wait(*ptServer);
+    if (input.handOver && KelpaFdServer_Accept(ptServer) != 0) {
         Log_Crit("[%s]Accept fd failed\n", pcCaller);
         return -1;
     }
-    if (FD_ISSET(ptServer->iEventSocket, &readable) && KelpaFdServer_HandleEventMsg(ptServer) != 0) {
+    if (input.event && KelpaFdServer_HandleEventMsg(ptServer) != 0) {
         Trace("[%s]KelpaFdServer_HandleEventMsg failed\n", pcCaller);
         return -1;
     }
@@ -136,11 +125,14 @@ int KelpaFdServer_Process(KelpaFdServer *ptServer)
         KelpaFdServer_ReloadPassword();
     }
     RestartNetworkWhenDue(__func__);
-    if (TakeInput(__func__, ptServer) != 0)
+    ptServer->iRoundFailed = TakeInput(__func__, ptServer) != 0 ? 1 : 0;
+    if (ptServer->iRoundFailed != 0)
         return -1;
-    for (int32_t i = 0; i < MAX_SESSIONS; ++i)
-        if (ptServer->atSessions[i].tRequest.iClientSocket != SOCKET_NONE)
+    for (int32_t i = 0; i < MAX_SESSIONS; ++i) {
+        const SessionSlot &slot = ptServer->atSessions[i];
+        if (slot.tRequest.iClientSocket != SOCKET_NONE && KelpaFdServer_SessionIsDriven(slot))
             KelpaFdServer_Task(ptServer, i);
+    }
     // Every open notify stream has seen the changes by now.
     g_tServerGlobals.tNotifyState.iMotionFlag = 0;
     g_tServerGlobals.tNotifyState.iInputChangedFlag = 0;

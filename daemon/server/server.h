@@ -22,6 +22,7 @@ struct KelpaFdServer {
     char acEventBuffer[4096];
     int32_t iEventSocket;
     int32_t iHandOverSocket;
+    int32_t iRoundFailed; ///< 1: the last round ended early, so its sessions still have to be driven
     SessionSlot atSessions[MAX_SESSIONS];
 };
 
@@ -34,10 +35,21 @@ struct KelpaFdServer {
 void KelpaFdServer_Destroy(KelpaFdServer *ptServer);
 
 /**
- * One round of the main loop: waits at most a millisecond, takes at most one connection and one event message,
- * gives every busy session its time. Returns -1 when taking a connection or a message failed, else 0.
+ * One round of the main loop: waits (KelpaFdServer_Wait), takes at most one connection and one event message, gives
+ * every busy session its time. Returns -1 when taking a connection or a message failed, else 0.
  */
 int KelpaFdServer_Process(KelpaFdServer *ptServer);
+
+/** What a round has to take. */
+struct RoundInput {
+    bool handOver;
+    bool event;
+};
+/**
+ * Waits until there is something to take or to do: for one millisecond while a session has to be driven on, else
+ * without wake-ups until a socket is ready, a signal comes or the earliest deadline is reached.
+ */
+[[nodiscard]] RoundInput KelpaFdServer_Wait(KelpaFdServer &server);
 
 /** Takes one handed-over connection, or refuses it politely when all slots are busy; -1 when it could not be read.
  */
@@ -54,8 +66,17 @@ void KelpaFdServer_Accept_FDIPC(FDCGI_Handle handle, SessionSlot &slot);
 
 /** Drives one session as far as it goes in this round. Returns 0. */
 int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot);
+/** Milliseconds until a session that waits for its socket has something to do all the same. */
+[[nodiscard]] uint32_t KelpaFdServer_SessionDueMs(SessionSlot &slot);
+/** Whether this round has to drive the session, or it may go on waiting for its socket. */
+[[nodiscard]] bool KelpaFdServer_SessionIsDriven(const SessionSlot &slot);
+/** Tells the open streams that an event is about to change what they report. */
+void KelpaFdServer_TellStreams(KelpaFdServer &server);
 /** Frees a slot: all zero, no socket. */
 void KelpaFdServer_ResetSlot(SessionSlot &slot);
 
-/** SIGTERM and SIGINT stop, SIGUSR1 reloads the accounts, SIGPIPE is ignored. Handlers only set flags. */
+/**
+ * SIGTERM, SIGINT and SIGHUP (unless it was ignored before) stop, SIGUSR1 reloads the accounts, SIGPIPE is ignored.
+ * Handlers only set flags and wake the loop.
+ */
 void KelpaFdServer_SetupSignals();

@@ -1,3 +1,4 @@
+#include "daemon/base/wait.h"
 #include "daemon/server/server.h"
 #include "daemon/session/globals.h"
 
@@ -8,12 +9,13 @@ namespace
 
 void RequestStop(int)
 {
-    g_tServerGlobals.iStop = 1;
+    Wait_RequestStop();
 }
 
 void RequestReload(int)
 {
     g_tServerGlobals.iReloadPassword = 1;
+    Wait_Wake();
 }
 
 void Handle(int iSignal, void (*pfnHandler)(int))
@@ -31,6 +33,10 @@ void KelpaFdServer_SetupSignals()
 {
     Handle(SIGTERM, RequestStop);
     Handle(SIGINT, RequestStop);
+    // Who starts the daemon with nohup(1) wants it to outlive the terminal.
+    struct sigaction hangUp = {};
+    if (sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler != SIG_IGN)
+        Handle(SIGHUP, RequestStop);
     Handle(SIGUSR1, RequestReload);
     Handle(SIGPIPE, SIG_IGN);
 }

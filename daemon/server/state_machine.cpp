@@ -1,4 +1,5 @@
 #include "daemon/base/clock.h"
+#include "daemon/base/wait.h"
 #include "daemon/base/zero_fill.h"
 #include "daemon/dispatch/dispatch.h"
 #include "daemon/reply/composer.h"
@@ -7,6 +8,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -26,7 +30,32 @@ int KelpaFdServer_StateRoutine_Idle(KelpaFdServer *, int32_t)
 
 bool IsOpenStream(const SessionSlot &slot)
 {
-    return Dispatch_ReplyKind(slot) == ReplyKind::OpenStream;
+    return Dispatch_OpenStream(slot) != nullptr;
+}
+
+/**
+ * How a session waits for its socket. In fair mode it stands back until poll(2) reports one of the events.
+ * Otherwise it goes on, and after EAGAIN (`again`) the whole loop pauses first. A stop does not wait for clients.
+ */
+void AwaitSocket(SessionSlot &slot, short sEvents, bool again)
+{
+    if (again && !Wait_IsFair())
+        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+    slot.iAwaited = Wait_IsFair() || Wait_StopRequested() ? sEvents : 0;
+}
+
+/** Has the kernel find out within a minute that the client of an open stream is gone without a word. */
+void WatchPeer(int iSocket)
+{
+    constexpr struct {
+        int iLevel, iName, iValue;
+    } OPTIONS[] = {
+        {SOL_SOCKET, SO_KEEPALIVE, 1},          {IPPROTO_TCP, TCP_KEEPIDLE, 30}, // seconds
+        {IPPROTO_TCP, TCP_KEEPINTVL, 10},       {IPPROTO_TCP, TCP_KEEPCNT, 3},
+        {IPPROTO_TCP, TCP_USER_TIMEOUT, 60000}, // milliseconds
+    };
+    for (const auto &option : OPTIONS) // another kind of socket knows none of them, and does without
+        setsockopt(iSocket, option.iLevel, option.iName, &option.iValue, sizeof option.iValue);
 }
 
 /** The client of an open stream has nothing to say; whatever comes is thrown away. */
@@ -35,6 +64,7 @@ void ReceiveOnStream(const char *pcCaller, SessionSlot &slot)
     slot.iBufferLength = 0;
     const ssize_t received = recv(slot.tRequest.iClientSocket, slot.acBuffer, sizeof slot.acBuffer, MSG_NOSIGNAL);
     if (received != 0) {
+        slot.iDrained = received < 0 && errno == EAGAIN ? 1 : 0;
         slot.eState = SessionState::Compose;
         return;
     }
@@ -55,7 +85,7 @@ void ReceiveBody(const char *pcCaller, SessionSlot &slot)
     const auto held = static_cast<size_t>(std::max(slot.iBufferLength, 0)); // intake may have left -1
     const ssize_t received = recv(request.iClientSocket, slot.acBuffer + held, sizeof slot.acBuffer - held, 0);
     if (received < 0 && errno == EAGAIN) {
-        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+        AwaitSocket(slot, POLLIN, true);
     } else if (received < 0) {
         slot.eState = SessionState::Finish;
     } else if (received == 0) {
@@ -65,6 +95,8 @@ void ReceiveBody(const char *pcCaller, SessionSlot &slot)
         slot.iBufferLength += static_cast<int32_t>(received);
         if (slot.iBufferLength >= request.iContentLength)
             slot.eState = SessionState::Parse;
+        else
+            AwaitSocket(slot, POLLIN, false);
     }
 }
 
@@ -103,6 +135,8 @@ int KelpaFdServer_StateRoutine_Mapping(KelpaFdServer *ptServer, int32_t iSlot)
         iResult = Dispatch_SetRow(slot).pfnRoutine(slot);
     else
         Log_Crit("[%s]The mapping method is incorrect\n", __func__);
+    if (iResult == 0 && IsOpenStream(slot))
+        WatchPeer(slot.tRequest.iClientSocket);
     slot.eState = iResult == 0 && EndsWithoutReply(slot) ? SessionState::Done : SessionState::Compose;
     return 0;
 }
@@ -126,7 +160,7 @@ int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
     const ssize_t sent = send(slot.tRequest.iClientSocket, slot.acBuffer + slot.iBytesSent,
                               static_cast<size_t>(slot.iBufferLength - slot.iBytesSent), MSG_NOSIGNAL);
     if (sent == 0 || (sent < 0 && errno == EAGAIN)) {
-        NetUtility_SleepMs(AGAIN_SLEEP_MS);
+        AwaitSocket(slot, POLLOUT, true);
         return 0;
     }
     if (sent < 0) {
@@ -138,6 +172,7 @@ int KelpaFdServer_StateRoutine_Send(KelpaFdServer *ptServer, int32_t iSlot)
     slot.iBytesSent = static_cast<int32_t>(sent);
     if (slot.iBytesSent < slot.iBufferLength) {
         Trace("[%s]Did not send all data out\n", __func__);
+        AwaitSocket(slot, POLLOUT, false);
         return 0;
     }
     slot.eState = stream ? SessionState::Rearm : SessionState::Done;
@@ -188,6 +223,12 @@ constexpr bool StatesAreIndexes()
 }
 static_assert(std::size(STATE_TABLE) == SESSION_STATE_COUNT && StatesAreIndexes());
 
+/** An open stream between two rounds that is not in the midst of sending. */
+bool IsAtRest(const SessionSlot &slot)
+{
+    return slot.iKeepOpen != 0 && slot.eState == SessionState::Receive;
+}
+
 /** Frees the slot, and closes its connection unless that was given away. */
 void EndSession(SessionSlot &slot)
 {
@@ -204,6 +245,26 @@ void KelpaFdServer_ResetSlot(SessionSlot &slot)
     slot.tRequest.iClientSocket = SOCKET_NONE;
 }
 
+uint32_t KelpaFdServer_SessionDueMs(SessionSlot &slot)
+{
+    if (slot.iKeepOpen == 0)
+        return NetUtility_RemainingMs(slot.uiStartTick, SESSION_LIMIT_MS);
+    return IsAtRest(slot) ? Dispatch_OpenStream(slot)->pfnDueMs(slot) : WAIT_FOREVER;
+}
+
+bool KelpaFdServer_SessionIsDriven(const SessionSlot &slot)
+{
+    return slot.iAwaited == 0 || IsAtRest(slot) ||
+           (slot.iKeepOpen == 0 && NetUtility_IsTimeout(slot.uiStartTick, SESSION_LIMIT_MS) != 0);
+}
+
+void KelpaFdServer_TellStreams(KelpaFdServer &server)
+{
+    for (SessionSlot &slot : server.atSessions)
+        if (IsAtRest(slot))
+            Dispatch_OpenStream(slot)->pfnBeforeEvent(slot);
+}
+
 int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot)
 {
     SessionSlot &slot = ptServer->atSessions[iSlot];
@@ -213,6 +274,7 @@ int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot)
         return 0;
     }
 
+    slot.iAwaited = 0;
     const uint32_t uiBegin = NetUtility_GetTickMs();
     uint32_t uiBudget = ROUND_BUDGET_MS;
     for (;;) {
@@ -224,10 +286,15 @@ int KelpaFdServer_Task(KelpaFdServer *ptServer, int32_t iSlot)
         if (slot.eState == SessionState::Rearm) {
             slot.eState = SessionState::Receive;
             slot.iBytesSent = 0;
+            slot.iAwaited = slot.iDrained != 0 ? POLLIN : 0;
             return 0;
         }
+        if (slot.iAwaited != 0)
+            return 0;
         uint32_t uiElapsed = 0;
-        if (NetUtility_IsTimeout(uiBegin, uiBudget, &uiElapsed) != 0)
+        // After a request to stop this is the last round, in which a session gets as far as it does without
+        // waiting.
+        if (NetUtility_IsTimeout(uiBegin, uiBudget, &uiElapsed) != 0 && !Wait_StopRequested())
             return 0;
         // KEPT: the time since the beginning is taken off each time, so a slot gets well under a second a round.
         uiBudget -= uiElapsed;

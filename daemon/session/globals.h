@@ -7,9 +7,9 @@
 #include <csignal>
 #include <cstdint>
 
-/** What the whole process shares. Only the main thread uses it, but for the two flags and what audio/ says. */
+/** What the whole process shares. Only the main thread uses it, but for the flag of a signal and what audio/ says.
+ */
 struct ServerGlobals {
-    volatile sig_atomic_t iStop;           ///< set by SIGTERM and SIGINT
     volatile sig_atomic_t iReloadPassword; ///< set by SIGUSR1
     int32_t iNetworkRestart;               ///< 1 = a network restart is pending
     uint32_t uiNetworkRestartTick;         ///< NetUtility_GetTickMs when it was asked for

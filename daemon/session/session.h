@@ -69,6 +69,8 @@ struct SessionSlot {
     alignas(8) char acResultArea[4096]; ///< what the GET routine read, a <Family>Result
     int32_t iKeepOpen; ///< 1 once the headers of an open stream are out; exempts the slot from the time limit
     SocketOwner eSocketOwner;
+    int32_t iDrained; ///< 1: an open stream's socket had nothing more to receive when it was asked last
+    int32_t iAwaited; ///< events of poll(2) on its socket without which there is nothing to do; 0: drive it on
 };
 static_assert(std::is_standard_layout_v<SessionSlot> && std::is_trivially_copyable_v<SessionSlot>);
 static_assert(offsetof(SessionSlot, tRequest) == 0);

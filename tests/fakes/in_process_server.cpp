@@ -1,5 +1,6 @@
 #include "tests/fakes/in_process_server.h"
 
+#include "daemon/base/wait.h"
 #include "daemon/session/globals.h"
 #include "tests/fakes/test_camera.h"
 
@@ -12,6 +13,7 @@ InProcessServer::InProcessServer(const FakeStore::Settings &settings)
     store.Set(settings);
     g_tServerGlobals.iNetworkRestart = 0;
     g_tServerGlobals.iReloadPassword = 0;
+    Wait_SetFair(false);
     if (KelpaFdServer_Initial(&server, SocketPath().c_str()) != 0)
         throw std::runtime_error("KelpaFdServer_Initial failed");
     store.WaitUntilIdle();

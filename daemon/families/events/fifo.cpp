@@ -1,7 +1,6 @@
 #include "daemon/families/events/fifo.h"
 
-#include "daemon/base/clock.h"
-#include "daemon/session/globals.h"
+#include "daemon/base/wait.h"
 #include "platform/log.h"
 #include "platform/path.h"
 
@@ -15,6 +14,7 @@ namespace
 
 constexpr mode_t FIFO_MODE = 0777;
 constexpr uint32_t RETRY_MS = 100;
+constexpr uint32_t FAIR_LIMIT_MS = 500;
 
 int MakeFifo(const char *pcPath)
 {
@@ -24,9 +24,10 @@ int MakeFifo(const char *pcPath)
 
 int OpenForWriting(const char *pcPath)
 {
+    const WaitLimit limit = Wait_NeighbourLimit(FAIR_LIMIT_MS);
     int iFifo = -1;
-    while ((iFifo = open(pcPath, O_WRONLY | O_NONBLOCK | O_CLOEXEC)) <= 0 && g_tServerGlobals.iStop == 0)
-        NetUtility_SleepMs(RETRY_MS);
+    while ((iFifo = open(pcPath, O_WRONLY | O_NONBLOCK | O_CLOEXEC)) <= 0 && Wait_Pause(RETRY_MS, limit))
+        continue;
     return iFifo;
 }
 

@@ -2,6 +2,7 @@
 
 #include "daemon/base/clock.h"
 #include "daemon/base/text_builder.h"
+#include "daemon/base/wait.h"
 #include "daemon/configer/reply.h"
 
 namespace
@@ -56,6 +57,25 @@ int WriteLocation(const char *pcServer, const char *pcFolder)
     return Set_Configer_Parameter(acReply, pairs.View());
 }
 
+/** Writes the new share; what is not given of it is kept from the stored one. Returns 0 or -1. */
+int ChangeLocation(const char *pcCaller, const char *pcServer, const char *pcFolder)
+{
+    char acKept[32] = {};
+    if (pcServer == nullptr || pcFolder == nullptr) {
+        char acLocation[64] = {};
+        ConfigerReply<1024> reply(pcCaller);
+        reply.Get({"server_i0_ns_location&"});
+        reply.Text("server_i0_ns_location=", acLocation);
+        if (reply.Failed())
+            return -1;
+        if (pcServer != nullptr)
+            GetShareFromUNC(acLocation, acKept);
+        else
+            GetServerFromUNC(acLocation, acKept);
+    }
+    return WriteLocation(pcServer != nullptr ? pcServer : acKept, pcFolder != nullptr ? pcFolder : acKept);
+}
+
 } // namespace
 
 void GetServerFromUNC(std::string_view unc, std::span<char> out)
@@ -86,27 +106,15 @@ int Recorder_SetShareLocation(const char *pcServer, const char *pcFolder)
     RecordingState state = {};
     if (ReadRecordingState(__func__, state) != 0)
         return -1;
-    const bool wasOn = state.iEvent == 1 || state.iRecording == 1;
-    if (wasOn) {
-        if (WriteRecordingState({0, 0}) != 0)
-            return -1;
+    if (state.iEvent == 0 && state.iRecording == 0)
+        return ChangeLocation(__func__, pcServer, pcFolder);
+    int iResult = WriteRecordingState({0, 0});
+    if (iResult == 0) {
         NetUtility_SleepMs(STOP_RECORDING_MS);
+        iResult = ChangeLocation(__func__, pcServer, pcFolder);
     }
-
-    char acKept[32] = {};
-    if (pcServer == nullptr || pcFolder == nullptr) {
-        char acLocation[64] = {};
-        ConfigerReply<1024> reply(__func__);
-        reply.Get({"server_i0_ns_location&"});
-        reply.Text("server_i0_ns_location=", acLocation);
-        if (reply.Failed())
-            return -1;
-        if (pcServer != nullptr)
-            GetShareFromUNC(acLocation, acKept);
-        else
-            GetServerFromUNC(acLocation, acKept);
-    }
-    if (WriteLocation(pcServer != nullptr ? pcServer : acKept, pcFolder != nullptr ? pcFolder : acKept) != 0)
+    // KEPT: after a failure recording stays off. But the daemon's own end leaves no setting half changed.
+    if (iResult != 0 && !Wait_StopRequested())
         return -1;
-    return wasOn ? WriteRecordingState(state) : 0;
+    return WriteRecordingState(state) == 0 ? iResult : -1;
 }

@@ -1,15 +1,10 @@
 #include "daemon/families/ptz/channel.h"
 
 #include "daemon/base/text_builder.h"
+#include "daemon/base/wait.h"
 #include "daemon/configer/reply.h"
 #include "platform/log.h"
-#include "platform/path.h"
-#include "platform/unix_socket.h"
 
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace
@@ -17,12 +12,10 @@ namespace
 
 constexpr char PTZ_PATH[] = "/tmp/ptzctrl";
 /** A daemon that does not even take connections any more must not hold everybody else up for longer. */
-constexpr timeval CONNECT_LIMIT = {1, 0};
+constexpr uint32_t CONNECT_LIMIT_MS = 1000;
 
 int WriteCommand(const char *pcCaller, int iSocket, std::string_view command)
 {
-    int iOn = 1;
-    ioctl(iSocket, FIONBIO, &iOn);
     int32_t iCameraId = 0;
     ConfigerReply<32> reply(pcCaller);
     reply.Get({"camctrl_c0_cameraid&"});
@@ -40,13 +33,10 @@ int WriteCommand(const char *pcCaller, int iSocket, std::string_view command)
 
 int PTZCtrl_SendCommand(std::string_view command)
 {
-    char acPath[sizeof(sockaddr_un::sun_path) + 1];
-    const int iSocket = Path_Resolve(PTZ_PATH, acPath) == 0 ? UnixSocket_Open(SOCK_STREAM) : -1;
+    const int iSocket = Wait_Connect(PTZ_PATH, Wait_Limit(CONNECT_LIMIT_MS));
     if (iSocket < 0)
         return -1;
-    // unix(7): connecting waits while the listener's queue is full, and obeys the limit for sending.
-    setsockopt(iSocket, SOL_SOCKET, SO_SNDTIMEO, &CONNECT_LIMIT, sizeof CONNECT_LIMIT);
-    const int iResult = UnixSocket_Connect(iSocket, acPath) == 0 ? WriteCommand(__func__, iSocket, command) : -1;
+    const int iResult = WriteCommand(__func__, iSocket, command);
     close(iSocket);
     return iResult;
 }

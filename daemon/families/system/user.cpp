@@ -57,13 +57,8 @@ int32_t FindUser(const char *pcName)
 /** Runs the account program with a query and sets the mapping result. Returns 0 or -1. */
 int Set_Account_Parameter(SessionSlot &slot, const TextBuilder &query)
 {
-    // The environment keeps pointing here; one buffer for all requests, where setenv(3) would leak each value.
-    static char acVariable[512];
     Trace("acQueryString=%s\n", query.Text());
-    TextBuilder variable(acVariable);
-    variable.Add("QUERY_STRING=");
-    variable.Add(query.View());
-    if (putenv(acVariable) != 0 || Program_Run(ACCOUNT_PROGRAM, "") != 0) {
+    if (Program_Run(ACCOUNT_PROGRAM, "", query.Text()) != 0) {
         Log_Crit("[%s]Call system() fail\n", __func__);
         return Session_Fail(slot, StatusKind::InternalError);
     }
