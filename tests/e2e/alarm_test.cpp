@@ -48,14 +48,11 @@ TEST(Alarm, IsWrittenAndReadBack)
 TEST(Alarm, BadRequestsWriteNothing)
 {
     TestCamera camera;
+    ExpectRanges(camera, URL, "toOut1=0..1", NO_TRIGGER + "&");
     ExpectRefused(camera, URL,
-                  "toOut1=2&" + NO_TRIGGER + " toOut1=-1&" + NO_TRIGGER +
-                      " out1ByMotion=1&out1ByIn1=1&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0&out1ByIn2=1 "
-                      "out1ByMotion=0&out1ByIn1=2&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0 out1ByIn1=1&out1ByIn2=0 "
-                      "toOut1=1 " +
-                      std::string(4095, 'x'),
+                  "toOut1=1 out1ByMotion=1&out1ByIn1=1&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0&out1ByIn2=1",
                   INVALID_PARAMETER);
-    ExpectRefused(camera, URL, NO_TRIGGER + "&a=<b> " + NO_TRIGGER + "&&toOut1=1");
+    ExpectRefused(camera, URL, NO_TRIGGER + "&a=<b>");
     EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
     EXPECT_EQ(camera.Post(URL, NO_TRIGGER), XML_OK);
     camera.store.AnswerNothing();

@@ -8,6 +8,9 @@ namespace
 const std::string NETWORK = "/config/network.cgi";
 const std::string DDNS = "/config/ddns.cgi";
 
+/** The longest name of a provider. */
+const std::string PROVIDER(31, 's');
+
 } // namespace
 
 TEST(Network, ChangesAreWrittenInTheStoresOrder)
@@ -26,13 +29,14 @@ TEST(Network, ChangesAreWrittenInTheStoresOrder)
           "network_http_port=65535&network_http_alternateport=8081&network_rtsp_port=555&system_reset=10"},
          {"a first pair without DHCP begins with &", "ip=1.2.3.4", "&network_ipaddress=1.2.3.4"},
          {"PPPoE restarts the camera", "pppoe=on", "&network_type=pppoe&system_reset=10"},
-         {"an unknown provider is a server name", "ddnsprovider=x.y&ddnshost=h",
-          "&ddns_provider=PomroCN&ddns_PomroCN_hostname=h&ddns_PomroCN_servername=x.y"},
+         {"an unknown provider is a server name", "ddnsprovider=" + PROVIDER + "&ddnshost=h",
+          "&ddns_provider=PomroCN&ddns_PomroCN_hostname=h&ddns_PomroCN_servername=" + PROVIDER},
          {"an account without provider is dropped", "ddnshost=h&dhcp=on", "network_resetip=1"},
-         {"an address of 16 characters is passed over", "ip=1111111111111111&dhcp=on", "network_resetip=1"},
          {"the last group is not checked", "ip=192.168.1.300", "&network_ipaddress=192.168.1.300"}});
     ExpectRefused(camera, NETWORK,
-                  "foo=1 ddnsuser=u dhcp=ON dhcp=of ip=192.168.300.1 dhcp=on&dns2=1.2.3 httpport=0 rtspport=65536");
+                  "foo=1 ddnsuser=u dhcp=yes ip=192.168.300.1 dhcp=on&dns2=1.2.3 ddnsprovider=" +
+                      std::string(32, 'p'));
+    ExpectRanges(camera, NETWORK, "httpport=1..65535 httpexternalport=1..65535 rtspport=1..65535");
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(NETWORK, "dhcp=on"), INTERNAL_ERROR);
     EXPECT_EQ(camera.store.LastSet(), "network_resetip=1");
@@ -41,17 +45,19 @@ TEST(Network, ChangesAreWrittenInTheStoresOrder)
 TEST(Ddns, ChangesAreWrittenInTheStoresOrder)
 {
     TestCamera camera;
-    ExpectChanges(camera, DDNS,
-                  {{"everything, given backwards", "pass=p&user=u&host=h&provider=pomroddns&ddns=on",
-                    "&ddns_enable=1&ddns_provider=Pomro&ddns_Pomro_hostname=h&ddns_Pomro_usernameemail=u&"
-                    "ddns_Pomro_passwordkey=p"},
-                   {"KEPT: the network settings' names work too", "ddnsprovider=dyndns&ddnshost=h",
-                    "&ddns_provider=DyndnsDynamic&ddns_DyndnsDynamic_hostname=h"},
-                   {"a server name", "provider=ns.x", "&ddns_provider=PomroCN&ddns_PomroCN_servername=ns.x"},
-                   {"off", "ddns=off", "&ddns_enable=0"}});
-    ExpectRefused(camera, DDNS, "ddns=On host=( ddns=" + std::string(16, 'o'));
+    ExpectChanges(
+        camera, DDNS,
+        {{"everything, given backwards", "pass=p&user=u&host=h&provider=pomroddns&ddns=on",
+          "&ddns_enable=1&ddns_provider=Pomro&ddns_Pomro_hostname=h&ddns_Pomro_usernameemail=u&"
+          "ddns_Pomro_passwordkey=p"},
+         {"KEPT: the network settings' names work too", "ddnsprovider=dyndns&ddnshost=h",
+          "&ddns_provider=DyndnsDynamic&ddns_DyndnsDynamic_hostname=h"},
+         {"a server name", "provider=" + PROVIDER, "&ddns_provider=PomroCN&ddns_PomroCN_servername=" + PROVIDER},
+         {"off", "ddns=off", "&ddns_enable=0"}});
+    ExpectRefused(camera, DDNS, "ddns=yes host=( ddns=" + std::string(63, 'o'));
     // A provider of 32 characters is absent; KEPT: a text that begins with 0 sets nothing.
-    ExpectRefused(camera, DDNS, "host=h 0=1&ddns=on provider=" + std::string(32, 'p'), INVALID_PARAMETER);
+    ExpectRefused(camera, DDNS, "host=h 0=1&ddns=on ddns=" + std::string(64, 'o') + " provider=" + PROVIDER + "s",
+                  INVALID_PARAMETER);
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(DDNS, "ddns=on"), UPDATE_FAILED);
     EXPECT_EQ(camera.store.LastSet(), "&ddns_enable=1");

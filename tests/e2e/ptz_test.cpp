@@ -68,9 +68,8 @@ TEST_F(Ptz, MovesBySixtyFourthsOfThePicture)
                           {"the largest steps one way", "p=-32&t=32", {"video=0&x=0&y=16" + VGA}},
                           {"the largest steps the other way", "p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
                           {"pan alone", "p=1", {"video=0&x=330&y=240" + VGA}},
-                          {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}},
-                          {"a word is no step", "p=far", {"video=0&x=320&y=240" + VGA}}});
-    ExpectNoCommand(MOVE, "p=33 p=-33 t=33 z=33 z=-33 p=1&t=1&z=99 p=99999999999999999999");
+                          {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}}});
+    ExpectNoCommand(MOVE, "p=33 p=-33 t=33 t=-33 z=33 z=-33");
 }
 
 TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
@@ -219,7 +218,6 @@ TEST_F(Ptz, MovesOnAKeyPadOfDirections)
             ExpectCommands(DIRECTION, {{"slow", query + "&speed=1", {command + speedKey + "-4"}},
                                        {"fast", query + "&speed=10", {command + speedKey + "5"}}});
     }
-    ExpectCommands(DIRECTION, {{"a word is the first key", "direction=up", {"zoom=wide"}}});
     ExpectNoCommand(DIRECTION, "speed=5 direction=1&speed=0 direction=1&speed=11 direction=9 direction=-1");
 }
 

@@ -81,20 +81,22 @@ TEST(Recorder, WritesEverythingInItsOrder)
         {{"everything but the share, backwards",
           "recycle=0&fileLenMin=30&keepSpace=999999&item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&password=pw&"
           "user=me&anonymous=0&continuous=0&schedule=1&toSamba=1&toUSB=0&byIn2=0&byIn1=1&byMotion=0&postrecord=10&"
-          "prerecord=5&profileID=4&enable=1",
+          "prerecord=0&profileID=4&enable=1",
           FIXED +
               "event_i0_enable=1&media_i0_videoclip_source=3&recording_i0_source=3&"
-              "media_i0_videoclip_preevent=5&media_i0_videoclip_maxduration=15&event_i0_trigger=di&event_i0_di=1&"
+              "media_i0_videoclip_preevent=0&media_i0_videoclip_maxduration=10&event_i0_trigger=di&event_i0_di=1&"
               "recording_i0_enable=0&event_i0_action_cf_enable=0&event_i0_action_server_i0_enable=1&"
               "recording_i0_dest=0&server_i0_ns_username=me&server_i0_ns_passwd=pw&" +
               Window("event", 40, "08:00", "17:00") + Window("recording", 40, "08:00", "17:00") +
               "recording_i0_limitsize=1&recording_i0_reserveamount=999999&recording_i0_duration=1800&"
               "recording_i0_cyclic=0&disk_i0_cyclic_enabled=0&"},
-         {"post-record alone", REQUIRED + "&enable=0&postrecord=10",
-          FIXED + "event_i0_enable=0&recording_i0_enable=0&media_i0_videoclip_maxduration=10&event_i0_trigger=&" +
+         {"post-record alone", REQUIRED + "&enable=0&postrecord=15",
+          FIXED + "event_i0_enable=0&recording_i0_enable=0&media_i0_videoclip_maxduration=15&event_i0_trigger=&" +
               TARGET_PAIRS},
-         {"pre-record alone", REQUIRED + "&enable=1&prerecord=15",
-          FIXED + "event_i0_enable=1&media_i0_videoclip_preevent=15&event_i0_trigger=&recording_i0_enable=1&" +
+         {"the length is that of both", REQUIRED + "&enable=1&prerecord=15&postrecord=0",
+          FIXED +
+              "event_i0_enable=1&media_i0_videoclip_preevent=15&media_i0_videoclip_maxduration=15&event_i0_trigger="
+              "&recording_i0_enable=1&" +
               TARGET_PAIRS},
          {"continuous", TARGETS + NO_TRIGGER + "&enable=1&continuous=1&schedule=0&itemSize=1&item01=1,2,0,1,3,0",
           FIXED + "event_i0_enable=1&event_i0_trigger=&recording_i0_enable=1&" + TARGET_PAIRS +
@@ -150,20 +152,19 @@ TEST(Recorder, BadRequestsWriteNothing)
     TestCamera camera({.settings = Settings()});
     for (const char *key : {"byMotion", "byIn1", "byIn2", "toUSB", "toSamba", "schedule", "continuous"})
         ExpectRefused(camera, URL, Replaced(REQUIRED, key, "not"), INVALID_PARAMETER);
-    for (const std::string bad :
-         {"enable=2", "prerecord=16", "prerecord=-1", "postrecord=16", "anonymous=2", "keepSpace=1000000",
-          "keepSpace=-1", "fileLenMin=0", "fileLenMin=31", "recycle=2", "itemSize=8", "itemSize=1",
-          "itemSize=1&item01=1,0,0,7,0,0", "itemSize=1&item01=2,17,0,2,8,0",
-          "itemSize=2&item01=1,8,0,1,9,0&item02=2,8,0,2,9,1"})
+    ExpectRanges(camera, URL,
+                 "enable=0..1 prerecord=0..15 postrecord=0..15 anonymous=0..1 keepSpace=0..999999 fileLenMin=1..30 "
+                 "recycle=0..1",
+                 REQUIRED + "&");
+    for (const char *bad : {"itemSize=1", "itemSize=1&item01=1,0,0,7,0,0"})
         ExpectRefused(camera, URL, REQUIRED + "&" + bad, INVALID_PARAMETER);
     for (const std::string &bad :
          {MODE + NO_TRIGGER + "&toUSB=1&toSamba=1", MODE + NO_TRIGGER + "&toUSB=2&toSamba=0",
           MODE + NO_TRIGGER + "&toUSB=0&toSamba=-1", TARGETS + NO_TRIGGER + "&schedule=0&continuous=0",
-          TARGETS + NO_TRIGGER + "&schedule=1&continuous=1", MODE + TARGETS + "byMotion=1&byIn1=1&byIn2=0",
-          TARGETS + "schedule=0&continuous=1&byMotion=1&byIn1=0&byIn2=0",
-          TARGETS + "schedule=0&continuous=1&byMotion=0&byIn1=0&byIn2=1", std::string(4095, 'x')})
+          MODE + TARGETS + "byMotion=1&byIn1=1&byIn2=0",
+          TARGETS + "schedule=0&continuous=1&byMotion=1&byIn1=0&byIn2=0"})
         ExpectRefused(camera, URL, bad, INVALID_PARAMETER);
-    ExpectRefused(camera, URL, REQUIRED + "&user=<me> " + REQUIRED + "&&enable=1");
+    ExpectRefused(camera, URL, REQUIRED + "&user=<me>");
     EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(URL, REQUIRED + "&enable=1"), UPDATE_FAILED);

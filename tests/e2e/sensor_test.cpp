@@ -22,9 +22,8 @@ TEST(Sensor, ChangesAreWrittenInTheStoresOrder)
           "videoin_c0_flip=0&videoin_c0_color=1"},
          {"flip alone begins with &", "flip=on", "&videoin_c0_flip=1"},
          {"a long white balance is absent", "whitebalance=auto567890123456&flip=on", "&videoin_c0_flip=1"}});
-    ExpectRefused(
-        camera, SENSOR,
-        "brightness=6 contrast=-6 whitebalance=indoor maxexposuretime=10 mirror=ON mirror=1 color=on x=1");
+    ExpectRanges(camera, SENSOR, "brightness=-5..5 contrast=-5..5 saturation=-5..5 sharpness=-5..5");
+    ExpectRefused(camera, SENSOR, "whitebalance=indoor maxexposuretime=10 mirror=yes color=on x=1");
 }
 
 TEST(Sensor, RangesAreAFixedText)

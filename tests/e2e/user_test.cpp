@@ -146,10 +146,11 @@ TEST(Reboot, OnASchedule)
          {"the time alone", "time=23:59", fixed + "event_i3_begintime=23:59&event_i3_endtime=23:59&"},
          {"off", "enable=off", fixed + "event_i3_enable=0&"},
          {"every day, one twice", "weekday=0,1,2,3,4,5,6,0", fixed + "event_i3_weekday=127&"},
-         {"16 characters are absent", "weekday=0,1,2,3,4,5,6,0,&enable=on", fixed + "event_i3_enable=1&"}});
-    // KEPT, the last one: a text that begins with 0 gives nothing.
+         {"16 characters are absent", "weekday=0,1,2,3,4,5,6,0,&time=12:34:56:78:90:1&enable=on",
+          fixed + "event_i3_enable=1&"}});
     ExpectRefused(camera, URL,
-                  "weekday=1,,2 weekday=7 time=7:30 time=24:00 time=23:60 time=+1:30 enable=On x=1 0=1&enable=on");
+                  "weekday=1,,2 weekday=7 time=7:30 time=24:00 time=23:60 time=+1:30 enable=yes x=1 "
+                  "enable=on&time=12:34:56:78:90:");
     camera.store.AnswerNothing();
     EXPECT_EQ(camera.Get(URL, "enable=on"), UPDATE_FAILED);
 }

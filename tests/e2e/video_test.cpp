@@ -62,9 +62,9 @@ TEST(Video, ChangesAreWrittenUnderTheirCodec)
     // KEPT: two digits make a change of a read.
     ExpectRefused(camera, VIDEO,
                   "profileid=10 profileid=1&codec=VP8 profileid=1&resolution=9x9 profileid=2&qualitymode=CBR "
-                  "profileid=1&codec=MJPEG&qualitymode=CBR profileid=1&qualitymode=VBR profileid=1&bitrate=0 "
-                  "profileid=1&bitrate=8001 profileid=1&framerate=31 profileid=1&quality=-1 bitrate=64 "
-                  "profileid=0&x=1 profileid=4&x=1");
+                  "profileid=1&codec=MJPEG&qualitymode=CBR profileid=1&qualitymode=VBR bitrate=64 profileid=0&x=1 "
+                  "profileid=4&x=1");
+    ExpectRanges(camera, VIDEO, "bitrate=1..8000 framerate=1..30 quality=1..5", "profileid=1&");
     camera.WaitForTrace("esrInvalidOperation, ptVideoConfigResult->iProfileID=4\n");
 }
 

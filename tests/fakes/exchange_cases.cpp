@@ -45,6 +45,22 @@ void ExpectRefused(TestCamera &camera, const std::string &url, const std::string
     }
 }
 
+void ExpectRanges(TestCamera &camera, const std::string &url, const std::string &ranges, const std::string &others)
+{
+    const bool admin = url.starts_with("/cgi/admin/");
+    for (const std::string &range : Split(ranges, ' ')) {
+        const size_t value = range.find('=') + 1;
+        const std::string key = others + range.substr(0, value);
+        const int least = std::stoi(range.substr(value)), greatest = std::stoi(range.substr(range.find("..") + 2));
+        for (const int good : {least, greatest}) {
+            const std::string query = key + std::to_string(good);
+            EXPECT_EQ(camera.Get(url, query), admin ? XML_OK : EchoReply(query)) << query;
+        }
+        ExpectRefused(camera, url, key + std::to_string(least - 1) + " " + key + std::to_string(greatest + 1),
+                      admin ? INVALID_PARAMETER : BAD_REQUEST);
+    }
+}
+
 void ExpectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases)
 {
     const std::string body = ReplyBody(camera.Get(url));

@@ -19,6 +19,13 @@ void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector
 void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries,
                    const std::string &reply = BAD_REQUEST);
 
+/**
+ * Numbers, blanks between them, as "key=least..greatest": both are taken, one less and one more is refused.
+ * `others` are the keys that a request needs besides, with an "&" behind them.
+ */
+void ExpectRanges(TestCamera &camera, const std::string &url, const std::string &ranges,
+                  const std::string &others = {});
+
 /** How the body of a read differs from what it is, while the store holds something else. */
 struct ReadCase {
     std::string description;

@@ -1,6 +1,5 @@
 #include "daemon/request/keys.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 
 namespace
@@ -89,22 +88,19 @@ std::string Taken(const std::string &text)
     Record record = {BIT_BEFORE, -7, -7, -7, "-", "-", "-", {"-"}, "-"};
     const int result = Request_TakeKeys(text, KEYS, record);
     std::string taken;
-    const auto number = [&](const char *name, int32_t value) {
+    const std::pair<const char *, int32_t> numbers[] = {
+        {"word=", record.iWord}, {"number=", record.iNumber}, {"even=", record.iEven}};
+    for (const auto &[name, value] : numbers)
         if (value != -7)
             taken += name + std::to_string(value) + " ";
-    };
-    const auto field = [&](const char *name, const char *value) {
-        if (strcmp(value, "-") != 0)
-            taken += name + std::string(value) + " ";
-    };
-    number("word=", record.iWord);
-    number("number=", record.iNumber);
-    number("even=", record.iEven);
-    field("text=", record.acText);
-    field("lower=", record.acLower);
-    field("long=", record.acLong);
-    field("inner=", record.tInner.acName);
-    field("special=", record.acSpecial);
+    const std::pair<const char *, std::string> texts[] = {{"text=", record.acText},
+                                                          {"lower=", record.acLower},
+                                                          {"long=", record.acLong},
+                                                          {"inner=", record.tInner.acName},
+                                                          {"special=", record.acSpecial}};
+    for (const auto &[name, value] : texts)
+        if (value != "-")
+            taken += name + value + " ";
     EXPECT_NE(record.uiSetMask & BIT_BEFORE, 0U) << "bits are added";
     return taken + std::to_string(record.uiSetMask & ~BIT_BEFORE) + (result == 0 ? "" : "!");
 }
@@ -113,7 +109,7 @@ std::string Taken(const std::string &text)
 
 TEST(RequestKeys, TakesWhatIsGivenAndGood)
 {
-    const std::string longest(127, 'l'), zeros(126, '0');
+    const std::string longest(127, 'l');
     const struct {
         const char *description;
         std::string text, taken;
@@ -123,7 +119,6 @@ TEST(RequestKeys, TakesWhatIsGivenAndGood)
         {"a word for 0", "word=off&", "word=0 1"},
         {"another word", "word=maybe&", "0!"},
         {"another case", "word=On&", "0!"},
-        {"the beginning of a word", "word=o&", "0!"},
         {"an empty word", "word=&", "0!"},
         {"a wrong word of 15 characters", "word=ononononononono&", "0!"},
         {"a word of 16 characters is not given", "word=onononononononon&", "0"},
@@ -131,9 +126,6 @@ TEST(RequestKeys, TakesWhatIsGivenAndGood)
         {"the greatest number", "number=10&", "number=10 2"},
         {"less", "number=-4&", "0!"},
         {"more", "number=11&", "0!"},
-        {"a word is 0", "number=x&", "number=0 2"},
-        {"127 characters", "number=" + zeros + "9&", "number=9 2"},
-        {"128 characters are not given", "number=" + zeros + "99&", "0"},
         {"a number that passes its check", "even=8&", "even=8 4"},
         {"one that does not", "even=7&", "0!"},
         {"one out of range", "even=12&", "0!"},
@@ -142,7 +134,6 @@ TEST(RequestKeys, TakesWhatIsGivenAndGood)
         {"an empty text", "text=&", "text= 8"},
         {"a text that passes its check", "lower=abc&", "lower=abc 16"},
         {"one that does not", "lower=aBc&", "0!"},
-        {"one that does not and is too long", "lower=aBcd&", "0"},
         {"the longest text", "long=" + longest + "&", "long=" + longest + " 32"},
         {"one more is not given", "long=" + longest + "l&", "0"},
         {"a field of a record within", "inner=1234567&", "inner=1234567 64"},
@@ -151,7 +142,6 @@ TEST(RequestKeys, TakesWhatIsGivenAndGood)
         {"a special value of 6 characters", "special=-23456&", "0"},
         {"one that its function refuses", "special=x&", "special=x 0!"},
         {"a key without a bit", "never=1&", "0!"},
-        {"without a bit and too long", "never=123456&", "0"},
         {"the table's order, not the request's", "special=ab&text=a&word=on&", "word=1 text=a special=ab 137"},
         {"the first bad value of the table stops", "text=a&special=b&number=11&word=on&", "word=1 1!"},
         {"what is not given does not stop", "word=onononononononon&number=1&", "number=1 2"},
