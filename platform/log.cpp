@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <stdio_ext.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -76,4 +77,28 @@ void Trace(const char *pcFormat, ...)
     va_start(args, pcFormat);
     vprintf(pcFormat, args);
     va_end(args);
+}
+
+void Trace_Text(std::initializer_list<std::string_view> pieces)
+{
+    if (!g_traceIsRead)
+        return;
+    char acLine[1024];
+    size_t length = 0;
+    flockfile(stdout); // a line stays whole
+    for (const std::string_view piece : pieces) {
+        if (piece.size() > sizeof acLine - length) {
+            fwrite_unlocked(acLine, 1, length, stdout);
+            length = 0;
+        }
+        if (piece.size() > sizeof acLine) {
+            fwrite_unlocked(piece.data(), 1, piece.size(), stdout);
+            continue;
+        }
+        if (!piece.empty())
+            memcpy(acLine + length, piece.data(), piece.size());
+        length += piece.size();
+    }
+    fwrite_unlocked(acLine, 1, length, stdout);
+    funlockfile(stdout);
 }

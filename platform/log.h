@@ -1,5 +1,8 @@
 #pragma once
 
+#include <initializer_list>
+#include <string_view>
+
 /** The environment variable that switches the debug facility on: its value is the level (see Debug_Init). */
 inline constexpr char LOG_DEBUG_VARIABLE[] = "KELPA_DEBUG";
 
@@ -26,3 +29,5 @@ void Trace_Open();
 void Trace_Flush();
 /** Prints one trace line to standard output. Output is buffered: a thread that traces flushes before it sleeps. */
 void Trace(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));
+/** Prints one trace line that is put together from pieces: for what every request traces, without printf's cost. */
+void Trace_Text(std::initializer_list<std::string_view> pieces);

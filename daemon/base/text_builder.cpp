@@ -4,6 +4,16 @@
 #include <cstdio>
 #include <cstring>
 
+NumberText::NumberText(int64_t llValue)
+{
+    // Negative, because it reaches further to that side.
+    for (int64_t llRest = llValue < 0 ? llValue : -llValue; m_first == sizeof m_acDigits || llRest != 0;
+         llRest /= 10)
+        m_acDigits[--m_first] = static_cast<char>('0' - llRest % 10);
+    if (llValue < 0)
+        m_acDigits[--m_first] = '-';
+}
+
 TextBuilder::TextBuilder(std::span<char> out) : m_out(out)
 {
     m_out[0] = '\0';
@@ -18,6 +28,11 @@ void TextBuilder::Add(std::string_view text)
     m_length += taken;
     m_out[m_length] = '\0';
     m_cut = m_cut || taken < text.size();
+}
+
+void TextBuilder::AddInt(int32_t iValue)
+{
+    Add(NumberText(iValue));
 }
 
 void TextBuilder::Addf(const char *pcFormat, ...)
@@ -51,8 +66,7 @@ void TextBuilder::Line(std::string_view key, std::string_view value)
 
 void TextBuilder::Line(std::string_view key, int32_t iValue)
 {
-    Add(key);
-    Addf("%d\r\n", iValue);
+    Line(key, NumberText(iValue));
 }
 
 void TextBuilder::Clear()

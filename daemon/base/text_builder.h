@@ -6,6 +6,18 @@
 #include <span>
 #include <string_view>
 
+/** A number's decimal digits, with a sign when it is negative. */
+class NumberText
+{
+  public:
+    explicit NumberText(int64_t llValue);
+    operator std::string_view() const { return {m_acDigits + m_first, sizeof m_acDigits - m_first}; }
+
+  private:
+    char m_acDigits[20]; ///< INT64_MIN's, from the end
+    size_t m_first = sizeof m_acDigits;
+};
+
 /**
  * Builds a text in somebody else's buffer: never allocates, never writes past its limit, always terminated. What
  * does not fit is cut at the limit and a flag that sticks says so; it is asked once, at the end, or not at all
@@ -19,6 +31,7 @@ class TextBuilder
     explicit TextBuilder(std::span<char> out);
 
     void Add(std::string_view text);
+    void AddInt(int32_t iValue);
     /** As printf(3). */
     void Addf(const char *pcFormat, ...) __attribute__((format(printf, 2, 3)));
     void Addv(const char *pcFormat, va_list args) __attribute__((format(printf, 2, 0)));

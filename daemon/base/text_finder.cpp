@@ -1,5 +1,7 @@
 #include "daemon/base/text_finder.h"
 
+#include <cstring>
+
 namespace
 {
 
@@ -30,14 +32,31 @@ bool TakeInt(std::string_view &rest, int32_t &iValue)
     return true;
 }
 
+/**
+ * Cuts a text off up to and including the first occurrence of the key; false when there is none. A key is looked
+ * for by its last character: its "=" is rarer than any letter.
+ */
+bool DropThroughKey(std::string_view &text, std::string_view key)
+{
+    if (key.empty())
+        return true;
+    const size_t last = key.size() - 1;
+    for (size_t at = text.find(key[last], last); at != std::string_view::npos; at = text.find(key[last], at + 1)) {
+        const char *pcBegin = text.data() + at - last;
+        if (*pcBegin == key.front() && memcmp(pcBegin, key.data(), last) == 0) {
+            text.remove_prefix(at + 1);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 int Text_FindValue(std::string_view text, std::string_view key, char cEnd, std::string_view &value)
 {
-    const size_t at = text.find(key);
-    if (at == std::string_view::npos)
+    if (!DropThroughKey(text, key))
         return -1;
-    text.remove_prefix(at + key.size());
     const size_t length = text.find(cEnd);
     if (length == std::string_view::npos)
         return -1;

@@ -26,7 +26,7 @@ int Exchange(std::string_view request, std::span<char> reply)
     const int iSocket = Wait_Connect(CONFIGER_PATH, limit);
     if (iSocket < 0)
         return -1;
-    Trace("acComposedData = %s\n", request.data());
+    Trace_Text({"acComposedData = ", request, "\n"});
     ssize_t received = -1;
     // MSG_NOSIGNAL: during start-up SIGPIPE is not ignored yet.
     if (send(iSocket, request.data(), request.size(), MSG_NOSIGNAL) > 0 && Wait_Ready(iSocket, POLLIN, limit))

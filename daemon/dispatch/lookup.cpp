@@ -14,7 +14,7 @@ constexpr size_t SELECTOR_LENGTH = 11;
 bool IsRead(const UrlRow &row, FDIPCInfo &request)
 {
     if (request.acQeryString[0] == '\0') {
-        Trace("!!!! ptFDIPCInfo->acQeryString[0]: %s\n", request.acQeryString);
+        Trace_Text({"!!!! ptFDIPCInfo->acQeryString[0]: \n"}); // of an empty text there is nothing to print
         return true;
     }
     return row.eTrait == UrlTrait::Selector && strlen(request.acQeryString) == SELECTOR_LENGTH &&

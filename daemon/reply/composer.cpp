@@ -20,7 +20,7 @@ void EchoPairs(TextBuilder &body, FDIPCInfo &request)
     std::string_view rest = Request_SourceText(request).data();
     for (size_t end = rest.find('&'); end != std::string_view::npos; end = rest.find('&')) {
         const std::string_view piece(rest.data(), end);
-        Trace("%.*s\r\n", static_cast<int>(piece.size()), piece.data());
+        Trace_Text({piece, "\r\n"});
         body.Add(piece);
         body.Add("\r\n");
         rest.remove_prefix(end + 1);
@@ -82,4 +82,5 @@ void Composer_Routine_KELPAAPI(SessionSlot &slot)
     else
         ComposeWithLength(__func__, reply, slot);
     slot.iBufferLength = static_cast<int32_t>(reply.Length());
+    Session_UseBuffer(slot, reply.Length());
 }

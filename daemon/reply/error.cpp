@@ -47,9 +47,9 @@ void Reply_PatchLength(std::span<char> reply, size_t bodyLength)
 {
     static_assert(OK_HEADER.find(LENGTH_FIELD) != std::string_view::npos);
     constexpr size_t FIELD_AT = OK_HEADER.find(LENGTH_FIELD) + LENGTH_FIELD.size() + 1;
-    TextBuffer<24> digits;
-    digits.Addf("%zu", bodyLength);
-    memcpy(reply.data() + FIELD_AT, digits.Text(), std::min(digits.Length(), MAX_LENGTH_DIGITS));
+    const NumberText number(static_cast<int64_t>(bodyLength));
+    const std::string_view digits = number;
+    memcpy(reply.data() + FIELD_AT, digits.data(), std::min(digits.size(), MAX_LENGTH_DIGITS));
 }
 
 void Compose_ErrorMessage(TextBuilder &reply, StatusKind reason)

@@ -40,11 +40,11 @@ SessionSlot *FindFreeSlot(KelpaFdServer &server)
 RequestMethod ReadMethod(const char *pcCaller, const char *pcMethod)
 {
     if (pcMethod != nullptr && strcmp(pcMethod, "GET") == 0) {
-        Trace("[%s]method = GET \n", pcCaller);
+        Trace_Text({"[", pcCaller, "]method = GET \n"});
         return RequestMethod::Get;
     }
     if (pcMethod != nullptr && strcmp(pcMethod, "POST") == 0) {
-        Trace("[%s]method = POST \n", pcCaller);
+        Trace_Text({"[", pcCaller, "]method = POST \n"});
         return RequestMethod::Post;
     }
     Log_Crit("[%s]Method not GET/POST\n", pcCaller);
@@ -107,19 +107,19 @@ void KelpaFdServer_Accept_FDIPC(FDCGI_Handle handle, SessionSlot &slot)
     FDIPCInfo &request = slot.tRequest;
     if (const char *pcUrl = FDCGI_GetUrl(handle); pcUrl != nullptr)
         Text_Copy(request.acUrl, pcUrl);
-    Trace("[%s]url = %s \n", __func__, request.acUrl);
+    Trace_Text({"[", __func__, "]url = ", request.acUrl, " \n"});
     request.eMethod = ReadMethod(__func__, FDCGI_GetMethod(handle));
     TakeText(request.acQeryString, FDCGI_GetQueryString(handle));
-    Trace("[%s]query string = %s\n", __func__, request.acQeryString);
+    Trace_Text({"[", __func__, "]query string = ", request.acQeryString, "\n"});
     // The zero of most requests is in the slot already, on a page that nothing else makes resident.
     if (const int32_t iLength = ReadContentLength(handle); iLength != 0)
         request.iContentLength = iLength;
-    Trace("[%s]content length = %d \n", __func__, request.iContentLength);
+    Trace_Text({"[", __func__, "]content length = ", NumberText(request.iContentLength), " \n"});
 
     // The bytes as they came count, not the text that decoding makes of them.
     slot.iBufferLength = static_cast<int32_t>(FDCGI_GetPostBodyLength(handle));
     TakeText(request.acPostBody, FDCGI_GetPostBody(handle));
-    Trace("[%s]post body = %s \n", __func__, request.acPostBody);
+    Trace_Text({"[", __func__, "]post body = ", request.acPostBody, " \n"});
 
     if (slot.iBufferLength < request.iContentLength && !HasStreamedBody(request.acUrl)) {
         slot.eState = SessionState::Receive;

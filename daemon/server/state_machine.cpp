@@ -1,6 +1,5 @@
 #include "daemon/base/clock.h"
 #include "daemon/base/wait.h"
-#include "daemon/base/zero_fill.h"
 #include "daemon/dispatch/dispatch.h"
 #include "daemon/reply/composer.h"
 #include "daemon/server/server.h"
@@ -8,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -64,6 +64,7 @@ void ReceiveOnStream(const char *pcCaller, SessionSlot &slot)
     slot.iBufferLength = 0;
     const ssize_t received = recv(slot.tRequest.iClientSocket, slot.acBuffer, sizeof slot.acBuffer, MSG_NOSIGNAL);
     if (received != 0) {
+        Session_UseBuffer(slot, static_cast<size_t>(std::max<ssize_t>(received, 0)));
         slot.iDrained = received < 0 && errno == EAGAIN ? 1 : 0;
         slot.eState = SessionState::Compose;
         return;
@@ -93,6 +94,7 @@ void ReceiveBody(const char *pcCaller, SessionSlot &slot)
         slot.eState = SessionState::Finish;
     } else {
         slot.iBufferLength += static_cast<int32_t>(received);
+        Session_UseBuffer(slot, held + static_cast<size_t>(received));
         if (slot.iBufferLength >= request.iContentLength)
             slot.eState = SessionState::Parse;
         else
@@ -241,8 +243,20 @@ void EndSession(SessionSlot &slot)
 
 void KelpaFdServer_ResetSlot(SessionSlot &slot)
 {
-    ZeroFill(&slot, sizeof slot);
-    slot.tRequest.iClientSocket = SOCKET_NONE;
+    FDIPCInfo &request = slot.tRequest;
+    memset(request.acUrl, 0, strlen(request.acUrl));
+    memset(request.acQeryString, 0, strlen(request.acQeryString));
+    memset(request.acPostBody, 0, strlen(request.acPostBody));
+    memset(slot.acBuffer, 0, slot.uiBufferUsed);
+    memset(slot.acParameterArea, 0, slot.uiParameterUsed);
+    memset(slot.acResultArea, 0, slot.uiResultUsed);
+    // On a page that is resident anyway writing costs nothing; on one that nothing else uses it would cost the
+    // page.
+    if (request.iContentLength != 0)
+        request.iContentLength = 0;
+    request.eMethod = RequestMethod::Other;
+    memset(&slot.eState, 0, offsetof(SessionSlot, acBuffer) - offsetof(SessionSlot, eState));
+    request.iClientSocket = SOCKET_NONE;
 }
 
 uint32_t KelpaFdServer_SessionDueMs(SessionSlot &slot)

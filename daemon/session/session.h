@@ -2,6 +2,7 @@
 
 #include "daemon/session/index.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -53,45 +54,58 @@ struct FDIPCInfo {
     char acPostBody[4096]; ///< as the query string
 };
 
-/** One connection, from intake to its end. */
+/**
+ * One connection, from intake to its end. Small fields first: KelpaFdServer_ResetSlot zeroes them all, and of the
+ * large ones what was used.
+ */
 struct SessionSlot {
     FDIPCInfo tRequest; ///< first, so that a slot can stand in for its request
     SessionState eState;
     uint32_t uiStartTick;  ///< NetUtility_GetTickMs at intake
-    char acBuffer[10000];  ///< the rest of a request's body being received, then the reply
     int32_t iBufferLength; ///< bytes of the body received (-1 possible, see intake), then the reply's length
     int32_t iBytesSent;    ///< offset of the next send
     StatusKind eStatusKind;
     MappingMethod eMappingMethod;
-    int32_t iMappingIndex;                 ///< a GetIndex or a SetIndex, by the mapping method
-    alignas(8) char acParameterArea[4096]; ///< what the SET parser found, a <Family>Param
+    int32_t iMappingIndex; ///< a GetIndex or a SetIndex, by the mapping method
     StatusKind eMappingResult;
-    alignas(8) char acResultArea[4096]; ///< what the GET routine read, a <Family>Result
     int32_t iKeepOpen; ///< 1 once the headers of an open stream are out; exempts the slot from the time limit
     SocketOwner eSocketOwner;
-    int32_t iDrained; ///< 1: an open stream's socket had nothing more to receive when it was asked last
-    int32_t iAwaited; ///< events of poll(2) on its socket without which there is nothing to do; 0: drive it on
+    int32_t iDrained;      ///< 1: an open stream's socket had nothing more to receive when it was asked last
+    int32_t iAwaited;      ///< events of poll(2) on its socket without which there is nothing to do; 0: drive it on
+    uint32_t uiBufferUsed; ///< bytes of the buffer that were ever written
+    uint32_t uiParameterUsed;              ///< size of the record in the parameter area
+    uint32_t uiResultUsed;                 ///< size of the record in the result area
+    char acBuffer[10000];                  ///< the rest of a request's body being received, then the reply
+    alignas(8) char acParameterArea[4096]; ///< what the SET parser found, a <Family>Param
+    alignas(8) char acResultArea[4096];    ///< what the GET routine read, a <Family>Result
 };
 static_assert(std::is_standard_layout_v<SessionSlot> && std::is_trivially_copyable_v<SessionSlot>);
 static_assert(offsetof(SessionSlot, tRequest) == 0);
 
 /** A family's record in one of the slot's areas, which are all zero when a session begins. */
 template <typename Record>
-Record &Session_Area(char (&acArea)[4096])
+Record &Session_Area(char (&acArea)[4096], uint32_t &uiUsed)
 {
     static_assert(sizeof(Record) <= sizeof acArea && alignof(Record) <= 8);
     static_assert(std::is_trivially_copyable_v<Record> && std::is_trivially_default_constructible_v<Record>);
+    uiUsed = std::max(uiUsed, static_cast<uint32_t>(sizeof(Record)));
     return *std::launder(reinterpret_cast<Record *>(acArea));
 }
 template <typename Record>
 Record &Session_Param(SessionSlot &slot)
 {
-    return Session_Area<Record>(slot.acParameterArea);
+    return Session_Area<Record>(slot.acParameterArea, slot.uiParameterUsed);
 }
 template <typename Record>
 Record &Session_Result(SessionSlot &slot)
 {
-    return Session_Area<Record>(slot.acResultArea);
+    return Session_Area<Record>(slot.acResultArea, slot.uiResultUsed);
+}
+
+/** Says that the buffer was written up to `end`. */
+inline void Session_UseBuffer(SessionSlot &slot, size_t end)
+{
+    slot.uiBufferUsed = std::max(slot.uiBufferUsed, static_cast<uint32_t>(end));
 }
 
 /*
