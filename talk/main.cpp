@@ -1,7 +1,6 @@
 #include "command_line/command_line.h"
-#include "talk/mulaw.h"
+#include "talk/sound.h"
 #include "talk/speaker.h"
-#include "talk/wav.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -35,7 +34,8 @@ Options parseOptions(std::span<const char *const> arguments)
     };
     CLI::App app;
     command_line::prepare(app, "kelpa-talk", "Says a sound through a camera's speaker.");
-    app.add_option("FILE", options.file, "a sound: WAV, uncompressed, mono, 8000 Hz, 8 or 16 bits")->required();
+    app.add_option("FILE", options.file, "a sound file, such as WAV or FLAC, of 8000 Hz and one channel")
+        ->required();
     app.add_option_function<std::string>("--host", takeHost, "where the camera is (default: 127.0.0.1:8080)")
         ->type_name("ADDRESS[:PORT]");
     app.add_option("--user", options.speaker.credentials, "an account of the camera, where it asks for one")
@@ -68,7 +68,7 @@ bool succeeds(const std::string &subject, Step step)
 int run(const Options &options)
 {
     std::string audio;
-    if (!succeeds(options.file, [&] { audio = talk::encodeMuLaw(talk::readWavFile(options.file)); }))
+    if (!succeeds(options.file, [&] { audio = talk::readSound(options.file); }))
         return EXIT_FAILURE;
     const std::string camera = talk::toText(options.speaker.address);
     printf("%s: %.1f s\n", options.file.c_str(), static_cast<double>(audio.size()) / talk::SAMPLE_RATE);

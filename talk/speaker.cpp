@@ -1,6 +1,6 @@
 #include "talk/speaker.h"
 
-#include "talk/wav.h"
+#include "talk/sound.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "camera/base/files.h"
 #include "camera/neighbours/audio_decoder/audio_message.h"
 #include "camera/neighbours/audio_decoder/wav_writer.h"
+#include "sound_files.h"
 #include "temporary_folder.h"
 #include "tests/fakes/audio_stream.h"
-#include "wav_bytes.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -54,20 +54,6 @@ TEST(AudioMessage, IsToldByItsBytes)
         EXPECT_EQ(kindOf(datagram), "malformed") << description;
 }
 
-TEST(MuLaw, DecodesAsTheStandardsTableSays)
-{
-    // ITU-T G.711, table 2a, at 14 bits; 16 bits have four times the values.
-    const std::pair<std::uint8_t, int> cases[] = {{0x80, 8031}, {0x8f, 4191}, {0x9f, 2079}, {0xaf, 1023},
-                                                  {0xbf, 495},  {0xcf, 231},  {0xdf, 99},   {0xef, 33},
-                                                  {0xfe, 2},    {0xff, 0}};
-    for (const auto &[sample, value] : cases) {
-        EXPECT_EQ(decodeMuLaw(sample), 4 * value) << int{sample};
-        EXPECT_EQ(decodeMuLaw(sample & 0x7f), -4 * value) << int{sample};
-    }
-    for (std::uint8_t sample = 0; sample < 127; ++sample)
-        EXPECT_LT(decodeMuLaw(sample), decodeMuLaw(static_cast<std::uint8_t>(sample + 1))) << int{sample};
-}
-
 TEST(Level, IsRelativeToTheLoudestSine)
 {
     std::vector<std::int16_t> sine(800);
@@ -83,14 +69,13 @@ TEST(Level, IsRelativeToTheLoudestSine)
 
 TEST(WavWriter, IsAWholeFileAtAnyTime)
 {
-    using Samples = std::vector<std::int16_t>;
     const TemporaryFolder folder;
     WavWriter wav(folder.path("a.wav"), 8000);
-    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavBytes({}));
     wav.append(Samples{1, -2, 0x1234});
-    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{1, -2, 0x1234}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavBytes({1, -2, 0x1234}));
     wav.append(Samples{-32768});
-    EXPECT_EQ(readFile(folder.path("a.wav")), wavFile(Samples{1, -2, 0x1234, -32768}));
+    EXPECT_EQ(readFile(folder.path("a.wav")), wavBytes({1, -2, 0x1234, -32768}));
     EXPECT_DOUBLE_EQ(wav.seconds(), 4 / 8000.0);
     EXPECT_THROW(WavWriter("/nowhere/a.wav", 8000), std::system_error);
     EXPECT_THROW(WavWriter("/dev/full", 8000), std::system_error);

@@ -1,147 +1,78 @@
-#include "camera/neighbours/audio_decoder/audio_message.h"
+#include "camera/base/files.h"
+#include "sound_files.h"
 #include "talk/connection.h"
-#include "talk/mulaw.h"
+#include "talk/sound.h"
 #include "talk/speaker.h"
-#include "talk/wav.h"
+#include "temporary_folder.h"
 #include "tests/fakes/audio_stream.h"
-#include "wav_bytes.h"
 
-#include <algorithm>
-#include <cmath>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
 namespace
 {
 
-/** The error of a file that must be refused; empty when it is taken. */
-std::string errorOf(const std::string &file)
-{
-    try {
-        (void)talk::parseWav(file);
-        return {};
-    } catch (const std::runtime_error &error) {
-        return error.what();
-    }
-}
+constexpr int WAV16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+
+/** Samples that mu-law holds exactly (ITU-T G.711, table 2a, at four times its values). */
+const Samples EXACT = {0, 32124, -32124, 132, -132, 396};
+const std::string EXACT_MU_LAW("\xff\x80\x00\xef\x6f\xdf", 6);
 
 } // namespace
 
-TEST(MuLaw, FollowsTheTableOfTheRecommendation)
+TEST(Sound, IsGivenInMuLawWhateverItsFormat)
 {
-    // Decision values of 14 bits and the code of the interval above each, at the segments' ends.
-    const struct {
-        int decision;
-        uint8_t above, below;
-    } rows[] = {
-        {1, 0xFE, 0xFF},    {31, 0xEF, 0xF0},   {35, 0xEE, 0xEF},   {95, 0xDF, 0xE0},
-        {223, 0xCF, 0xD0},  {479, 0xBF, 0xC0},  {991, 0xAF, 0xB0},  {2015, 0x9F, 0xA0},
-        {4063, 0x8F, 0x90}, {4319, 0x8E, 0x8F}, {7903, 0x80, 0x81},
-    };
-    for (const auto &row : rows) {
-        const auto sample = static_cast<int16_t>(row.decision * 4);
-        EXPECT_EQ(talk::encodeMuLaw(sample), row.above) << row.decision;
-        EXPECT_EQ(talk::encodeMuLaw(static_cast<int16_t>(sample - 1)), row.below) << row.decision;
-        EXPECT_EQ(talk::encodeMuLaw(static_cast<int16_t>(-sample)), row.above & 0x7F) << -row.decision;
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sound");
+    for (const int format : {WAV16, SF_FORMAT_WAV | SF_FORMAT_PCM_24, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16,
+                             SF_FORMAT_AU | SF_FORMAT_ULAW, SF_FORMAT_FLAC | SF_FORMAT_PCM_16}) {
+        writeSound(path, EXACT, format);
+        EXPECT_EQ(talk::readSound(path), EXACT_MU_LAW) << std::hex << format;
     }
-    EXPECT_EQ(talk::encodeMuLaw(0), 0xFF);
-    EXPECT_EQ(talk::encodeMuLaw(INT16_MAX), 0x80);
-    EXPECT_EQ(talk::encodeMuLaw(INT16_MIN), 0x00);
+    writeSound(path, {0, INT16_MIN, 127 * 256, -256}, SF_FORMAT_WAV | SF_FORMAT_PCM_U8);
+    EXPECT_EQ(talk::readSound(path), std::string("\xff\x00\x80\x67", 4));
+    const float loud[] = {2, 0.5F, -2};
+    SndfileHandle(path, SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 8000).write(loud, std::ssize(loud));
+    EXPECT_EQ(talk::readSound(path), std::string("\x80\x8f\x00", 3)) << "what is too loud is clipped";
 }
 
-TEST(MuLaw, KeepsEverySampleWithinHalfAStep)
+TEST(Sound, ARecordingThatWasCutOffGivesItsBeginning)
 {
-    int last = -40000;
-    for (int sample = INT16_MIN; sample <= INT16_MAX; ++sample) {
-        const int value = camera::decodeMuLaw(talk::encodeMuLaw(static_cast<int16_t>(sample)));
-        ASSERT_GE(value, last) << sample;
-        last = value;
-        const int magnitude = std::abs(sample);
-        // A step of the segment: 8, 16, 32 ... on the 16-bit scale; 3 more for the two bits that fall away.
-        const int step = 8 << std::max(0, static_cast<int>(std::log2(std::max(magnitude + 132, 256))) - 7);
-        ASSERT_LE(std::abs(value - sample), magnitude > 32635 ? 650 : step / 2 + 3) << sample;
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sound");
+    const std::string whole = wavBytes(EXACT);
+    const std::pair<std::string, size_t> cases[] = {
+        {whole.substr(0, whole.size() - 4), 4}, {whole + "x", 6}, {wavBytes(EXACT, 0xFFFFFFFF - 36), 6}};
+    for (const auto &[bytes, samples] : cases) {
+        camera::replaceFile(path, bytes, 0644);
+        EXPECT_EQ(talk::readSound(path), EXACT_MU_LAW.substr(0, samples)) << bytes.size();
     }
 }
 
-TEST(Wav, TakesTheSamplesOfUsableFiles)
+TEST(Sound, WhatTheCameraCannotPlayIsRefusedWithTheWayOut)
 {
-    using Samples = std::vector<int16_t>;
-    const std::string format = wavFormatChunk({});
-    const std::string data("\x01\x00\xFF\xFF\x00\x80", 6);
-    const Samples expected = {1, -1, INT16_MIN};
-    const std::string extension =
-        std::string("\x16\x00\x10\x00\x00\x00\x00\x00\x01\x00", 10) + std::string(14, 'g');
-    const struct {
-        const char *description;
-        std::string file;
-        Samples samples;
-    } cases[] = {
-        {"16 bits", wavFile(format + wavChunk("data", data)), expected},
-        {"8 bits",
-         wavFile(wavFormatChunk({.bits = 8}) + wavChunk("data", std::string("\x80\x00\xFF", 3))),
-         {0, INT16_MIN, 127 * 256}},
-        {"extensible format",
-         wavFile(wavFormatChunk({.tag = 0xFFFE, .extension = extension}) + wavChunk("data", data)), expected},
-        {"PCM with an empty extension",
-         wavFile(wavFormatChunk({.extension = std::string(2, '\0')}) + wavChunk("data", data)), expected},
-        {"other chunks, one of an odd length",
-         wavFile(wavChunk("LIST", "odd") + format + wavChunk("fact", "even") + wavChunk("data", data) +
-                 wavChunk("id3 ", "tag")),
-         expected},
-        {"half a sample at the end", wavFile(format + wavChunk("data", data + "x")), expected},
-        {"a recorder that never knew the length", wavFile(format + "data\xFF\xFF\xFF\xFF" + data), expected},
-        {"a wrong length of the whole", "RIFF" + littleEndian(0, 4) + "WAVE" + format + wavChunk("data", data),
-         expected},
+    const TemporaryFolder folder;
+    const std::string path = folder.path("sound");
+    const std::string unplayable =
+        "; it has to be 8000 Hz, mono; convert it: ffmpeg -i FILE -ar 8000 -ac 1 NEW.wav";
+    const auto refused = [&](const std::string &error) {
+        EXPECT_THROW(
+            try { (void)talk::readSound(path); } catch (const std::runtime_error &caught) {
+                EXPECT_NE(std::string(caught.what()).find(error), std::string::npos) << caught.what();
+                throw;
+            },
+            std::runtime_error)
+            << error;
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.description);
-        EXPECT_EQ(errorOf(c.file), "");
-        EXPECT_EQ(talk::parseWav(c.file), c.samples);
-    }
-}
-
-TEST(Wav, SaysWhatIsWrongWithOtherFiles)
-{
-    const std::string data = wavChunk("data", "abcd");
-    const std::string damaged = "a damaged WAV file: ";
-    const std::string format = "a WAV file ";
-    const std::pair<std::string, std::string> cases[] = {
-        {"", "not a WAV file"},
-        {std::string(100, 'x'), "not a WAV file"},
-        {"RIFF" + littleEndian(4, 4) + "AVI ", "not a WAV file"},
-        {wavFile(wavFormatChunk({})), damaged + "it holds no data"},
-        {wavFile(wavFormatChunk({}) + wavChunk("data", "x")), "a WAV file without any samples"},
-        {wavFile(data), damaged + "its data come before their format"},
-        {wavFile("fmt " + littleEndian(0xFFFFFFFF, 4) + "x"), damaged + "it ends in the middle of a header"},
-        {wavFile(wavChunk("fmt ", "short") + data), damaged + "it ends in the middle of a header"},
-        {wavFile(wavFormatChunk({.tag = 0xFFFE}) + data), damaged + "it ends in the middle of a header"},
-        {wavFile(wavFormatChunk({.tag = 7}) + data),
-         format + "of format 7; it has to be uncompressed PCM (format 1)"},
-        {wavFile(wavFormatChunk({.channels = 2}) + data), format + "with 2 channels; it has to be mono"},
-        {wavFile(wavFormatChunk({.sampleRate = 44100}) + data), format + "of 44100 Hz; it has to be 8000 Hz"},
-        {wavFile(wavFormatChunk({.bits = 0}) + data), format + "of 0 bits a sample; it has to be 8 or 16"},
-        {wavFile(wavFormatChunk({.bits = 24}) + data), format + "of 24 bits a sample; it has to be 8 or 16"},
-    };
-    for (const auto &[file, error] : cases)
-        EXPECT_EQ(errorOf(file), error);
-}
-
-TEST(Wav, AFileCutAnywhereGivesItsBeginningOrAnError)
-{
-    const std::vector<int16_t> samples = {1, 2, 3, 4, 5};
-    const std::string file = wavFile(samples);
-    const size_t header = file.size() - 2 * samples.size();
-    for (size_t length = 0; length < file.size(); ++length) {
-        // On the heap, exactly as long as it is, so that a read behind the end is seen.
-        const std::vector<char> cut(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
-        try {
-            const std::vector<int16_t> got = talk::parseWav({cut.data(), cut.size()});
-            ASSERT_GE(length, header + 2);
-            EXPECT_EQ(got, std::vector<int16_t>(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(
-                                                                                       (length - header) / 2)));
-        } catch (const std::runtime_error &) {
-            EXPECT_LT(length, header + 2);
-        }
+    writeSound(path, {1, 2}, WAV16, 2);
+    refused("a sound of 8000 Hz, 2 channels" + unplayable);
+    writeSound(path, {1, 2}, WAV16, 1, 44100);
+    refused("a sound of 44100 Hz, mono" + unplayable);
+    writeSound(path, {});
+    refused("a sound without any samples");
+    for (const std::string &bytes : {std::string(), std::string(100, 'x'), wavBytes(EXACT).substr(0, 20)}) {
+        camera::replaceFile(path, bytes, 0644);
+        refused("not a sound that can be read (");
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sndfile.hh>
 
 namespace camera
 {
@@ -16,6 +17,28 @@ std::uint32_t numberAt(std::string_view text, size_t at)
         number = number << 8U | static_cast<std::uint8_t>(text[at + i]);
     return number;
 }
+
+/** Bytes that libsndfile reads in a file's place. Raw audio is read from the beginning, without going back. */
+struct RawFile {
+    std::string_view bytes;
+    size_t at = 0;
+
+    static SF_VIRTUAL_IO functions()
+    {
+        return {.get_filelen = [](void *file) { return std::ssize(self(file).bytes); },
+                .seek = [](sf_count_t offset, int, void *) { return offset; },
+                .read =
+                    [](void *into, sf_count_t count, void *file) {
+                        const size_t copied = self(file).bytes.copy(static_cast<char *>(into),
+                                                                    static_cast<size_t>(count), self(file).at);
+                        self(file).at += copied;
+                        return static_cast<sf_count_t>(copied);
+                    },
+                .write = nullptr,
+                .tell = [](void *file) { return static_cast<sf_count_t>(self(file).at); }};
+    }
+    static RawFile &self(void *file) { return *static_cast<RawFile *>(file); }
+};
 
 bool isConfiguration(std::string_view datagram)
 {
@@ -38,21 +61,13 @@ std::variant<AudioConfiguration, AudioFrame, AudioMalformed> parseAudioMessage(s
     return AudioFrame{datagram.substr(AUDIO_FRAME_HEAD)};
 }
 
-std::int16_t decodeMuLaw(std::uint8_t sample)
-{
-    // Sent inverted: a sign, three bits of segment, four bits within it. A segment is twice as wide as the one
-    // before; the bias makes the first begin at zero.
-    constexpr int BIAS = 132;
-    const int bits = ~sample & 0xff;
-    const int magnitude = ((((bits & 0x0f) << 3) + BIAS) << ((bits & 0x70) >> 4)) - BIAS;
-    return static_cast<std::int16_t>((bits & 0x80) != 0 ? -magnitude : magnitude);
-}
-
 std::vector<std::int16_t> decodeMuLaw(std::string_view samples)
 {
+    SF_VIRTUAL_IO io = RawFile::functions();
+    RawFile file = {samples};
     std::vector<std::int16_t> decoded(samples.size());
-    std::ranges::transform(samples, decoded.begin(),
-                           [](char sample) { return decodeMuLaw(static_cast<std::uint8_t>(sample)); });
+    SndfileHandle(io, &file, SFM_READ, SF_FORMAT_RAW | SF_FORMAT_ULAW, 1, 8000)
+        .read(decoded.data(), static_cast<sf_count_t>(decoded.size()));
     return decoded;
 }
 

@@ -36,8 +36,7 @@ struct AudioMalformed {
 [[nodiscard]] std::variant<AudioConfiguration, AudioFrame, AudioMalformed>
 parseAudioMessage(std::string_view datagram);
 
-/** The linear value of a mu-law sample, at the scale of 16-bit audio (ITU-T G.711, table 2a). */
-[[nodiscard]] std::int16_t decodeMuLaw(std::uint8_t sample);
+/** The linear values of G.711 mu-law samples, at the scale of 16-bit audio. */
 [[nodiscard]] std::vector<std::int16_t> decodeMuLaw(std::string_view samples);
 
 /** The level of samples in dBFS: 0 is the loudest sine that fits, -100 stands for silence. */
