@@ -14,7 +14,7 @@ namespace
 
 constexpr char CONFIGER_PATH[] = "/tmp/configer";
 constexpr size_t MAX_GET_REQUEST = 1023;
-constexpr size_t MAX_SET_REQUEST = 2047;
+constexpr std::string_view SET_LINE = "set NameValue 99 0 0\n";
 constexpr size_t MAX_INT_VALUE = 7;
 /** In fair mode. A session is closed after as long, so that no reply could go out any more. */
 constexpr uint32_t FAIR_LIMIT_MS = 8000;
@@ -53,8 +53,8 @@ int Get_Configer_Parameter(std::span<char> reply, std::initializer_list<std::str
 int Set_Configer_Parameter(std::span<char> reply, std::string_view pairs)
 {
     reply[0] = '\0';
-    TextBuffer<MAX_SET_REQUEST + 1> request;
-    request.Add("set NameValue 99 0 0\n");
+    TextBuffer<SET_LINE.size() + MAX_SET_PAIRS + 1> request;
+    request.Add(SET_LINE);
     request.Add(pairs);
     return Exchange(request.View(), reply);
 }

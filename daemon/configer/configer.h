@@ -18,7 +18,12 @@
  */
 [[nodiscard]] int Get_Configer_Parameter(std::span<char> reply, std::initializer_list<std::string_view> keys);
 
-/** Writes key=value pairs joined by "&"; a request is cut at 2047 characters. `reply` gets what the store answered.
+/** The longest text of pairs that is written whole: a request of 2047 characters without its first line. */
+inline constexpr size_t MAX_SET_PAIRS = 2026;
+
+/**
+ * Writes key=value pairs joined by "&"; more than MAX_SET_PAIRS characters are cut. `reply` gets what the store
+ * answered.
  */
 [[nodiscard]] int Set_Configer_Parameter(std::span<char> reply, std::string_view pairs);
 

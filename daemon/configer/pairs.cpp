@@ -1,6 +1,17 @@
 #include "daemon/configer/pairs.h"
 
-#include "daemon/configer/configer.h"
+namespace
+{
+
+int Write(SessionSlot &slot, const TextBuilder &pairs, StatusKind failReason)
+{
+    char acReply[2048];
+    if (pairs.Cut() || Set_Configer_Parameter(acReply, pairs.View()) != 0)
+        return Session_Fail(slot, failReason);
+    return Session_Succeed(slot);
+}
+
+} // namespace
 
 void PairBuilder::AddGiven(uint32_t uiBits, const char *pcFormat, ...)
 {
@@ -12,12 +23,20 @@ void PairBuilder::AddGiven(uint32_t uiBits, const char *pcFormat, ...)
     va_end(args);
 }
 
+int Session_AddPairs(SessionSlot &slot, TextBuilder &pairs, const TextBuilder &group, StatusKind failReason)
+{
+    if (group.Cut())
+        return Session_Fail(slot, failReason);
+    if (!pairs.Empty() && group.Length() >= pairs.Rest().size()) {
+        if (Write(slot, pairs, failReason) != 0)
+            return -1;
+        pairs.Clear();
+    }
+    pairs.Add(group.View());
+    return 0;
+}
+
 int Session_WritePairs(SessionSlot &slot, const TextBuilder &pairs, StatusKind failReason, StatusKind emptyReason)
 {
-    if (pairs.Empty())
-        return Session_Refuse(slot, emptyReason);
-    char acReply[2048];
-    if (Set_Configer_Parameter(acReply, pairs.View()) != 0)
-        return Session_Fail(slot, failReason);
-    return Session_Succeed(slot);
+    return pairs.Empty() ? Session_Refuse(slot, emptyReason) : Write(slot, pairs, failReason);
 }

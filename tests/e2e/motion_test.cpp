@@ -53,6 +53,27 @@ std::string Enable(int window, int value)
            std::to_string(window + 1) + "&";
 }
 
+/**
+ * Sensitivity, percentage and rectangle of five windows, the switch of the first `enabled`. The first `longNumbers`
+ * numbers of the rectangles have three digits, the others two. The last of two texts is window 5 alone.
+ */
+ChangeCase LongChange(const std::string &description, int enabled, int longNumbers, int texts)
+{
+    ChangeCase made = {description, "sensitivity=100&percentage=100", ""};
+    for (int i = 0; i < 5; ++i) {
+        const auto number = [&](int side) { return 4 * i + side < longNumbers ? 200 : 20; };
+        const std::string window = std::to_string(i + 1);
+        made.query += (i < enabled ? "&enable" + window + "=yes" : "") + "&mdw" + window + "=";
+        for (int side = 0; side < 4; ++side)
+            made.query += std::to_string(number(side)) + (side < 3 ? "," : "");
+        made.written += (texts == 2 && i == 4 ? "\n" : "") + Key(i, "sensitivity=100&") + Key(i, "objsize=100&") +
+                        (i < enabled ? Enable(i, 1) : "") +
+                        Rectangle(i, number(0), number(1), number(2), number(3));
+    }
+    made.written += Switch((1 << enabled) - 1);
+    return made;
+}
+
 } // namespace
 
 TEST(Motion, MayHaveNoWindow)
@@ -122,58 +143,48 @@ TEST(Motion, WindowsAreBoundedByTheRequestTheCameraAndTheMask)
     }
     camera.store.Set(Windows(31, {0, 30}));
     camera.store.Set("capability_nmotion", "9999999");
-    std::string all;
-    for (int i = 0; i < 31; ++i)
+    std::string all, both;
+    for (int i = 0; i < 31; ++i) {
         all += Key(i, "sensitivity=5&");
+        both += (i == 16 ? "\n" : "") + Key(i, "sensitivity=100&") + Key(i, "objsize=100&");
+    }
     ExpectChanges(camera, URL,
-                  {{"more windows than a mask has bits", "sensitivity=5", all + Switch(1 + (1 << 30))}});
+                  {{"more windows than a mask has bits", "sensitivity=5", all + Switch(1 + (1 << 30))},
+                   {"and more than a text holds", "sensitivity=100&percentage=100", both + Switch(1 + (1 << 30))}});
 }
 
-TEST(Motion, AChangeOfMoreThan1023CharactersIsRefusedWhole)
+TEST(Motion, AChangeOfMoreThan1023CharactersIsWrittenInTwoTexts)
 {
     TestCamera camera({.settings = Windows(5, {})});
-    // Most of what five windows can be given; the first numbers of the rectangles have three digits.
-    const auto change = [](int longNumbers) {
-        ChangeCase made = {"as long as it can be", "sensitivity=100&percentage=100", ""};
-        for (int i = 0; i < 5; ++i) {
-            const auto number = [&](int side) { return 4 * i + side < longNumbers ? 200 : 20; };
-            const std::string window = std::to_string(i + 1);
-            made.query += (i < 3 ? "&enable" + window + "=yes" : "") + "&mdw" + window + "=";
-            for (int side = 0; side < 4; ++side)
-                made.query += std::to_string(number(side)) + (side < 3 ? "," : "");
-            made.written += Key(i, "sensitivity=100&") + Key(i, "objsize=100&") + (i < 3 ? Enable(i, 1) : "") +
-                            Rectangle(i, number(0), number(1), number(2), number(3));
-        }
-        return made;
-    };
-    int longNumbers = 0;
-    while (change(longNumbers + 1).written.size() <= 1023)
-        ++longNumbers;
-    ChangeCase fits = change(longNumbers);
-    ASSERT_EQ(fits.written.size(), 1023U);
-    fits.written += Switch(7);
-    ExpectChanges(camera, URL, {fits});
-    ExpectRefused(camera, URL, change(longNumbers + 1).query);
+    ExpectChanges(camera, URL, {LongChange("all keys at their longest", 5, 20, 2)});
+    camera.store.Set(Windows(5, {}));
+    const ChangeCase longest = LongChange("the longest of one text", 3, 14, 1);
+    ASSERT_EQ(longest.written.find('\n'), 1023U);
+    ExpectChanges(camera, URL, {longest, LongChange("a character more", 3, 15, 2)});
 }
 
 TEST(Motion, AFailureHalfWayKeepsWhatIsWritten)
 {
     TestCamera camera;
+    const ChangeCase change = LongChange("", 5, 20, 2);
+    const Texts texts = Split(change.written, '\n');
     const struct {
         const char *description;
         int request;
-        bool written;
-    } cases[] = {
-        {"the count", 1, false}, {"the windows", 2, true}, {"the read-back", 3, true}, {"the masks", 4, true}};
+        size_t written;
+    } cases[] = {{"the count", 1, 0},
+                 {"the first windows", 2, 0},
+                 {"the other windows", 3, 1},
+                 {"the read-back", 4, 2},
+                 {"the masks", 5, 2}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        camera.store.Set(Windows(2, {}));
-        camera.store.Set("event_i0_mdwin", "0");
+        camera.store.Set(Windows(5, {}));
         camera.store.ClearRequests();
-        camera.store.AnswerNothing(c.request);
-        EXPECT_EQ(camera.Get(URL, "enable2=yes"), INTERNAL_ERROR);
-        EXPECT_EQ(camera.store.Requests().size(), static_cast<size_t>(c.request)) << "nothing is done after it";
-        EXPECT_EQ(camera.store.Value(Key(1, "enable")), c.written ? "1" : "0");
+        camera.store.CloseEarly(c.request);
+        EXPECT_EQ(camera.Get(URL, change.query), INTERNAL_ERROR);
+        EXPECT_EQ(camera.store.Requests().size() + 1, static_cast<size_t>(c.request)) << "nothing is done after it";
+        EXPECT_EQ(camera.store.Sets(), Texts(texts.begin(), texts.begin() + c.written));
     }
     camera.store.Set(Windows(2, {}));
     camera.store.Remove(Key(0, "enable"));

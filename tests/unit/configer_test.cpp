@@ -1,10 +1,11 @@
-#include "daemon/configer/configer.h"
+#include "daemon/configer/pairs.h"
 #include "daemon/configer/reply.h"
 #include "tests/fakes/fake_store.h"
 #include "tests/fakes/poisoned.h"
 #include "tests/fakes/temp_root.h"
 
 #include <gtest/gtest.h>
+#include <memory>
 
 class Configer : public testing::Test
 {
@@ -117,6 +118,22 @@ TEST_F(Configer, ReaderRemembersItsFirstFailure)
     ConfigerReply<64> dead("Test");
     dead.Get({"a&"});
     EXPECT_TRUE(dead.Failed());
+}
+
+TEST_F(Configer, PairsThatWereCutAreNotWritten)
+{
+    const auto slot = std::make_unique<SessionSlot>();
+    TextBuffer<8> pairs;
+    TextBuffer<13> group;
+    group.Add("a=2&a=3&a=4&");
+    EXPECT_EQ(Session_AddPairs(*slot, pairs, group, StatusKind::UpdateFailed), 0);
+    EXPECT_EQ(Session_WritePairs(*slot, pairs, StatusKind::InternalError), -1);
+    EXPECT_EQ(slot->eMappingResult, StatusKind::InternalError);
+    group.Add("&");
+    pairs.Clear();
+    EXPECT_EQ(Session_AddPairs(*slot, pairs, group, StatusKind::UpdateFailed), -1);
+    EXPECT_EQ(slot->eMappingResult, StatusKind::UpdateFailed);
+    EXPECT_TRUE(store.Requests().empty());
 }
 
 TEST(ConfigerKey, IsFormattedAndBounded)

@@ -139,11 +139,13 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
         return Session_Fail(slot, StatusKind::InternalError);
 
     PairBuffer<1024> pairs(param.uiSetMask);
-    for (int32_t i = 0; i < param.iWindowCount; ++i)
-        AddWindowPairs(pairs, param, i);
-    // Five windows with everything can be more than one set text holds; half of it would store a wrong window.
-    if (pairs.Cut())
-        return Session_Refuse(slot, StatusKind::BadRequest);
+    for (int32_t i = 0; i < param.iWindowCount; ++i) {
+        PairBuffer<256> window(param.uiSetMask); // 231 characters with everything
+        AddWindowPairs(window, param, i);
+        // Everything for five windows is more than one text holds; a window is never spread over two.
+        if (Session_AddPairs(slot, pairs, window, StatusKind::InternalError) != 0)
+            return -1;
+    }
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;
 

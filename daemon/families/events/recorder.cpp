@@ -216,7 +216,7 @@ int MappingSetRoutine_Recorder(SessionSlot &slot)
     if (Schedule_ToStore(param.tSchedule, Request_Gave(param, GIVEN_ITEMS), stored, scheduleChanges) != 0)
         return Session_Fail(slot, StatusKind::InvalidParameter);
 
-    PairBuffer<2048> pairs(param.uiSetMask);
+    PairBuffer<MAX_SET_PAIRS + 1> pairs(param.uiSetMask);
     pairs.Add(FIXED_PAIRS);
     AddClipPairs(pairs, param);
     AddTriggerPairs(pairs, param, iEnable);

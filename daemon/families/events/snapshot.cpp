@@ -162,7 +162,7 @@ int MappingSetRoutine_Snapshot(SessionSlot &slot)
         Schedule_ToStore(param.tSchedule, Request_Gave(param, GIVEN_ITEMS), stored, scheduleChanges) != 0)
         return Session_Fail(slot, StatusKind::InvalidParameter);
 
-    PairBuffer<2048> pairs(param.uiSetMask);
+    PairBuffer<MAX_SET_PAIRS + 1> pairs(param.uiSetMask);
     pairs.Add(FIXED_PAIRS);
     pairs.AddGiven(GIVEN_ENABLE, "event_i1_enable=%d&", param.iEnable);
     Trigger_AddPairs(pairs, EVENT_SLOT, param.tTrigger, "seq"); // without a trigger it is driven by time

@@ -56,7 +56,7 @@ int Parser_DDNS_Set(SessionSlot &slot)
 int MappingSetRoutine_DDNS(SessionSlot &slot)
 {
     const auto &param = Session_Param<DDNSParam>(slot);
-    PairBuffer<2048> pairs(param.uiSetMask);
+    PairBuffer<MAX_SET_PAIRS + 1> pairs(param.uiSetMask);
     pairs.AddGiven(GIVEN_DDNS, "&ddns_enable=%d", param.iDDNSEnable);
     DDNS_AddPairs(pairs, param.tDDNS,
                   {.provider = Request_Gave(param, GIVEN_PROVIDER),

@@ -108,7 +108,7 @@ int Parser_NetworkConfig_Set(SessionSlot &slot)
 int MappingSetRoutine_NetworkConfig(SessionSlot &slot)
 {
     const auto &param = Session_Param<Param>(slot);
-    PairBuffer<2048> pairs(param.uiSetMask);
+    PairBuffer<MAX_SET_PAIRS + 1> pairs(param.uiSetMask);
     AddPairs(pairs, param);
     if (Session_WritePairs(slot, pairs, StatusKind::InternalError) != 0)
         return -1;
