@@ -23,91 +23,91 @@ constexpr std::string_view STREAM_HEADER =
 /** Longer than anything that is measured here takes; whoever waits longer waits in vain. */
 constexpr std::chrono::milliseconds PATIENCE(5000);
 
-int Check(int result, const char *what)
+int check(int result, const char *what)
 {
     if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
     return result;
 }
 
-void Compare(std::string_view expected, std::string_view got)
+void compare(std::string_view expected, std::string_view got)
 {
     if (expected != got)
         throw std::runtime_error("expected:\n" + std::string(expected) + "\ngot:\n" + std::string(got));
 }
 
-void WaitFor(std::span<pollfd> polled)
+void waitFor(std::span<pollfd> polled)
 {
-    if (Check(poll(polled.data(), polled.size(), static_cast<int>(PATIENCE.count())), "poll") == 0)
+    if (check(poll(polled.data(), polled.size(), static_cast<int>(PATIENCE.count())), "poll") == 0)
         throw std::runtime_error("nothing came in " + std::to_string(PATIENCE.count()) + " ms");
 }
 
 /** Hands one request over, as the web server does: it keeps nothing of the client's connection. */
-Client HandOver(int handOver, const FDCGI_Request &request)
+Client sendRequest(int handOver, const FDCGI_Request &request)
 {
     int ends[2];
-    Check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
+    check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
     Client client{.socket = Descriptor(ends[0]), .begin = {}, .received = {}};
     const Descriptor passed(ends[1]);
     client.begin = steady_clock::now();
-    Check(FDCGI_send(handOver, request, passed.Get(), 0), "hand-over");
+    check(FDCGI_send(handOver, request, passed.get(), 0), "hand-over");
     return client;
 }
 
 /** Takes what has come for a client; false at the end of the reply. */
-bool Receive(Client &client)
+bool receive(Client &client)
 {
     std::array<char, 16384> buffer;
-    const ssize_t got = recv(client.socket.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    const ssize_t got = recv(client.socket.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (got < 0 && errno == EAGAIN)
         return true;
-    Check(static_cast<int>(got), "reply");
+    check(static_cast<int>(got), "reply");
     client.received.append(buffer.data(), static_cast<size_t>(got));
     return got > 0;
 }
 
 /** The same, waiting for it. */
-bool ReceiveNext(Client &client)
+bool receiveNext(Client &client)
 {
-    pollfd polled = {client.socket.Get(), POLLIN, 0};
-    WaitFor({&polled, 1});
-    return Receive(client);
+    pollfd polled = {client.socket.get(), POLLIN, 0};
+    waitFor({&polled, 1});
+    return receive(client);
 }
 
 } // namespace
 
 Descriptor::~Descriptor()
 {
-    if (m_fd >= 0)
-        close(m_fd);
+    if (fd_ >= 0)
+        close(fd_);
 }
 
 Exchange::Exchange(const std::filesystem::path &root)
-    : m_store(Check(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
+    : store_(check(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
 {
-    Check(UnixSocket_Bind(m_store.Get(), (root / "tmp/configer").c_str()), "store");
-    Check(listen(m_store.Get(), 16), "store");
+    check(UnixSocket_Bind(store_.get(), (root / "tmp/configer").c_str()), "store");
+    check(listen(store_.get(), 16), "store");
 }
 
-void Exchange::ServeStart()
+void Exchange::serveStart()
 {
     for (const StartCall &call : START_CALLS) {
-        pollfd polled = {m_store.Get(), POLLIN, 0};
-        WaitFor({&polled, 1});
-        ServeStore(call.request, call.reply);
+        pollfd polled = {store_.get(), POLLIN, 0};
+        waitFor({&polled, 1});
+        serveStore(call.request, call.reply);
     }
 }
 
-void Exchange::ServeStore(std::string_view request, std::string_view reply)
+void Exchange::serveStore(std::string_view request, std::string_view reply)
 {
-    const Descriptor caller(Check(accept4(m_store.Get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
+    const Descriptor caller(check(accept4(store_.get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
     std::array<char, 4096> buffer;
-    const int got = Check(static_cast<int>(read(caller.Get(), buffer.data(), buffer.size())), "store: read");
-    Compare(request, {buffer.data(), static_cast<size_t>(got)});
-    Check(static_cast<int>(write(caller.Get(), reply.data(), reply.size())), "store: write");
+    const int got = check(static_cast<int>(read(caller.get(), buffer.data(), buffer.size())), "store: read");
+    compare(request, {buffer.data(), static_cast<size_t>(got)});
+    check(static_cast<int>(write(caller.get(), reply.data(), reply.size())), "store: write");
 }
 
-std::vector<std::chrono::nanoseconds> Exchange::Run(const Kind &kind, int handOver, int count, int inFlight)
+std::vector<std::chrono::nanoseconds> Exchange::run(const Kind &kind, int handOver, int count, int inFlight)
 {
     const FDCGI_Request request{.method = kind.method, .url = kind.url, .query = kind.query, .body = {}};
     std::vector<std::chrono::nanoseconds> latencies;
@@ -116,49 +116,49 @@ std::vector<std::chrono::nanoseconds> Exchange::Run(const Kind &kind, int handOv
     int sent = 0;
     while (latencies.size() < static_cast<size_t>(count)) {
         for (; sent < count && clients.size() < static_cast<size_t>(inFlight); ++sent)
-            clients.push_back(HandOver(handOver, request));
-        polled.assign(1, {m_store.Get(), POLLIN, 0});
+            clients.push_back(sendRequest(handOver, request));
+        polled.assign(1, {store_.get(), POLLIN, 0});
         for (const Client &client : clients)
-            polled.push_back({client.socket.Get(), POLLIN, 0});
-        WaitFor(polled);
+            polled.push_back({client.socket.get(), POLLIN, 0});
+        waitFor(polled);
         if (polled[0].revents != 0)
-            ServeStore(kind.storeRequest, kind.storeReply);
+            serveStore(kind.storeRequest, kind.storeReply);
         for (size_t i = clients.size(); i-- > 0;) {
-            if (polled[i + 1].revents == 0 || Receive(clients[i]))
+            if (polled[i + 1].revents == 0 || receive(clients[i]))
                 continue;
             latencies.push_back(steady_clock::now() - clients[i].begin);
-            Compare(kind.reply, clients[i].received);
+            compare(kind.reply, clients[i].received);
             clients.erase(clients.begin() + static_cast<ptrdiff_t>(i));
         }
     }
     return latencies;
 }
 
-std::vector<Client> Exchange::OpenStreams(int handOver, int count)
+std::vector<Client> Exchange::openStreams(int handOver, int count)
 {
     std::vector<Client> streams;
     for (int i = 0; i < count; ++i) {
         streams.push_back(
-            HandOver(handOver, {.method = "GET", .url = "/config/notify_stream.cgi", .query = {}, .body = {}}));
+            sendRequest(handOver, {.method = "GET", .url = "/config/notify_stream.cgi", .query = {}, .body = {}}));
         Client &stream = streams.back();
-        while (stream.received.size() < STREAM_HEADER.size() && ReceiveNext(stream)) {
+        while (stream.received.size() < STREAM_HEADER.size() && receiveNext(stream)) {
         }
-        Compare(STREAM_HEADER, stream.received);
+        compare(STREAM_HEADER, stream.received);
     }
     return streams;
 }
 
-void Exchange::CloseStreams(std::vector<Client> &streams)
+void Exchange::closeStreams(std::vector<Client> &streams)
 {
     for (Client &stream : streams) {
-        Check(shutdown(stream.socket.Get(), SHUT_WR), "shutdown");
-        while (ReceiveNext(stream)) {
+        check(shutdown(stream.socket.get(), SHUT_WR), "shutdown");
+        while (receiveNext(stream)) {
         }
     }
     streams.clear();
 }
 
-Descriptor ConnectTo(const std::filesystem::path &path)
+Descriptor connectTo(const std::filesystem::path &path)
 {
     const auto end = steady_clock::now() + PATIENCE;
     for (;;) {
@@ -166,7 +166,7 @@ Descriptor ConnectTo(const std::filesystem::path &path)
         if (socket >= 0)
             return Descriptor(socket);
         if (steady_clock::now() > end)
-            Check(socket, path.c_str());
+            check(socket, path.c_str());
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

@@ -12,18 +12,18 @@
 class Descriptor
 {
   public:
-    explicit Descriptor(int fd = -1) : m_fd(fd) {}
-    Descriptor(Descriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Descriptor &operator=(Descriptor &&other) noexcept
     {
-        std::swap(m_fd, other.m_fd);
+        std::swap(fd_, other.fd_);
         return *this;
     }
     ~Descriptor();
-    [[nodiscard]] int Get() const { return m_fd; }
+    [[nodiscard]] int get() const { return fd_; }
 
   private:
-    int m_fd;
+    int fd_;
 };
 
 /** One request on its way, seen from the client. */
@@ -44,24 +44,24 @@ class Exchange
     explicit Exchange(const std::filesystem::path &root);
 
     /** Answers what the daemon asks the store at its start. */
-    void ServeStart();
+    void serveStart();
 
     /**
      * Makes `count` requests, `inFlight` at a time, through the hand-over socket `handOver`. Returns the time from
      * each hand-over to the end of its reply.
      */
-    std::vector<std::chrono::nanoseconds> Run(const Kind &kind, int handOver, int count, int inFlight);
+    std::vector<std::chrono::nanoseconds> run(const Kind &kind, int handOver, int count, int inFlight);
 
     /** Opens notify streams and reads the header of each. */
-    static std::vector<Client> OpenStreams(int handOver, int count);
+    static std::vector<Client> openStreams(int handOver, int count);
     /** Ends the streams from the client's side and waits until the daemon has ended each of them too. */
-    static void CloseStreams(std::vector<Client> &streams);
+    static void closeStreams(std::vector<Client> &streams);
 
   private:
-    void ServeStore(std::string_view request, std::string_view reply);
+    void serveStore(std::string_view request, std::string_view reply);
 
-    Descriptor m_store;
+    Descriptor store_;
 };
 
 /** Waits until a program has bound its hand-over socket; returns a socket connected to it. */
-Descriptor ConnectTo(const std::filesystem::path &path);
+Descriptor connectTo(const std::filesystem::path &path);

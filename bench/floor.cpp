@@ -24,7 +24,7 @@ namespace
 char g_acDatagram[16385];
 char g_acStoreReply[1024];
 
-sockaddr_un Address(const char *path)
+sockaddr_un addressOf(const char *path)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -32,15 +32,15 @@ sockaddr_un Address(const char *path)
     return address;
 }
 
-int Bind(const char *path)
+int bindAt(const char *path)
 {
-    const sockaddr_un address = Address(path);
+    const sockaddr_un address = addressOf(path);
     const int endpoint = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     return bind(endpoint, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 ? endpoint : -1;
 }
 
 /** Receives one datagram; returns the descriptor that came with it, or -1. */
-int Receive(int endpoint)
+int receive(int endpoint)
 {
     iovec piece = {g_acDatagram, sizeof g_acDatagram - 1};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * 16)];
@@ -56,7 +56,7 @@ int Receive(int endpoint)
     return passed;
 }
 
-bool CallStore(const sockaddr_un &address, std::string_view request)
+bool callStore(const sockaddr_un &address, std::string_view request)
 {
     const int store = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const bool answered = connect(store, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
@@ -66,7 +66,7 @@ bool CallStore(const sockaddr_un &address, std::string_view request)
     return answered;
 }
 
-bool Serve(const Kind &kind, int client, const sockaddr_un &store)
+bool serve(const Kind &kind, int client, const sockaddr_un &store)
 {
     int on = 1;
     ioctl(client, FIONBIO, &on);
@@ -74,7 +74,7 @@ bool Serve(const Kind &kind, int client, const sockaddr_un &store)
         tms unused;
         times(&unused);
     }
-    const bool ready = kind.storeRequest.empty() || CallStore(store, kind.storeRequest);
+    const bool ready = kind.storeRequest.empty() || callStore(store, kind.storeRequest);
     const bool sent = ready && send(client, kind.reply.data(), kind.reply.size(), MSG_NOSIGNAL) > 0;
     close(client);
     return sent;
@@ -90,9 +90,9 @@ int main(int argc, char **argv)
         fputs("Usage: kelpa_bench_floor KIND HANDOVER_SOCKET EVENT_SOCKET STORE_SOCKET\n", stderr);
         return 1;
     }
-    const int handOver = Bind(argv[2]);
-    const int event = Bind(argv[3]);
-    const sockaddr_un store = Address(argv[4]);
+    const int handOver = bindAt(argv[2]);
+    const int event = bindAt(argv[3]);
+    const sockaddr_un store = addressOf(argv[4]);
     if (handOver < 0 || event < 0) {
         perror("kelpa_bench_floor: bind");
         return 1;
@@ -105,8 +105,8 @@ int main(int argc, char **argv)
         timeval wait = {0, 1000};
         if (select(std::max(handOver, event) + 1, &readable, nullptr, nullptr, &wait) <= 0)
             continue;
-        const int client = Receive(handOver);
-        if (client < 0 || !Serve(*kind, client, store)) {
+        const int client = receive(handOver);
+        if (client < 0 || !serve(*kind, client, store)) {
             perror("kelpa_bench_floor: a request failed");
             return 1;
         }

@@ -47,7 +47,7 @@ constexpr int MEMORY_STARTS = 8;
  * Keeps this process on the first processor that it may use, and returns the last one, for the measured programs;
  * -1, for anywhere, when there is only one.
  */
-int ChooseProcessors()
+int chooseProcessors()
 {
     cpu_set_t allowed;
     CPU_ZERO(&allowed);
@@ -68,7 +68,7 @@ int ChooseProcessors()
 }
 
 /** The part of a camera's file system that the daemon meets. */
-void LayOut(const fs::path &root)
+void layOut(const fs::path &root)
 {
     for (const char *folder : {"tmp", "etc", "var/run/eventmgr"})
         fs::create_directories(root / folder);
@@ -86,44 +86,44 @@ struct Measured {
 };
 
 template <typename T>
-T Quantile(std::vector<T> values, double part)
+T quantile(std::vector<T> values, double part)
 {
     const auto at = values.begin() + static_cast<ptrdiff_t>(part * static_cast<double>(values.size() - 1));
     std::ranges::nth_element(values, at);
     return *at;
 }
 
-double Microseconds(nanoseconds time)
+double microseconds(nanoseconds time)
 {
     return std::chrono::duration<double, std::micro>(time).count();
 }
 
-void RunRound(Exchange &exchange, const Kind &kind, Measured &measured)
+void runRound(Exchange &exchange, const Kind &kind, Measured &measured)
 {
-    measured.program.Resume();
-    const nanoseconds begin = measured.program.CpuTime();
-    exchange.Run(kind, measured.handOver.Get(), REQUESTS_PER_ROUND, IN_FLIGHT);
-    measured.cpuPerRequest.push_back(Microseconds(measured.program.CpuTime() - begin) / REQUESTS_PER_ROUND);
-    const auto latencies = exchange.Run(kind, measured.handOver.Get(), REQUESTS_PER_ROUND, 1);
+    measured.program.resume();
+    const nanoseconds begin = measured.program.cpuTime();
+    exchange.run(kind, measured.handOver.get(), REQUESTS_PER_ROUND, IN_FLIGHT);
+    measured.cpuPerRequest.push_back(microseconds(measured.program.cpuTime() - begin) / REQUESTS_PER_ROUND);
+    const auto latencies = exchange.run(kind, measured.handOver.get(), REQUESTS_PER_ROUND, 1);
     measured.latencies.insert(measured.latencies.end(), latencies.begin(), latencies.end());
-    measured.program.Pause();
+    measured.program.pause();
 }
 
-void RunRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &floor)
+void runRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &floor)
 {
     Measured *pair[] = {&kelpa, &floor};
     for (Measured *measured : pair)
-        exchange.Run(kind, measured->handOver.Get(), WARM_UP_REQUESTS, IN_FLIGHT);
+        exchange.run(kind, measured->handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
     for (const Measured *measured : pair)
-        measured->program.Pause();
+        measured->program.pause();
     const auto end = std::chrono::steady_clock::now() + ROUNDS_LIMIT;
     for (int i = 0; i < ROUNDS && std::chrono::steady_clock::now() < end; ++i) {
         for (Measured *measured : pair)
-            RunRound(exchange, kind, *measured);
+            runRound(exchange, kind, *measured);
         std::swap(pair[0], pair[1]);
     }
     for (const Measured *measured : pair)
-        measured->program.Resume();
+        measured->program.resume();
 }
 
 /** System calls per request, by what they are for. */
@@ -134,7 +134,7 @@ struct Calls {
 };
 
 /** Sorts the lines that strace has written. Waiting in vain for a request is not part of any request. */
-Calls CountCalls(const fs::path &log, double requests)
+Calls countCalls(const fs::path &log, double requests)
 {
     Calls calls;
     std::string storeSocket;
@@ -157,21 +157,21 @@ Calls CountCalls(const fs::path &log, double requests)
 }
 
 /** Follows one program with strace through a few requests, made one by one. */
-std::string TraceCalls(Exchange &exchange, const Kind &kind, const Measured &measured, const fs::path &log)
+std::string traceCalls(Exchange &exchange, const Kind &kind, const Measured &measured, const fs::path &log)
 {
-    Program tracer({"strace", "-q", "-o", log, "-p", std::to_string(measured.program.Pid())});
-    while (measured.program.Status("TracerPid") == 0)
-        if (std::this_thread::sleep_for(std::chrono::milliseconds(1)); !tracer.Running())
+    Program tracer({"strace", "-q", "-o", log, "-p", std::to_string(measured.program.pid())});
+    while (measured.program.status("TracerPid") == 0)
+        if (std::this_thread::sleep_for(std::chrono::milliseconds(1)); !tracer.running())
             return "not measured";
-    exchange.Run(kind, measured.handOver.Get(), TRACED_REQUESTS, 1);
-    tracer.Stop(SIGINT);
-    const Calls calls = CountCalls(log, TRACED_REQUESTS);
+    exchange.run(kind, measured.handOver.get(), TRACED_REQUESTS, 1);
+    tracer.stop(SIGINT);
+    const Calls calls = countCalls(log, TRACED_REQUESTS);
     std::array<char, 64> text;
     snprintf(text.data(), text.size(), "%.2f + %.2f + %.2f", calls.own, calls.store, calls.clock);
     return text.data();
 }
 
-std::vector<double> Ratios(const Measured &kelpa, const Measured &floor)
+std::vector<double> ratiosOf(const Measured &kelpa, const Measured &floor)
 {
     std::vector<double> ratios;
     for (size_t i = 0; i < kelpa.cpuPerRequest.size(); ++i)
@@ -179,36 +179,36 @@ std::vector<double> Ratios(const Measured &kelpa, const Measured &floor)
     return ratios;
 }
 
-void PrintTimes(const std::string &what, const Measured &kelpa, const Measured &floor)
+void printTimes(const std::string &what, const Measured &kelpa, const Measured &floor)
 {
-    const std::vector<double> ratios = Ratios(kelpa, floor);
+    const std::vector<double> ratios = ratiosOf(kelpa, floor);
     printf("| %s: processor time per request | %.1f µs | %.1f µs | ratio %.2f (%.2f to %.2f) | at most 1.3 |\n",
-           what.c_str(), Quantile(kelpa.cpuPerRequest, 0.5), Quantile(floor.cpuPerRequest, 0.5),
-           Quantile(ratios, 0.5), Quantile(ratios, 0.25), Quantile(ratios, 0.75));
+           what.c_str(), quantile(kelpa.cpuPerRequest, 0.5), quantile(floor.cpuPerRequest, 0.5),
+           quantile(ratios, 0.5), quantile(ratios, 0.25), quantile(ratios, 0.75));
     printf("| %s: latency p50 / p99 |", what.c_str());
     for (const Measured *measured : {&kelpa, &floor})
-        printf(" %.0f / %.0f µs |", Microseconds(Quantile(measured->latencies, 0.5)),
-               Microseconds(Quantile(measured->latencies, 0.99)));
+        printf(" %.0f / %.0f µs |", microseconds(quantile(measured->latencies, 0.5)),
+               microseconds(quantile(measured->latencies, 0.99)));
     printf(" | |\n");
 }
 
 /** Measures one kind of request beside a floor program of its own. */
-void MeasureKind(Exchange &exchange, const Kind &kind, const std::string &what, Measured &kelpa, Measured &floor,
+void measureKind(Exchange &exchange, const Kind &kind, const std::string &what, Measured &kelpa, Measured &floor,
                  const fs::path &log)
 {
-    RunRounds(exchange, kind, kelpa, floor);
-    PrintTimes(what, kelpa, floor);
-    const std::string kelpaCalls = TraceCalls(exchange, kind, kelpa, log);
-    const std::string floorCalls = TraceCalls(exchange, kind, floor, log);
+    runRounds(exchange, kind, kelpa, floor);
+    printTimes(what, kelpa, floor);
+    const std::string kelpaCalls = traceCalls(exchange, kind, kelpa, log);
+    const std::string floorCalls = traceCalls(exchange, kind, floor, log);
     printf("| %s: system calls, own + store + clock | %s | %s | | at most 5 + %d + clock |\n", what.c_str(),
            kelpaCalls.c_str(), floorCalls.c_str(), kind.storeRequest.empty() ? 0 : 5);
 }
 
-Program StartKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu, const char *output)
+Program startKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu, const char *output)
 {
     fs::create_directory(folder);
     Program kelpa({path, folder / "kelpa", folder / "pid"}, cpu, output);
-    exchange.ServeStart();
+    exchange.serveStart();
     return kelpa;
 }
 
@@ -216,49 +216,49 @@ Program StartKelpa(Exchange &exchange, const std::string &path, const fs::path &
  * Measures the daemon's memory. The kernel maps pages of shared libraries in groups that depend on where it has
  * placed the library, so the peak differs from start to start, and the worst of several starts counts.
  */
-void MeasureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::path &root)
+void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::path &root)
 {
     long peak = 0;
     long own = 0;
     for (int start = 0; start < MEMORY_STARTS; ++start) {
         const fs::path folder = root / ("memory-" + std::to_string(start));
-        const Program kelpa = StartKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
-        const Descriptor handOver = ConnectTo(folder / "kelpa");
+        const Program kelpa = startKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
+        const Descriptor handOver = connectTo(folder / "kelpa");
         for (const Kind &kind : KINDS)
-            exchange.Run(kind, handOver.Get(), WARM_UP_REQUESTS, IN_FLIGHT);
+            exchange.run(kind, handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
         // Before they are measured, streams have been open in every slot: what a session has touched stays
         // resident.
-        std::vector<Client> streams = Exchange::OpenStreams(handOver.Get(), NOTIFY_STREAMS);
-        Exchange::CloseStreams(streams);
-        streams = Exchange::OpenStreams(handOver.Get(), NOTIFY_STREAMS);
-        peak = std::max(peak, kelpa.Status("VmHWM"));
-        own = std::max(own, kelpa.Status("RssAnon"));
+        std::vector<Client> streams = Exchange::openStreams(handOver.get(), NOTIFY_STREAMS);
+        Exchange::closeStreams(streams);
+        streams = Exchange::openStreams(handOver.get(), NOTIFY_STREAMS);
+        peak = std::max(peak, kelpa.status("VmHWM"));
+        own = std::max(own, kelpa.status("RssAnon"));
     }
     printf("| peak resident memory, %d notify streams | %ld kB, its own %ld kB | | | under 2500 kB |\n",
            NOTIFY_STREAMS, peak, own);
 }
 
-void Run(const std::string &kelpaPath, const std::string &floorPath, const fs::path &root)
+void run(const std::string &kelpaPath, const std::string &floorPath, const fs::path &root)
 {
-    const int cpu = ChooseProcessors();
-    LayOut(root);
+    const int cpu = chooseProcessors();
+    layOut(root);
     Exchange exchange(root);
     puts("| What | kelpa | floor | | goal |\n|---|---|---|---|---|");
     for (const bool traced : {false, true}) {
         const fs::path folder = root / (traced ? "traced" : "silent");
         const Program kelpa =
-            StartKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").c_str() : "/dev/null");
+            startKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").c_str() : "/dev/null");
         for (const Kind &kind : std::span(KINDS).first(traced ? 1 : KINDS.size())) {
             const fs::path floorSocket = folder / kind.name;
             const Program floor(
                 {floorPath, kind.name, floorSocket, floorSocket.string() + "-event", root / "tmp/configer"}, cpu);
-            Measured kelpaMeasured{kelpa, ConnectTo(folder / "kelpa"), {}, {}};
-            Measured floorMeasured{floor, ConnectTo(floorSocket), {}, {}};
-            MeasureKind(exchange, kind, std::string(kind.name) + (traced ? ", trace to a file" : ""), kelpaMeasured,
+            Measured kelpaMeasured{kelpa, connectTo(folder / "kelpa"), {}, {}};
+            Measured floorMeasured{floor, connectTo(floorSocket), {}, {}};
+            measureKind(exchange, kind, std::string(kind.name) + (traced ? ", trace to a file" : ""), kelpaMeasured,
                         floorMeasured, folder / "strace");
         }
     }
-    MeasureMemory(exchange, kelpaPath, root);
+    measureMemory(exchange, kelpaPath, root);
 }
 
 } // namespace
@@ -278,7 +278,7 @@ int main(int argc, char **argv)
         const std::string text = command_line::parse(app, {argv + 1, argv + argc});
         fputs(text.c_str(), stdout);
         if (text.empty())
-            Run(kelpa, floor, root);
+            run(kelpa, floor, root);
     } catch (const command_line::UsageError &error) {
         fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
         return command_line::EXIT_USAGE;

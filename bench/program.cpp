@@ -16,7 +16,7 @@
 namespace
 {
 
-[[noreturn]] void RunChild(std::vector<char *> &arguments, int cpu, const char *output)
+[[noreturn]] void runChild(std::vector<char *> &arguments, int cpu, const char *output)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (cpu >= 0) {
@@ -39,58 +39,58 @@ Program::Program(const std::vector<std::string> &arguments, int cpu, const char 
     for (const std::string &argument : arguments)
         texts.push_back(const_cast<char *>(argument.c_str()));
     texts.push_back(nullptr);
-    m_pid = fork();
-    if (m_pid == 0)
-        RunChild(texts, cpu, output);
-    if (m_pid < 0)
+    pid_ = fork();
+    if (pid_ == 0)
+        runChild(texts, cpu, output);
+    if (pid_ < 0)
         throw std::system_error(errno, std::generic_category(), "fork");
 }
 
 Program::~Program()
 {
-    Stop(SIGKILL);
+    stop(SIGKILL);
 }
 
-void Program::Stop(int signal)
+void Program::stop(int signal)
 {
-    if (m_pid < 0)
+    if (pid_ < 0)
         return;
-    kill(m_pid, signal);
-    kill(m_pid, SIGCONT);
-    waitpid(m_pid, nullptr, 0);
-    m_pid = -1;
+    kill(pid_, signal);
+    kill(pid_, SIGCONT);
+    waitpid(pid_, nullptr, 0);
+    pid_ = -1;
 }
 
-void Program::Pause() const
+void Program::pause() const
 {
-    kill(m_pid, SIGSTOP);
-    waitpid(m_pid, nullptr, WUNTRACED);
+    kill(pid_, SIGSTOP);
+    waitpid(pid_, nullptr, WUNTRACED);
 }
 
-void Program::Resume() const
+void Program::resume() const
 {
-    kill(m_pid, SIGCONT);
+    kill(pid_, SIGCONT);
 }
 
-bool Program::Running()
+bool Program::running()
 {
-    if (m_pid > 0 && waitpid(m_pid, nullptr, WNOHANG) == m_pid)
-        m_pid = -1;
-    return m_pid > 0;
+    if (pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == pid_)
+        pid_ = -1;
+    return pid_ > 0;
 }
 
-std::chrono::nanoseconds Program::CpuTime() const
+std::chrono::nanoseconds Program::cpuTime() const
 {
     clockid_t clock = 0;
     timespec time = {};
-    if (clock_getcpuclockid(m_pid, &clock) != 0 || clock_gettime(clock, &time) != 0)
+    if (clock_getcpuclockid(pid_, &clock) != 0 || clock_gettime(clock, &time) != 0)
         throw std::runtime_error("no processor time of a program that should be running");
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-long Program::Status(const std::string &name) const
+long Program::status(const std::string &name) const
 {
-    std::ifstream file("/proc/" + std::to_string(m_pid) + "/status");
+    std::ifstream file("/proc/" + std::to_string(pid_) + "/status");
     for (std::string line; std::getline(file, line);)
         if (line.starts_with(name + ":"))
             return std::stol(line.substr(name.size() + 1));

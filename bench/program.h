@@ -16,24 +16,24 @@ class Program
      */
     explicit Program(const std::vector<std::string> &arguments, int cpu = -1, const char *output = "/dev/null");
     ~Program();
-    Program(Program &&other) noexcept : m_pid(std::exchange(other.m_pid, -1)) {}
+    Program(Program &&other) noexcept : pid_(std::exchange(other.pid_, -1)) {}
     Program &operator=(Program &&) = delete;
 
     /** Ends the process with a signal and waits for its end. */
-    void Stop(int signal);
+    void stop(int signal);
 
     /* A paused program takes no processor time. */
-    void Pause() const;
-    void Resume() const;
+    void pause() const;
+    void resume() const;
 
-    [[nodiscard]] pid_t Pid() const { return m_pid; }
+    [[nodiscard]] pid_t pid() const { return pid_; }
     /** False once the process has ended by itself. */
-    [[nodiscard]] bool Running();
+    [[nodiscard]] bool running();
     /** The processor time that all its threads have taken so far, at the kernel's full resolution. */
-    [[nodiscard]] std::chrono::nanoseconds CpuTime() const;
+    [[nodiscard]] std::chrono::nanoseconds cpuTime() const;
     /** A number out of /proc/<pid>/status, by its name, such as "VmHWM" (in kB). */
-    [[nodiscard]] long Status(const std::string &name) const;
+    [[nodiscard]] long status(const std::string &name) const;
 
   private:
-    pid_t m_pid = -1;
+    pid_t pid_ = -1;
 };

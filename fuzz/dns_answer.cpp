@@ -11,6 +11,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // The address may only be touched by an outcome that says so, and is four bytes of the packet then.
     const std::string_view packet(reinterpret_cast<const char *>(data), size);
     const std::string_view taken(reinterpret_cast<const char *>(&address), sizeof address);
-    Require(outcome == DNSAnswer::Address ? packet.find(taken, 12) != packet.npos : address == UNTOUCHED);
+    require(outcome == DNSAnswer::Address ? packet.find(taken, 12) != packet.npos : address == UNTOUCHED);
     return 0;
 }

@@ -22,13 +22,13 @@ struct FuzzEnvironment {
     {
         setlogmask(LOG_MASK(LOG_DEBUG)); // thousands of refusals are of no interest to anybody
         std::filesystem::create_symlink("/bin/true",
-                                        root.Path("/usr/bin/gen_task")); // changes of the recorder run it
+                                        root.path("/usr/bin/gen_task")); // changes of the recorder run it
     }
     RootEnvironment root;
-    FakeStore store{root.Path("/tmp/configer"), {}};
+    FakeStore store{root.path("/tmp/configer"), {}};
     FakeClock clock;
 
-    static FuzzEnvironment &Get()
+    static FuzzEnvironment &get()
     {
         static FuzzEnvironment environment;
         return environment;
@@ -36,7 +36,7 @@ struct FuzzEnvironment {
 };
 
 /** Ends the process when what must always hold does not. */
-inline void Require(bool holds)
+inline void require(bool holds)
 {
     if (!holds)
         abort();
@@ -44,13 +44,13 @@ inline void Require(bool holds)
 
 /** True when the text ends inside its array. */
 template <size_t N>
-bool Terminated(const char (&acText)[N])
+bool terminated(const char (&acText)[N])
 {
     return memchr(acText, '\0', N) != nullptr;
 }
 
 /** The first line of the input, which is taken off it. */
-inline std::string_view TakeLine(std::string_view &input)
+inline std::string_view takeLine(std::string_view &input)
 {
     const std::string_view line = input.substr(0, input.find('\n'));
     input.remove_prefix(std::min(line.size() + 1, input.size()));

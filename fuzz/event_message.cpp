@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     atRecords[MAX_EVENTS].iIndex = -77;
     int32_t iCount = MAX_EVENTS;
     const int result = KelpaFdServer_ParseEventMsg(message.c_str(), strlen(message.c_str()), atRecords, &iCount);
-    Require(iCount >= 0 && iCount <= MAX_EVENTS && (result == 0 || result == -1));
-    Require(atRecords[MAX_EVENTS].iIndex == -77);
+    require(iCount >= 0 && iCount <= MAX_EVENTS && (result == 0 || result == -1));
+    require(atRecords[MAX_EVENTS].iIndex == -77);
     return 0;
 }

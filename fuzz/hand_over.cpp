@@ -14,9 +14,9 @@ namespace
 struct Endpoint {
     Endpoint()
     {
-        const std::string path = FuzzEnvironment::Get().root.Path("/tmp/fuzz.sock");
-        Require(FDCGI_init(&handle, path.c_str()) == 0 && FDCGI_SetNonBlocking(handle) == 0);
-        webServer.Reset(FDCGI_client_socket(path.c_str()));
+        const std::string path = FuzzEnvironment::get().root.path("/tmp/fuzz.sock");
+        require(FDCGI_init(&handle, path.c_str()) == 0 && FDCGI_SetNonBlocking(handle) == 0);
+        webServer.reset(FDCGI_client_socket(path.c_str()));
     }
     ~Endpoint() { FDCGI_close(handle); }
     FDCGI_Handle handle = nullptr;
@@ -30,10 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const Endpoint endpoint;
     const std::string_view payload(reinterpret_cast<const char *>(data), std::min(size, FDCGI_MAX_DATAGRAM + 1));
-    Require(UnixSocket_SendPieces(endpoint.webServer.Get(), {&payload, 1}, endpoint.client.Get(), 0) >= 0);
+    require(UnixSocket_SendPieces(endpoint.webServer.get(), {&payload, 1}, endpoint.client.get(), 0) >= 0);
     int passed = -1;
     const int result = FDCGI_read(endpoint.handle, &passed);
-    Require((result == 0) == (passed >= 0));
+    require((result == 0) == (passed >= 0));
     if (result != 0)
         return 0;
     const UniqueFd owned(passed);
@@ -41,8 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const auto slot = std::make_unique<SessionSlot>();
     KelpaFdServer_Accept_FDIPC(endpoint.handle, *slot);
     const FDIPCInfo &request = slot->tRequest;
-    Require(Terminated(request.acUrl) && Terminated(request.acQeryString) && Terminated(request.acPostBody));
-    Require(request.iContentLength >= 0 && slot->iBufferLength >= -1);
-    Require(slot->eState == SessionState::Receive || slot->eState == SessionState::Parse);
+    require(terminated(request.acUrl) && terminated(request.acQeryString) && terminated(request.acPostBody));
+    require(request.iContentLength >= 0 && slot->iBufferLength >= -1);
+    require(slot->eState == SessionState::Receive || slot->eState == SessionState::Parse);
     return 0;
 }

@@ -16,7 +16,7 @@ namespace
 constexpr SetIndex PARSED_ONLY[] = {SetIndex::ModifyUser, SetIndex::DeleteUser, SetIndex::DIDOConfig,
                                     SetIndex::AudioUpstream};
 
-bool RunsRoutine(const SessionSlot &slot)
+bool runsRoutine(const SessionSlot &slot)
 {
     return slot.eMappingMethod == MappingMethod::Get ||
            std::ranges::find(PARSED_ONLY, static_cast<SetIndex>(slot.iMappingIndex)) == std::end(PARSED_ONLY);
@@ -26,10 +26,10 @@ bool RunsRoutine(const SessionSlot &slot)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static FuzzEnvironment &environment = FuzzEnvironment::Get();
-    environment.store.Answer("ok=1\n");
+    static FuzzEnvironment &environment = FuzzEnvironment::get();
+    environment.store.answer("ok=1\n");
     std::string_view input(reinterpret_cast<const char *>(data), size);
-    std::string_view url = TakeLine(input);
+    std::string_view url = takeLine(input);
     const bool post = url.starts_with('!');
     url.remove_prefix(post ? 1 : 0);
 
@@ -39,13 +39,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Text_Copy(slot->tRequest.acUrl, url);
     Text_Copy(post ? slot->tRequest.acPostBody : slot->tRequest.acQeryString, input);
     const int parsed = Dispatch_Parse(*slot);
-    Require((parsed == 0) == (slot->eStatusKind == StatusKind::Ok));
-    if (parsed == 0 && RunsRoutine(*slot))
+    require((parsed == 0) == (slot->eStatusKind == StatusKind::Ok));
+    if (parsed == 0 && runsRoutine(*slot))
         (void)(slot->eMappingMethod == MappingMethod::Get ? Dispatch_GetRow(*slot).pfnRoutine
                                                           : Dispatch_SetRow(*slot).pfnRoutine)(*slot);
     Composer_Routine_KELPAAPI(*slot);
-    Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
-    Require(std::string_view(slot->acBuffer).size() == static_cast<size_t>(slot->iBufferLength));
-    Require(Terminated(slot->tRequest.acQeryString) && Terminated(slot->tRequest.acPostBody));
+    require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
+    require(std::string_view(slot->acBuffer).size() == static_cast<size_t>(slot->iBufferLength));
+    require(terminated(slot->tRequest.acQeryString) && terminated(slot->tRequest.acPostBody));
     return 0;
 }

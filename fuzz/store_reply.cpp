@@ -11,10 +11,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static FuzzEnvironment &environment = FuzzEnvironment::Get();
+    static FuzzEnvironment &environment = FuzzEnvironment::get();
     std::string_view input(reinterpret_cast<const char *>(data), size);
-    const int32_t index = Text_ToInt(TakeLine(input));
-    environment.store.Answer(input);
+    const int32_t index = Text_ToInt(takeLine(input));
+    environment.store.answer(input);
 
     const auto slot = std::make_unique<SessionSlot>();
     slot->tRequest.iClientSocket = SOCKET_NONE;
@@ -24,8 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     slot->eMappingMethod = MappingMethod::Get;
     slot->iMappingIndex = index;
     const int result = Dispatch_GetRow(*slot).pfnRoutine(*slot);
-    Require(result == 0 || slot->eMappingResult != StatusKind::Ok || slot->eStatusKind != StatusKind::Ok);
+    require(result == 0 || slot->eMappingResult != StatusKind::Ok || slot->eStatusKind != StatusKind::Ok);
     Composer_Routine_KELPAAPI(*slot);
-    Require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
+    require(slot->iBufferLength >= 0 && slot->iBufferLength < static_cast<int32_t>(sizeof slot->acBuffer));
     return 0;
 }

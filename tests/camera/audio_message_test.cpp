@@ -35,14 +35,14 @@ TEST(AudioMessage, IsToldByItsBytes)
     EXPECT_EQ(kindOf(DECODER_CONFIG), "configuration");
     for (const std::string &samples :
          {std::string("abc"), std::string(), std::string(20, 'x'), std::string(9959, 'x')})
-        EXPECT_EQ(kindOf(DecoderFrame(samples)), "frame of " + samples);
+        EXPECT_EQ(kindOf(decoderFrame(samples)), "frame of " + samples);
     const std::pair<const char *, std::string> malformed[] = {
         {"nothing", ""},
-        {"less than a head", DecoderFrame("").substr(0, 43)},
-        {"length one too small", changed(DecoderFrame("abc"), 0, 46)},
-        {"length one too large", changed(DecoderFrame("abc"), 0, 48)},
-        {"length that a high byte makes huge", changed(DecoderFrame("abc"), 3, 1)},
-        {"frame of another codec", changed(DecoderFrame("abc"), 7, '2')},
+        {"less than a head", decoderFrame("").substr(0, 43)},
+        {"length one too small", changed(decoderFrame("abc"), 0, 46)},
+        {"length one too large", changed(decoderFrame("abc"), 0, 48)},
+        {"length that a high byte makes huge", changed(decoderFrame("abc"), 3, 1)},
+        {"frame of another codec", changed(decoderFrame("abc"), 7, '2')},
         {"configuration of another codec", changed(DECODER_CONFIG, 11, '2')},
         {"configuration of the other law", changed(DECODER_CONFIG, 44, 'A')},
         {"configuration of two channels", changed(DECODER_CONFIG, 48, 2)},

@@ -188,9 +188,9 @@ TEST_F(CameraReaction, RebootRefusesConnectionsForAWhileAndComesBack)
             return false;
         }
     };
-    EXPECT_TRUE(WaitFor([&] { return !answers(); }));
+    EXPECT_TRUE(waitFor([&] { return !answers(); }));
     const auto downAt = Clock::now();
-    ASSERT_TRUE(WaitFor(answers));
+    ASSERT_TRUE(waitFor(answers));
     const json state = camera.state();
     EXPECT_GT(Clock::now() - downAt, seconds(2)) << "as long as a camera takes";
     EXPECT_EQ(state["power"]["reboots"], 1);

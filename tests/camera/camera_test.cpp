@@ -28,7 +28,7 @@ size_t countDescriptors(pid_t pid)
 /** Whether a process comes down to that many descriptors: a connection is closed a little after its reply. */
 bool comesDownTo(size_t descriptors, pid_t pid)
 {
-    return WaitFor([&] { return countDescriptors(pid) <= descriptors; });
+    return waitFor([&] { return countDescriptors(pid) <= descriptors; });
 }
 
 TEST(Camera, NameIsKeptOverARestartAndACrash)

@@ -61,7 +61,7 @@ TEST_F(HandOverTest, BodyIsTakenUpToItsLimitAndTheRestStaysOnTheSocket)
                                                               {"/dev/speaker.cgi", 5000, 0}};
     for (const auto &[path, length, handedOver] : cases) {
         SCOPED_TRACE(path + std::to_string(length));
-        const std::string body = AudioPayload(length);
+        const std::string body = audioPayload(length);
         const FileDescriptor client =
             camera.send("POST " + std::string(path) + " HTTP/1.1\r\nContent-Length: " + std::to_string(length) +
                         "\r\n\r\n" + body + "END");

@@ -59,7 +59,7 @@ struct Pair {
 };
 
 /** The lines of a text reply, or the elements of an XML one under the names that a change gives them. */
-std::vector<Pair> Parse(const std::string &body, const std::map<std::string, std::string> &names)
+std::vector<Pair> parse(const std::string &body, const std::map<std::string, std::string> &names)
 {
     std::vector<Pair> pairs;
     const bool isXml = body.starts_with("<config>");
@@ -75,13 +75,13 @@ std::vector<Pair> Parse(const std::string &body, const std::map<std::string, std
     return pairs;
 }
 
-std::vector<Pair> Without(std::vector<Pair> pairs, const Keys &keys)
+std::vector<Pair> without(std::vector<Pair> pairs, const Keys &keys)
 {
     std::erase_if(pairs, [&](const Pair &p) { return std::find(keys.begin(), keys.end(), p.key) != keys.end(); });
     return pairs;
 }
 
-std::string Join(const std::vector<Pair> &pairs)
+std::string join(const std::vector<Pair> &pairs)
 {
     std::string text;
     for (const Pair &pair : pairs)
@@ -90,7 +90,7 @@ std::string Join(const std::vector<Pair> &pairs)
 }
 
 /** What differs, as "key: before -> after" lines. */
-std::string Differences(FakeStore::Settings before, FakeStore::Settings after, const Keys &commands)
+std::string differences(FakeStore::Settings before, FakeStore::Settings after, const Keys &commands)
 {
     std::string text;
     for (const auto &[key, value] : after)
@@ -100,7 +100,7 @@ std::string Differences(FakeStore::Settings before, FakeStore::Settings after, c
     return text;
 }
 
-FakeStore::Settings SettingsOf(const Resource &resource)
+FakeStore::Settings settingsOf(const Resource &resource)
 {
     FakeStore::Settings settings = resource.settings;
     for (const camera::Setting &setting : camera::factoryDefaults())
@@ -123,30 +123,30 @@ INSTANTIATE_TEST_SUITE_P(Resources, RoundTrip, testing::ValuesIn(RESOURCES), [](
 TEST_P(RoundTrip, WhatIsReadCanBeSentBackAndChangesNothing)
 {
     const Resource &resource = GetParam();
-    TestCamera camera({.settings = SettingsOf(resource)});
-    const std::string fifo = camera.root.Path("/var/run/iod/iodfifo"); // "/config/io.cgi" waits for a reader
+    TestCamera camera({.settings = settingsOf(resource)});
+    const std::string fifo = camera.root.path("/var/run/iod/iodfifo"); // "/config/io.cgi" waits for a reader
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const UniqueFd reader(open(fifo.c_str(), O_RDWR | O_CLOEXEC));
 
-    const FakeStore::Settings before = camera.store.All();
+    const FakeStore::Settings before = camera.store.all();
     const auto read = [&] {
-        const std::string reply = camera.Get(resource.url, resource.selector);
+        const std::string reply = camera.get(resource.url, resource.selector);
         EXPECT_TRUE(reply.starts_with("HTTP/1.1 200 OK\r\n")) << reply;
-        return Parse(ReplyBody(reply), resource.names);
+        return parse(replyBody(reply), resource.names);
     };
     const std::vector<Pair> first = read();
-    const std::vector<Pair> sent = Without(first, resource.refused);
+    const std::vector<Pair> sent = without(first, resource.refused);
     ASSERT_FALSE(sent.empty());
     for (const bool post : {false, true}) {
-        const std::string text = Join(sent);
+        const std::string text = join(sent);
         SCOPED_TRACE((post ? "POST " : "GET ") + text);
-        const std::string reply = post ? camera.Post(resource.url, text) : camera.Get(resource.url, text);
+        const std::string reply = post ? camera.post(resource.url, text) : camera.get(resource.url, text);
         if (std::string(resource.url).starts_with("/cgi/admin/")) {
             EXPECT_EQ(reply, XML_OK);
         } else {
-            EXPECT_EQ(Join(Parse(ReplyBody(reply), {})), text) << "the echo";
+            EXPECT_EQ(join(parse(replyBody(reply), {})), text) << "the echo";
         }
-        EXPECT_EQ(Join(Without(read(), resource.moving)), Join(Without(first, resource.moving)));
-        EXPECT_EQ(Differences(before, camera.store.All(), resource.commands), "");
+        EXPECT_EQ(join(without(read(), resource.moving)), join(without(first, resource.moving)));
+        EXPECT_EQ(differences(before, camera.store.all(), resource.commands), "");
     }
 }

@@ -78,8 +78,8 @@ TEST(Sound, WhatTheCameraCannotPlayIsRefusedWithTheWayOut)
 
 TEST(Frame, IsWhatACameraTakes)
 {
-    const std::string audio = AudioPayload(320);
-    EXPECT_EQ(talk::makeFrame(audio), AudioHeaderBytes({.dataLength = 320, .unused = '\0'}) + audio);
+    const std::string audio = audioPayload(320);
+    EXPECT_EQ(talk::makeFrame(audio), audioHeaderBytes({.dataLength = 320, .unused = '\0'}) + audio);
 }
 
 TEST(Address, IsReadInItsUsualForms)

@@ -53,15 +53,15 @@ TEST(AudioDecoder, EveryConfigurationBeginsATalkWithItsFirstSamples)
 {
     const CameraProcess camera;
     const Sender sender(camera);
-    sender.send(DecoderFrame("\x80\x80"));
+    sender.send(decoderFrame("\x80\x80"));
     sender.send("rubbish");
     json talk = waitForTalk(camera, "rejected", 2);
     EXPECT_EQ(talk["talks"], 0) << "a frame before any configuration";
 
     sender.send(DECODER_CONFIG);
-    sender.send(DecoderFrame(""));
-    sender.send(DecoderFrame("\x80\x80"));
-    sender.send(DecoderFrame({"\xff\x00", 2}));
+    sender.send(decoderFrame(""));
+    sender.send(decoderFrame("\x80\x80"));
+    sender.send(decoderFrame({"\xff\x00", 2}));
     talk = waitForTalk(camera, "frames", 3);
     EXPECT_EQ(talk["talks"], 1);
     EXPECT_EQ(talk["current"]["file"], "talk/talk-0001.wav");
@@ -71,7 +71,7 @@ TEST(AudioDecoder, EveryConfigurationBeginsATalkWithItsFirstSamples)
 
     sender.send(DECODER_CONFIG);
     waitForTalk(camera, "current", nullptr);
-    sender.send(DecoderFrame("abc"));
+    sender.send(decoderFrame("abc"));
     talk = waitForTalk(camera, "frames", 4);
     EXPECT_EQ(talk["current"]["file"], "talk/talk-0002.wav");
     EXPECT_EQ(talk["files"], json({"talk/talk-0001.wav", "talk/talk-0002.wav"}));
@@ -84,7 +84,7 @@ TEST(AudioDecoder, KeepsTheLastTwentyFilesOverARestart)
         const Sender sender(camera);
         for (int i = 1; i <= count; ++i) {
             sender.send(DECODER_CONFIG);
-            sender.send(DecoderFrame("x"));
+            sender.send(decoderFrame("x"));
             waitForTalk(camera, "frames", i);
         }
     };
@@ -111,7 +111,7 @@ Outcome runTalk(std::vector<std::string> arguments, const std::string &outputFil
     const TemporaryFolder folder;
     arguments.insert(arguments.begin(), KELPA_TALK_PROGRAM);
     ChildProcess program(arguments, {{}, outputFile, folder.path("err")});
-    const int status = program.Wait();
+    const int status = program.wait();
     return {status, readFile(folder.path("err"))};
 }
 
@@ -149,7 +149,7 @@ TEST(Talk, AToneComesOutOfTheDecoderWholeAndInItsTime)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.error, "");
     const std::string path = camera.root() + "/talk/talk-0001.wav";
-    EXPECT_TRUE(WaitFor([&] { return readFile(path).size() >= 44 + 2 * LENGTH; }));
+    EXPECT_TRUE(waitFor([&] { return readFile(path).size() >= 44 + 2 * LENGTH; }));
     SndfileHandle file(path);
     ASSERT_EQ(file.frames(), LENGTH);
     Samples heard(LENGTH);
@@ -174,7 +174,7 @@ TEST(Talk, RefusalsAreUnderstood)
     EXPECT_EQ(camera.get("/dev/speaker.cgi?client=first"), "HTTP/1.1 200 OK\r\n");
     const FileDescriptor first =
         camera.send("POST /dev/speaker.cgi?client=first HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n" + RANDOM_4CC +
-                    AudioFrame("a"));
+                    audioFrame("a"));
     waitForTalk(camera, "frames", 1);
     outcome = runTalk({"--host", address, file});
     EXPECT_EQ(outcome.status, 1);
@@ -194,19 +194,19 @@ TEST(Talk, RefusalsAreUnderstood)
 TEST(Talk, WhatIsNoWebServerIsSaid)
 {
     uint16_t port = 0;
-    const UniqueFd listener = BindToLoopback(SOCK_STREAM, port);
-    ASSERT_EQ(listen(listener.Get(), 1), 0);
+    const UniqueFd listener = bindToLoopback(SOCK_STREAM, port);
+    ASSERT_EQ(listen(listener.get(), 1), 0);
     const TemporaryFolder folder;
     const std::string file = folder.path("tone.wav"), output = folder.path("output");
     std::jthread other([&] {
-        const UniqueFd client(accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const UniqueFd client(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         EXPECT_EQ(readFile(output), file + ": 0.1 s\n") << "what comes is said before it comes";
-        send(client.Get(), "SSH-2.0-something\r\n", 19, MSG_NOSIGNAL);
+        send(client.get(), "SSH-2.0-something\r\n", 19, MSG_NOSIGNAL);
     });
     writeSound(file, tone(800));
     const std::string address = "127.0.0.1:" + std::to_string(port);
     const Outcome outcome = runTalk({"--host", address, file}, output);
-    shutdown(listener.Get(), SHUT_RDWR);
+    shutdown(listener.get(), SHUT_RDWR);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.error, "kelpa-talk: " + address + ": what answers does not speak HTTP\n");
 }

@@ -15,9 +15,9 @@ const std::string FIXED =
 
 const std::string NO_TRIGGER = "out1ByMotion=0&out1ByIn1=0&out1ByIn2=0";
 
-std::string Reply(int enable, const std::string &motion, const std::string &in1, const std::string &in2)
+std::string reply(int enable, const std::string &motion, const std::string &in1, const std::string &in2)
 {
-    return OkReply("<config><digitalOutput><toOut1><enable>" + std::to_string(enable) +
+    return okReply("<config><digitalOutput><toOut1><enable>" + std::to_string(enable) +
                    "</enable><triggerBy><byMotion>" + motion + "</byMotion><byIn1>" + in1 + "</byIn1><byIn2>" +
                    in2 + "</byIn2></triggerBy></toOut1></digitalOutput></config>");
 }
@@ -36,25 +36,25 @@ TEST(Alarm, IsWrittenAndReadBack)
                  {"0", "0", "0", "event_i2_trigger=&"}};
     for (const auto &[motion, in1, in2, written] : cases) {
         const std::string query = "out1ByMotion=" + motion + "&out1ByIn1=" + in1 + "&out1ByIn2=" + in2;
-        ExpectChanges(camera, URL, {{"on", "toOut1=1&" + query, FIXED + "event_i2_enable=1&" + written}});
-        EXPECT_EQ(camera.Get(URL), Reply(1, motion, in1, in2));
-        ExpectChanges(camera, URL, {{"no change of the switch", query, FIXED + written}});
-        EXPECT_EQ(camera.Get(URL), Reply(1, motion, in1, in2));
-        ExpectChanges(camera, URL, {{"off", query + "&toOut1=0", FIXED + "event_i2_enable=0&" + written}});
-        EXPECT_EQ(camera.Get(URL), Reply(0, motion, in1, in2));
+        expectChanges(camera, URL, {{"on", "toOut1=1&" + query, FIXED + "event_i2_enable=1&" + written}});
+        EXPECT_EQ(camera.get(URL), reply(1, motion, in1, in2));
+        expectChanges(camera, URL, {{"no change of the switch", query, FIXED + written}});
+        EXPECT_EQ(camera.get(URL), reply(1, motion, in1, in2));
+        expectChanges(camera, URL, {{"off", query + "&toOut1=0", FIXED + "event_i2_enable=0&" + written}});
+        EXPECT_EQ(camera.get(URL), reply(0, motion, in1, in2));
     }
 }
 
 TEST(Alarm, BadRequestsWriteNothing)
 {
     TestCamera camera;
-    ExpectRanges(camera, URL, "toOut1=0..1", NO_TRIGGER + "&");
-    ExpectRefused(camera, URL,
+    expectRanges(camera, URL, "toOut1=0..1", NO_TRIGGER + "&");
+    expectRefused(camera, URL,
                   "toOut1=1 out1ByMotion=1&out1ByIn1=1&out1ByIn2=0 out1ByMotion=1&out1ByIn1=0&out1ByIn2=1",
                   INVALID_PARAMETER);
-    ExpectRefused(camera, URL, NO_TRIGGER + "&a=<b>");
-    EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
-    EXPECT_EQ(camera.Post(URL, NO_TRIGGER), XML_OK);
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL, NO_TRIGGER), UPDATE_FAILED);
+    expectRefused(camera, URL, NO_TRIGGER + "&a=<b>");
+    EXPECT_EQ(camera.post(URL, ""), INVALID_PARAMETER);
+    EXPECT_EQ(camera.post(URL, NO_TRIGGER), XML_OK);
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(URL, NO_TRIGGER), UPDATE_FAILED);
 }

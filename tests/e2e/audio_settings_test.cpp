@@ -10,9 +10,9 @@ const std::string AUDIO = "/config/audio.cgi";
 const std::string MIC = "/config/mic.cgi";
 const std::string SPEAKER = "/config/speaker.cgi";
 
-std::string ProfileReply(int profile, const std::string &codec, int sampleRate, int channels, int bitRate)
+std::string profileReply(int profile, const std::string &codec, int sampleRate, int channels, int bitRate)
 {
-    return OkReply("profileid=" + std::to_string(profile) + "\r\ncodec=" + codec +
+    return okReply("profileid=" + std::to_string(profile) + "\r\ncodec=" + codec +
                    "\r\nsamplerate=" + std::to_string(sampleRate) + "\r\nchannel=" + std::to_string(channels) +
                    "\r\nbitrate=" + std::to_string(bitRate) + "\r\n");
 }
@@ -21,40 +21,40 @@ std::string ProfileReply(int profile, const std::string &codec, int sampleRate, 
 
 TEST(Audio, SampleRateAndChannelsFollowFromTheStoredCodec)
 {
-    TestCamera camera({.settings = MediaSettings()});
+    TestCamera camera({.settings = mediaSettings()});
     const struct {
         int bitRate;
         int sampleRate;
     } aac[] = {{16000, 8000}, {32000, 16000}, {48000, 16000},  {64000, 32000},
                {64001, 8000}, {96000, 44100}, {128000, 44100}, {5, 8000}};
     for (const auto &test : aac) {
-        camera.store.Set("audioin_c0_s0_aac4_bitrate", std::to_string(test.bitRate));
-        EXPECT_EQ(camera.Get(AUDIO, "profileid=1"), ProfileReply(1, "AAC", test.sampleRate, 2, test.bitRate));
+        camera.store.set("audioin_c0_s0_aac4_bitrate", std::to_string(test.bitRate));
+        EXPECT_EQ(camera.get(AUDIO, "profileid=1"), profileReply(1, "AAC", test.sampleRate, 2, test.bitRate));
     }
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "MU-LAW", 8000, 1, 64000));
-    camera.store.Set({{"audioin_c0_s1_g711_mode", "pcma"}, {"audioin_c0_s1_pcma_bitrate", "64000"}});
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "A-LAW", 8000, 1, 64000));
-    camera.store.Set({{"audioin_c0_s1_codectype", "gamr"}, {"audioin_c0_s1_gamr_bitrate", "12200"}});
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "AMR", 8000, 1, 12200));
-    camera.store.Set({{"audioin_c0_s1_codectype", "opus"}, {"audioin_c0_s1_opus_bitrate", "9"}});
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=2"), ProfileReply(2, "opus", 0, 0, 9));
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=3"), BAD_REQUEST);
+    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "MU-LAW", 8000, 1, 64000));
+    camera.store.set({{"audioin_c0_s1_g711_mode", "pcma"}, {"audioin_c0_s1_pcma_bitrate", "64000"}});
+    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "A-LAW", 8000, 1, 64000));
+    camera.store.set({{"audioin_c0_s1_codectype", "gamr"}, {"audioin_c0_s1_gamr_bitrate", "12200"}});
+    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "AMR", 8000, 1, 12200));
+    camera.store.set({{"audioin_c0_s1_codectype", "opus"}, {"audioin_c0_s1_opus_bitrate", "9"}});
+    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "opus", 0, 0, 9));
+    EXPECT_EQ(camera.get(AUDIO, "profileid=3"), BAD_REQUEST);
 }
 
 TEST(Audio, KeptARateIsWrittenUnderG711AndReadUnderItsLaw)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    ExpectChanges(camera, AUDIO,
+    TestCamera camera({.settings = mediaSettings()});
+    expectChanges(camera, AUDIO,
                   {{"mu-law", "profileid=1&codec=MU-LAW&bitrate=64000",
                     "audioin_c0_s0_codectype=g711&audioin_c0_s0_g711_mode=pcmu&audioin_c0_s0_g711_bitrate=64000"}});
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=1"), INTERNAL_ERROR) << "the store has no rate for pcmu yet";
-    EXPECT_EQ(camera.store.Requests().back(), "get NameValue 99 0\naudioin_c0_s0_pcmu_bitrate&");
+    EXPECT_EQ(camera.get(AUDIO, "profileid=1"), INTERNAL_ERROR) << "the store has no rate for pcmu yet";
+    EXPECT_EQ(camera.store.requests().back(), "get NameValue 99 0\naudioin_c0_s0_pcmu_bitrate&");
 }
 
 TEST(Audio, ChangesAreCheckedAgainstTheCodec)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    ExpectChanges(
+    TestCamera camera({.settings = mediaSettings()});
+    expectChanges(
         camera, AUDIO,
         {{"codec alone", "profileid=1&codec=AAC", "audioin_c0_s0_codectype=aac4"},
          {"law", "profileid=2&codec=A-LAW", "audioin_c0_s1_codectype=g711&audioin_c0_s1_g711_mode=pcma"},
@@ -63,39 +63,39 @@ TEST(Audio, ChangesAreCheckedAgainstTheCodec)
          {"rate of the given codec", "profileid=2&codec=AMR&bitrate=4750",
           "audioin_c0_s1_codectype=gamr&audioin_c0_s1_gamr_bitrate=4750"},
          {"a codec of 8 characters is absent", "profileid=1&codec=12345678", "audioin_c0_s0_codectype=aac4"}});
-    ExpectRefused(camera, AUDIO,
+    expectRefused(camera, AUDIO,
                   "profileid=1&codec=MU-LAW&bitrate=32000 profileid=2&bitrate=32000 profileid=2&bitrate=-1 "
                   "profileid=1&codec=OPUS profileid=0&codec=AAC codec=AAC");
-    camera.WaitForTrace("esrInvalidOperation, ptAudioConfigResult->iProfileID=0\n");
-    camera.store.AnswerNothing(1);
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), BAD_REQUEST) << "the number of profiles";
-    camera.store.AnswerNothing(2);
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the current codec";
-    camera.store.AnswerNothing(3);
-    EXPECT_EQ(camera.Get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the write";
+    camera.waitForTrace("esrInvalidOperation, ptAudioConfigResult->iProfileID=0\n");
+    camera.store.answerNothing(1);
+    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), BAD_REQUEST) << "the number of profiles";
+    camera.store.answerNothing(2);
+    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the current codec";
+    camera.store.answerNothing(3);
+    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the write";
 }
 
 TEST(Microphone, IsReadAndChanged)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    ExpectChanges(camera, MIC,
+    TestCamera camera({.settings = mediaSettings()});
+    expectChanges(camera, MIC,
                   {{"both", "enable=yes&volume=50", "audioin_c0_mute=0&audioin_c0_gain=50"},
                    {"off", "enable=no", "audioin_c0_mute=1"},
                    {"the volume alone", "volume=1", "&audioin_c0_gain=1"}});
-    ExpectRanges(camera, MIC, "volume=1..100");
-    ExpectRefused(camera, MIC, "enable=on x=1");
-    EXPECT_EQ(camera.Get(MIC), OkReply("enable=no\r\nvolume=100\r\n"));
-    camera.store.Set("capability_supportaudio", "0");
-    camera.store.Remove("audioin_c0_mute");
-    EXPECT_EQ(camera.Get(MIC), BAD_REQUEST) << "no audio on this camera";
+    expectRanges(camera, MIC, "volume=1..100");
+    expectRefused(camera, MIC, "enable=on x=1");
+    EXPECT_EQ(camera.get(MIC), okReply("enable=no\r\nvolume=100\r\n"));
+    camera.store.set("capability_supportaudio", "0");
+    camera.store.remove("audioin_c0_mute");
+    EXPECT_EQ(camera.get(MIC), BAD_REQUEST) << "no audio on this camera";
 }
 
 TEST(Speaker, IsReadAndChanged)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    ExpectChanges(camera, SPEAKER, {{"off", "enable=no", "audioout_c0_speaker_enable=0"}});
-    EXPECT_EQ(camera.Get(SPEAKER), OkReply("enable=no\r\n"));
-    ExpectRefused(camera, SPEAKER, "enable=Yes x=1");
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(SPEAKER, "enable=yes"), INTERNAL_ERROR);
+    TestCamera camera({.settings = mediaSettings()});
+    expectChanges(camera, SPEAKER, {{"off", "enable=no", "audioout_c0_speaker_enable=0"}});
+    EXPECT_EQ(camera.get(SPEAKER), okReply("enable=no\r\n"));
+    expectRefused(camera, SPEAKER, "enable=Yes x=1");
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(SPEAKER, "enable=yes"), INTERNAL_ERROR);
 }

@@ -23,20 +23,20 @@ struct Outcome {
 };
 
 /** Runs the daemon with these arguments in an empty camera, where it could not start. */
-Outcome RunKelpa(const std::vector<std::string> &arguments, const std::string &debugLevel = "")
+Outcome runKelpa(const std::vector<std::string> &arguments, const std::string &debugLevel = "")
 {
     const TempRoot root;
-    std::vector<std::string> command = {TestCamera::Binary()};
+    std::vector<std::string> command = {TestCamera::binary()};
     command.insert(command.end(), arguments.begin(), arguments.end());
     for (std::string &argument : command)
         if (argument == "SOCKET" || argument == "PID")
-            argument.insert(0, root.Path() + "/");
-    ChildProcess daemon(command, {.environment = {"KELPA_ROOT=" + root.Path(), "KELPA_DEBUG=" + debugLevel},
-                                  .outputFile = root.Path("/out"),
-                                  .errorFile = root.Path("/err")});
-    const int status = daemon.Wait();
-    EXPECT_FALSE(std::filesystem::exists(root.Path("/SOCKET")) && status == 0) << "no socket is opened";
-    return {status, ReadWholeFile(root.Path("/out")), ReadWholeFile(root.Path("/err"))};
+            argument.insert(0, root.path() + "/");
+    ChildProcess daemon(command, {.environment = {"KELPA_ROOT=" + root.path(), "KELPA_DEBUG=" + debugLevel},
+                                  .outputFile = root.path("/out"),
+                                  .errorFile = root.path("/err")});
+    const int status = daemon.wait();
+    EXPECT_FALSE(std::filesystem::exists(root.path("/SOCKET")) && status == 0) << "no socket is opened";
+    return {status, readWholeFile(root.path("/out")), readWholeFile(root.path("/err"))};
 }
 
 } // namespace
@@ -51,12 +51,12 @@ TEST(CommandLine, PrintsUsageAndFailsUnlessThereAreTwoArguments)
                  {{"--"}, true}};
     for (const auto &[arguments, counted] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
-        const Outcome outcome = RunKelpa(arguments, "2");
+        const Outcome outcome = runKelpa(arguments, "2");
         EXPECT_EQ(outcome.status, 1);
         EXPECT_TRUE(outcome.output.ends_with(USAGE)) << outcome.output;
         EXPECT_EQ(outcome.error.ends_with("[main]Wrong number of arguments\n"), counted);
     }
-    EXPECT_EQ(RunKelpa({}).output, USAGE);
+    EXPECT_EQ(runKelpa({}).output, USAGE);
 }
 
 TEST(CommandLine, PrintsTheVersionBeforeAnythingElse)
@@ -64,7 +64,7 @@ TEST(CommandLine, PrintsTheVersionBeforeAnythingElse)
     for (const std::vector<std::string> &arguments :
          {std::vector<std::string>{"-v"}, {"SOCKET", "PID", "-v"}, {"-vh"}, {"-v", "-x"}}) {
         SCOPED_TRACE(testing::PrintToString(arguments));
-        const Outcome outcome = RunKelpa(arguments);
+        const Outcome outcome = runKelpa(arguments);
         EXPECT_EQ(outcome.status, 0);
         ASSERT_TRUE(outcome.output.starts_with(VERSION)) << outcome.output;
         EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 2) << "one more line";
@@ -73,31 +73,31 @@ TEST(CommandLine, PrintsTheVersionBeforeAnythingElse)
 
 TEST(CommandLine, DetachesBeforeItGoesOn)
 {
-    const Outcome outcome = RunKelpa({"-d", "-v"});
+    const Outcome outcome = runKelpa({"-d", "-v"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output, "run as daemon mode") << "the version goes to the detached process's output";
 }
 
 TEST(CommandLine, DebugLevelIsPrinted)
 {
-    EXPECT_TRUE(RunKelpa({"-v"}, "1").output.starts_with("Debug Init:level = 1\r\n" + VERSION));
+    EXPECT_TRUE(runKelpa({"-v"}, "1").output.starts_with("Debug Init:level = 1\r\n" + VERSION));
 }
 
 TEST(CommandLine, RunsAsADaemon)
 {
     TestCamera camera({.start = false});
-    ChildProcess foreground({TestCamera::Binary(), "-d", camera.SocketPath(), camera.PidFile()},
-                            {.environment = {"KELPA_ROOT=" + camera.root.Path()}});
-    EXPECT_EQ(foreground.Wait(), 0);
-    ASSERT_TRUE(WaitFor([&] { return ReadWholeFile(camera.PidFile()).ends_with('\n'); }));
-    const std::string pid = std::to_string(std::stoi(ReadWholeFile(camera.PidFile())));
-    EXPECT_NE(pid, std::to_string(foreground.Pid()));
+    ChildProcess foreground({TestCamera::binary(), "-d", camera.socketPath(), camera.pidFile()},
+                            {.environment = {"KELPA_ROOT=" + camera.root.path()}});
+    EXPECT_EQ(foreground.wait(), 0);
+    ASSERT_TRUE(waitFor([&] { return readWholeFile(camera.pidFile()).ends_with('\n'); }));
+    const std::string pid = std::to_string(std::stoi(readWholeFile(camera.pidFile())));
+    EXPECT_NE(pid, std::to_string(foreground.pid()));
     // The request is served after the signals are set up, so the signal below finds its handler.
-    EXPECT_EQ(camera.Get("/config/camera_info.cgi"), OkReply("name=Entrance\r\n"));
+    EXPECT_EQ(camera.get("/config/camera_info.cgi"), okReply("name=Entrance\r\n"));
     const std::filesystem::path process = "/proc/" + pid;
     EXPECT_EQ(std::filesystem::read_symlink(process / "cwd"), "/");
     for (const char *stream : {"0", "1", "2"})
         EXPECT_EQ(std::filesystem::read_symlink(process / "fd" / stream), "/dev/null");
     ASSERT_EQ(kill(std::stoi(pid), SIGTERM), 0);
-    EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(camera.PidFile()); }));
+    EXPECT_TRUE(waitFor([&] { return !std::filesystem::exists(camera.pidFile()); }));
 }

@@ -12,17 +12,17 @@ const std::string URL = "/common/info.cgi";
 TEST(DeviceInfo, CannotBeChanged)
 {
     TestCamera camera;
-    ExpectRefused(camera, URL, "name=x x");
-    EXPECT_EQ(camera.Post(URL, ""), BAD_REQUEST);
-    EXPECT_EQ(camera.Post(URL, "name=x"), BAD_REQUEST);
-    EXPECT_TRUE(camera.store.Requests().empty());
+    expectRefused(camera, URL, "name=x x");
+    EXPECT_EQ(camera.post(URL, ""), BAD_REQUEST);
+    EXPECT_EQ(camera.post(URL, "name=x"), BAD_REQUEST);
+    EXPECT_TRUE(camera.store.requests().empty());
 }
 
 TEST(DeviceInfo, DependsOnTheStoreValueByValue)
 {
     const std::string version = "1.02\r\nbuild=07";
     TestCamera camera;
-    ExpectReads(camera, URL,
+    expectReads(camera, URL,
                 {{"no dot", "system_info_fwversion=110", version, "110\r\nbuild="},
                  {"dot at the end", "system_info_fwversion=1.", version, "1\r\nbuild="},
                  {"dot at the beginning", "system_info_fwversion=.7", version, "\r\nbuild=7"},
@@ -47,7 +47,7 @@ TEST(DeviceInfo, KnowsTheHardwareByTheModel)
         {"", "A1"},      {"2202 and 2205", "C1"}, {"2205 2201", "C1"}, {"22 05", "A1"}};
     TestCamera camera;
     for (const auto &[model, revision] : cases) {
-        camera.store.Set("system_info_extendedmodelname", model);
-        EXPECT_NE(camera.Get(URL).find("\r\nhw_version=" + revision + "\r\n"), std::string::npos) << model;
+        camera.store.set("system_info_extendedmodelname", model);
+        EXPECT_NE(camera.get(URL).find("\r\nhw_version=" + revision + "\r\n"), std::string::npos) << model;
     }
 }

@@ -16,7 +16,7 @@ const std::string PROVIDER(31, 's');
 TEST(Network, ChangesAreWrittenInTheStoresOrder)
 {
     TestCamera camera;
-    ExpectChanges(
+    expectChanges(
         camera, NETWORK,
         {{"everything, given backwards",
           "rtspport=555&httpexternalport=8081&httpport=65535&upnp=on&ddnspass=dp&ddnsuser=du&ddnshost=dh&"
@@ -33,19 +33,19 @@ TEST(Network, ChangesAreWrittenInTheStoresOrder)
           "&ddns_provider=PomroCN&ddns_PomroCN_hostname=h&ddns_PomroCN_servername=" + PROVIDER},
          {"an account without provider is dropped", "ddnshost=h&dhcp=on", "network_resetip=1"},
          {"the last group is not checked", "ip=192.168.1.300", "&network_ipaddress=192.168.1.300"}});
-    ExpectRefused(camera, NETWORK,
+    expectRefused(camera, NETWORK,
                   "foo=1 ddnsuser=u dhcp=yes ip=192.168.300.1 dhcp=on&dns2=1.2.3 ddnsprovider=" +
                       std::string(32, 'p'));
-    ExpectRanges(camera, NETWORK, "httpport=1..65535 httpexternalport=1..65535 rtspport=1..65535");
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(NETWORK, "dhcp=on"), INTERNAL_ERROR);
-    EXPECT_EQ(camera.store.LastSet(), "network_resetip=1");
+    expectRanges(camera, NETWORK, "httpport=1..65535 httpexternalport=1..65535 rtspport=1..65535");
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(NETWORK, "dhcp=on"), INTERNAL_ERROR);
+    EXPECT_EQ(camera.store.lastSet(), "network_resetip=1");
 }
 
 TEST(Ddns, ChangesAreWrittenInTheStoresOrder)
 {
     TestCamera camera;
-    ExpectChanges(
+    expectChanges(
         camera, DDNS,
         {{"everything, given backwards", "pass=p&user=u&host=h&provider=pomroddns&ddns=on",
           "&ddns_enable=1&ddns_provider=Pomro&ddns_Pomro_hostname=h&ddns_Pomro_usernameemail=u&"
@@ -54,11 +54,11 @@ TEST(Ddns, ChangesAreWrittenInTheStoresOrder)
           "&ddns_provider=DyndnsDynamic&ddns_DyndnsDynamic_hostname=h"},
          {"a server name", "provider=" + PROVIDER, "&ddns_provider=PomroCN&ddns_PomroCN_servername=" + PROVIDER},
          {"off", "ddns=off", "&ddns_enable=0"}});
-    ExpectRefused(camera, DDNS, "ddns=yes host=( ddns=" + std::string(63, 'o'));
+    expectRefused(camera, DDNS, "ddns=yes host=( ddns=" + std::string(63, 'o'));
     // A provider of 32 characters is absent; KEPT: a text that begins with 0 sets nothing.
-    ExpectRefused(camera, DDNS, "host=h 0=1&ddns=on ddns=" + std::string(64, 'o') + " provider=" + PROVIDER + "s",
+    expectRefused(camera, DDNS, "host=h 0=1&ddns=on ddns=" + std::string(64, 'o') + " provider=" + PROVIDER + "s",
                   INVALID_PARAMETER);
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(DDNS, "ddns=on"), UPDATE_FAILED);
-    EXPECT_EQ(camera.store.LastSet(), "&ddns_enable=1");
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(DDNS, "ddns=on"), UPDATE_FAILED);
+    EXPECT_EQ(camera.store.lastSet(), "&ddns_enable=1");
 }

@@ -18,7 +18,7 @@ const std::string VGA = "&resolution=640x480&videosize=640x480&stretch=1";
 using Lines = std::vector<std::string>;
 
 /** The bytes of connections that carry these commands; "" is a connection that was made and closed unused. */
-Lines Sent(Lines commands)
+Lines sent(Lines commands)
 {
     for (std::string &command : commands)
         if (!command.empty() && command != "(hung up)")
@@ -36,46 +36,46 @@ class Ptz : public testing::Test
 {
   protected:
     /** Requests that are echoed and have their commands sent. */
-    void ExpectCommands(const std::string &url, const std::vector<PtzCase> &cases)
+    void expectCommands(const std::string &url, const std::vector<PtzCase> &cases)
     {
         for (const PtzCase &c : cases) {
             SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
-            EXPECT_EQ(camera.Get(url, c.query), EchoReply(c.query));
-            EXPECT_EQ(ptz.Take(), Sent(c.commands));
+            EXPECT_EQ(camera.get(url, c.query), echoReply(c.query));
+            EXPECT_EQ(ptz.take(), sent(c.commands));
         }
     }
-    void ExpectNoCommand(const std::string &url, const std::string &queries)
+    void expectNoCommand(const std::string &url, const std::string &queries)
     {
-        ExpectRefused(camera, url, queries);
-        EXPECT_EQ(ptz.Take(), Lines{});
+        expectRefused(camera, url, queries);
+        EXPECT_EQ(ptz.take(), Lines{});
     }
 
     Ptz()
     {
-        camera.store.Set({{"camctrl_c0_cameraid", "3"}, {"videoin_c0_s0_resolution", "640x480"}});
-        camera.store.ClearRequests();
+        camera.store.set({{"camctrl_c0_cameraid", "3"}, {"videoin_c0_s0_resolution", "640x480"}});
+        camera.store.clearRequests();
     }
 
     TestCamera camera{{.settings = NO_AUDIO_OUTPUT}};
-    FakePtz ptz{camera.root.Path("/tmp/ptzctrl")};
+    FakePtz ptz{camera.root.path("/tmp/ptzctrl")};
 };
 
 } // namespace
 
 TEST_F(Ptz, MovesBySixtyFourthsOfThePicture)
 {
-    ExpectCommands(MOVE, {{"both, tilting down", "p=2&t=-1", {"video=0&x=340&y=247" + VGA}},
+    expectCommands(MOVE, {{"both, tilting down", "p=2&t=-1", {"video=0&x=340&y=247" + VGA}},
                           {"the largest steps one way", "p=-32&t=32", {"video=0&x=0&y=16" + VGA}},
                           {"the largest steps the other way", "p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
                           {"pan alone", "p=1", {"video=0&x=330&y=240" + VGA}},
                           {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}}});
-    ExpectNoCommand(MOVE, "p=33 p=-33 t=33 t=-33 z=33 z=-33");
+    expectNoCommand(MOVE, "p=33 p=-33 t=33 t=-33 z=33 z=-33");
 }
 
 TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
 {
     const std::string centre = "video=0&x=320&y=240" + VGA;
-    ExpectCommands(MOVE,
+    expectCommands(MOVE,
                    {{"in", "z=4", {centre, "speedzoom=-4", "zoom=tele"}},
                     {"in as far as it goes", "z=32", {centre, "speedzoom=5", "zoom=tele"}},
                     {"out as far as it goes", "z=-32", {centre, "speedzoom=5", "zoom=wide"}},
@@ -106,20 +106,20 @@ TEST_F(Ptz, MovesInThePictureThatTheStoreSays)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.resolution);
-        camera.store.Set("videoin_c0_s0_resolution", c.resolution);
-        EXPECT_EQ(camera.Get(MOVE, "p=2&t=1"), c.move != nullptr ? EchoReply("p=2&t=1") : INTERNAL_ERROR);
-        EXPECT_EQ(ptz.Take(), c.move != nullptr ? Sent({std::string("video=0&") + c.move + "&resolution=" + c.size +
+        camera.store.set("videoin_c0_s0_resolution", c.resolution);
+        EXPECT_EQ(camera.get(MOVE, "p=2&t=1"), c.move != nullptr ? echoReply("p=2&t=1") : INTERNAL_ERROR);
+        EXPECT_EQ(ptz.take(), c.move != nullptr ? sent({std::string("video=0&") + c.move + "&resolution=" + c.size +
                                                         "&videosize=" + c.size + "&stretch=1"})
                                                 : Lines{});
     }
-    camera.store.Remove("videoin_c0_s0_resolution");
-    EXPECT_EQ(camera.Get(MOVE, "p=2"), INTERNAL_ERROR);
+    camera.store.remove("videoin_c0_s0_resolution");
+    EXPECT_EQ(camera.get(MOVE, "p=2"), INTERNAL_ERROR);
 }
 
 TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
 {
-    const Lines commands = Sent({"video=0&x=320&y=240" + VGA, "speedzoom=-4", "zoom=tele"});
-    const size_t descriptors = camera.OpenDescriptors();
+    const Lines commands = sent({"video=0&x=320&y=240" + VGA, "speedzoom=-4", "zoom=tele"});
+    const size_t descriptors = camera.openDescriptors();
     for (int failing = 1; failing <= 3; ++failing) {
         SCOPED_TRACE("command " + std::to_string(failing));
         const Lines sent(commands.begin(), commands.begin() + failing - 1);
@@ -129,73 +129,73 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
             return lines;
         };
         // The store is asked for the resolution first, and for the camera id once connected, for every command.
-        camera.store.AnswerNothing(1 + failing);
-        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "no camera id";
-        EXPECT_EQ(ptz.Take(), andThen(""));
+        camera.store.answerNothing(1 + failing);
+        EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "no camera id";
+        EXPECT_EQ(ptz.take(), andThen(""));
 
-        ptz.HangUp(failing);
-        camera.store.Before([this] { ptz.Wait(); }, 1 + failing);
-        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "cannot be written";
-        EXPECT_EQ(ptz.Take(), andThen("(hung up)"));
+        ptz.hangUp(failing);
+        camera.store.before([this] { ptz.wait(); }, 1 + failing);
+        EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "cannot be written";
+        EXPECT_EQ(ptz.take(), andThen("(hung up)"));
 
-        camera.store.Before([this] { ptz.Refuse(); }, failing);
-        EXPECT_EQ(camera.Get(MOVE, "z=4"), INTERNAL_ERROR) << "nobody listens";
-        EXPECT_EQ(ptz.Take(), sent);
-        ptz.Heal();
+        camera.store.before([this] { ptz.refuse(); }, failing);
+        EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "nobody listens";
+        EXPECT_EQ(ptz.take(), sent);
+        ptz.heal();
     }
-    EXPECT_EQ(camera.Get(MOVE, "z=4"), EchoReply("z=4"));
-    EXPECT_EQ(camera.OpenDescriptors(), descriptors) << "no failure leaves a socket open";
+    EXPECT_EQ(camera.get(MOVE, "z=4"), echoReply("z=4"));
+    EXPECT_EQ(camera.openDescriptors(), descriptors) << "no failure leaves a socket open";
 }
 
 TEST_F(Ptz, ADaemonThatTakesNoConnectionsHoldsNobodyUpForLong)
 {
-    ptz.Refuse();
-    const std::string path = camera.root.Path("/tmp/ptzctrl");
+    ptz.refuse();
+    const std::string path = camera.root.path("/tmp/ptzctrl");
     const UniqueFd hung(UnixSocket_Open(SOCK_STREAM));
-    Checked(UnixSocket_Bind(hung.Get(), path.c_str()), path);
-    Checked(listen(hung.Get(), 0), path);
+    checked(UnixSocket_Bind(hung.get(), path.c_str()), path);
+    checked(listen(hung.get(), 0), path);
     std::vector<UniqueFd> queue;
     do
         queue.emplace_back(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK));
-    while (UnixSocket_Connect(queue.back().Get(), path.c_str()) == 0);
-    EXPECT_EQ(camera.Get(HOME, "act=go"), INTERNAL_ERROR);
+    while (UnixSocket_Connect(queue.back().get(), path.c_str()) == 0);
+    EXPECT_EQ(camera.get(HOME, "act=go"), INTERNAL_ERROR);
 }
 
 TEST_F(Ptz, GoesHome)
 {
     for (const std::string query : {"act=go", "x=1&act=go&p=5", "act=gone"}) {
-        EXPECT_EQ(camera.Get(HOME, query), OkReply("p=0\r\nt=0\r\nz=0\r\n"));
-        EXPECT_EQ(ptz.Take(), Sent({"move=home"}));
+        EXPECT_EQ(camera.get(HOME, query), okReply("p=0\r\nt=0\r\nz=0\r\n"));
+        EXPECT_EQ(ptz.take(), sent({"move=home"}));
     }
-    ExpectNoCommand(HOME, "act= act=g act=Go act=gooooooo go=1");
+    expectNoCommand(HOME, "act= act=g act=Go act=gooooooo go=1");
 }
 
 TEST_F(Ptz, AddsDeletesAndRecallsPresets)
 {
     const std::string longest(47, 'n');
-    ExpectCommands(PRESET, {{"add", "name=door&act=add", {"cam=preset&name=door"}},
+    expectCommands(PRESET, {{"add", "name=door&act=add", {"cam=preset&name=door"}},
                             {"delete, the other way round", "act=del&name=door", {"cam=clearpreset&name=door"}},
                             {"recall", "name=door&act=go", {"recall=door"}},
                             {"47 characters", "name=" + longest + "&act=del", {"cam=clearpreset&name=" + longest}},
                             {"an empty name", "name=&act=go", {"recall="}}});
-    ExpectNoCommand(PRESET, "act=add name=door name=door&act= name=door&act=set name=door&act=deletion name=" +
+    expectNoCommand(PRESET, "act=add name=door name=door&act= name=door&act=set name=door&act=deletion name=" +
                                 longest + "n&act=go");
 }
 
 TEST_F(Ptz, PansAndStops)
 {
-    ExpectCommands(AUTO_PAN, {{"go", "act=go", {"auto=pan"}},
+    expectCommands(AUTO_PAN, {{"go", "act=go", {"auto=pan"}},
                               {"continue", "act=continue", {"auto=pan"}},
                               {"stop", "act=stop", {"auto=stop"}}});
-    ExpectNoCommand(AUTO_PAN, "act=contin act=continue-pan act=pan pan=go");
+    expectNoCommand(AUTO_PAN, "act=contin act=continue-pan act=pan pan=go");
 }
 
 TEST_F(Ptz, KeptActWordsMatchByTheirBeginning)
 {
-    ExpectCommands(PRESET, {{"added", "name=a&act=added", {"cam=preset&name=a"}},
+    expectCommands(PRESET, {{"added", "name=a&act=added", {"cam=preset&name=a"}},
                             {"delete", "name=a&act=delete", {"cam=clearpreset&name=a"}},
                             {"gone", "name=a&act=gone", {"recall=a"}}});
-    ExpectCommands(AUTO_PAN, {{"gone", "act=gone", {"auto=pan"}},
+    expectCommands(AUTO_PAN, {{"gone", "act=gone", {"auto=pan"}},
                               {"continued", "act=continued", {"auto=pan"}},
                               {"stopped", "act=stopped", {"auto=stop"}}});
 }
@@ -211,14 +211,14 @@ TEST_F(Ptz, MovesOnAKeyPadOfDirections)
     for (size_t number = 0; number < std::size(pad); ++number) {
         const auto &[command, speedKey] = pad[number];
         const std::string query = "direction=" + std::to_string(number);
-        ExpectCommands(DIRECTION, {{"alone", query, {command}}});
+        expectCommands(DIRECTION, {{"alone", query, {command}}});
         if (speedKey.empty())
-            ExpectNoCommand(DIRECTION, query + "&speed=1 " + query + "&speed=10");
+            expectNoCommand(DIRECTION, query + "&speed=1 " + query + "&speed=10");
         else
-            ExpectCommands(DIRECTION, {{"slow", query + "&speed=1", {command + speedKey + "-4"}},
+            expectCommands(DIRECTION, {{"slow", query + "&speed=1", {command + speedKey + "-4"}},
                                        {"fast", query + "&speed=10", {command + speedKey + "5"}}});
     }
-    ExpectNoCommand(DIRECTION, "speed=5 direction=1&speed=0 direction=1&speed=11 direction=9 direction=-1");
+    expectNoCommand(DIRECTION, "speed=5 direction=1&speed=0 direction=1&speed=11 direction=9 direction=-1");
 }
 
 TEST_F(Ptz, EveryCommandCarriesTheCameraId)
@@ -229,11 +229,11 @@ TEST_F(Ptz, EveryCommandCarriesTheCameraId)
     } cases[] = {{"255", "255"}, {"", "0"}, {"1234567", "1234567"}, {"-1", "-1"}, {"x", "0"}, {"12345678", ""}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.stored);
-        camera.store.Set("camctrl_c0_cameraid", c.stored);
-        camera.store.ClearRequests();
-        EXPECT_EQ(camera.Get(AUTO_PAN, "act=go"), c.sent.empty() ? INTERNAL_ERROR : EchoReply("act=go"));
-        EXPECT_EQ(ptz.Take(), Lines{c.sent.empty() ? "" : "channel=0&camid=" + c.sent + "&auto=pan"});
-        EXPECT_EQ(camera.store.Requests(), Lines{"get NameValue 99 0\ncamctrl_c0_cameraid&"});
+        camera.store.set("camctrl_c0_cameraid", c.stored);
+        camera.store.clearRequests();
+        EXPECT_EQ(camera.get(AUTO_PAN, "act=go"), c.sent.empty() ? INTERNAL_ERROR : echoReply("act=go"));
+        EXPECT_EQ(ptz.take(), Lines{c.sent.empty() ? "" : "channel=0&camid=" + c.sent + "&auto=pan"});
+        EXPECT_EQ(camera.store.requests(), Lines{"get NameValue 99 0\ncamctrl_c0_cameraid&"});
     }
 }
 
@@ -246,13 +246,13 @@ TEST_F(Ptz, CommandsThatCannotBeSentAreAnInternalError)
                                                             {DIRECTION, "direction=4"}};
     for (const auto &[url, query] : requests) {
         SCOPED_TRACE(url);
-        ptz.Refuse();
-        EXPECT_EQ(camera.Get(url, query), INTERNAL_ERROR);
-        EXPECT_EQ(ptz.Take(), Lines{});
-        ptz.Heal();
-        EXPECT_EQ(camera.Get(url), BAD_REQUEST) << "there is nothing to read";
-        EXPECT_EQ(camera.Post(url, query).substr(0, 15), "HTTP/1.1 200 OK");
-        EXPECT_EQ(ptz.Take().size(), 1U);
+        ptz.refuse();
+        EXPECT_EQ(camera.get(url, query), INTERNAL_ERROR);
+        EXPECT_EQ(ptz.take(), Lines{});
+        ptz.heal();
+        EXPECT_EQ(camera.get(url), BAD_REQUEST) << "there is nothing to read";
+        EXPECT_EQ(camera.post(url, query).substr(0, 15), "HTTP/1.1 200 OK");
+        EXPECT_EQ(ptz.take().size(), 1U);
     }
 }
 
@@ -264,20 +264,20 @@ TEST_F(Ptz, ListsThePresets)
         stored += "camctrl_c0_preset_i" + std::to_string(i) + "_name=" + name + "&";
         all += (i == 0 ? "" : ",") + name;
     }
-    camera.store.Set(Pairs(stored));
-    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=" + all + "\r\n"));
+    camera.store.set(pairs(stored));
+    EXPECT_EQ(camera.get(PRESET_LIST), okReply("presets=" + all + "\r\n"));
 
-    for (const auto &[name, value] : Pairs(stored))
-        camera.store.Set(name, "");
-    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=\r\n"));
-    camera.store.Set({{"camctrl_c0_preset_i1_name", "door"},
+    for (const auto &[name, value] : pairs(stored))
+        camera.store.set(name, "");
+    EXPECT_EQ(camera.get(PRESET_LIST), okReply("presets=\r\n"));
+    camera.store.set({{"camctrl_c0_preset_i1_name", "door"},
                       {"camctrl_c0_preset_i11_name", std::string(48, 'n')},
                       {"camctrl_c0_preset_i19_name", "back gate"}});
-    camera.store.Remove("camctrl_c0_preset_i4_name");
-    EXPECT_EQ(camera.Get(PRESET_LIST), OkReply("presets=door,back gate\r\n"));
-    camera.WaitForTrace("Get camctrl_c0_preset_i11_name= failed\n");
-    camera.WaitForTrace("Get camctrl_c0_preset_i4_name= failed\n");
+    camera.store.remove("camctrl_c0_preset_i4_name");
+    EXPECT_EQ(camera.get(PRESET_LIST), okReply("presets=door,back gate\r\n"));
+    camera.waitForTrace("Get camctrl_c0_preset_i11_name= failed\n");
+    camera.waitForTrace("Get camctrl_c0_preset_i4_name= failed\n");
 
-    ExpectRefused(camera, PRESET_LIST, "name=door");
-    EXPECT_EQ(camera.Post(PRESET_LIST, ""), BAD_REQUEST);
+    expectRefused(camera, PRESET_LIST, "name=door");
+    EXPECT_EQ(camera.post(PRESET_LIST, ""), BAD_REQUEST);
 }

@@ -25,7 +25,7 @@ const std::string TARGET_PAIRS =
 const std::string NO_TRIGGER = "byMotion=0&byIn1=0&byIn2=0";
 const std::string REQUIRED = MODE + TARGETS + NO_TRIGGER;
 
-std::string Window(const std::string &slot, int days, const std::string &begin, const std::string &end)
+std::string window(const std::string &slot, int days, const std::string &begin, const std::string &end)
 {
     return slot + "_i0_weekday=" + std::to_string(days) + "&" + slot + "_i0_begintime=" + begin + "&" + slot +
            "_i0_endtime=" + end + "&";
@@ -34,9 +34,9 @@ std::string Window(const std::string &slot, int days, const std::string &begin, 
 const std::string TRIGGERED = "<byMotion>0</byMotion><byIn1>1</byIn1><byIn2>1</byIn2>";
 
 /** What is read, and the number of streams that a profile is checked against. */
-FakeStore::Settings Settings()
+FakeStore::Settings settings()
 {
-    FakeStore::Settings settings = StoredFor(URL);
+    FakeStore::Settings settings = storedFor(URL);
     settings["capability_nmediastream"] = "4";
     return settings;
 }
@@ -45,10 +45,10 @@ FakeStore::Settings Settings()
 
 TEST(Recorder, ReportsWhatIsStored)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string server(29, 's'), folder(31, 'f');
     const std::string reserve = "recording_i0_reserveamount=" + std::string(99, '9');
-    ExpectReads(
+    expectReads(
         camera, URL,
         {{"the longest share", "server_i0_ns_location=\\\\" + server + "\\" + folder,
           "<server>nas</server><shareFolder>video<", "<server>" + server + "</server><shareFolder>" + folder + "<"},
@@ -65,8 +65,8 @@ TEST(Recorder, ReportsWhatIsStored)
           "<postrecord>-2<"},
          {"motion", "event_i0_trigger=motion", TRIGGERED,
           "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"}});
-    camera.store.Set(Pairs("event_i0_weekday=127&event_i0_begintime=00:00&event_i0_endtime=24:00"));
-    const std::string always = camera.Get(URL);
+    camera.store.set(pairs("event_i0_weekday=127&event_i0_begintime=00:00&event_i0_endtime=24:00"));
+    const std::string always = camera.get(URL);
     EXPECT_NE(always.find("<continuous>1<"), std::string::npos);
     EXPECT_NE(always.find("<schedule><enable>0<"), std::string::npos);
     EXPECT_NE(always.find("<item07>6,0,0,0,0,0</item><itemSize>7</itemSize>"), std::string::npos);
@@ -74,9 +74,9 @@ TEST(Recorder, ReportsWhatIsStored)
 
 TEST(Recorder, WritesEverythingInItsOrder)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string off = FIXED + "event_i0_enable=0&recording_i0_enable=0&event_i0_trigger=&";
-    ExpectChanges(
+    expectChanges(
         camera, URL,
         {{"everything but the share, backwards",
           "recycle=0&fileLenMin=30&keepSpace=999999&item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&password=pw&"
@@ -87,7 +87,7 @@ TEST(Recorder, WritesEverythingInItsOrder)
               "media_i0_videoclip_preevent=0&media_i0_videoclip_maxduration=10&event_i0_trigger=di&event_i0_di=1&"
               "recording_i0_enable=0&event_i0_action_cf_enable=0&event_i0_action_server_i0_enable=1&"
               "recording_i0_dest=0&server_i0_ns_username=me&server_i0_ns_passwd=pw&" +
-              Window("event", 40, "08:00", "17:00") + Window("recording", 40, "08:00", "17:00") +
+              window("event", 40, "08:00", "17:00") + window("recording", 40, "08:00", "17:00") +
               "recording_i0_limitsize=1&recording_i0_reserveamount=999999&recording_i0_duration=1800&"
               "recording_i0_cyclic=0&disk_i0_cyclic_enabled=0&"},
          {"post-record alone", REQUIRED + "&enable=0&postrecord=15",
@@ -100,7 +100,7 @@ TEST(Recorder, WritesEverythingInItsOrder)
               TARGET_PAIRS},
          {"continuous", TARGETS + NO_TRIGGER + "&enable=1&continuous=1&schedule=0&itemSize=1&item01=1,2,0,1,3,0",
           FIXED + "event_i0_enable=1&event_i0_trigger=&recording_i0_enable=1&" + TARGET_PAIRS +
-              Window("event", 127, "00:00", "24:00") + Window("recording", 127, "00:00", "24:00")},
+              window("event", 127, "00:00", "24:00") + window("recording", 127, "00:00", "24:00")},
          {"no target", MODE + NO_TRIGGER + "&enable=0&toUSB=0&toSamba=0",
           off + "event_i0_action_cf_enable=0&event_i0_action_server_i0_enable=0&recording_i0_dest=&"},
          {"an anonymous account, whatever the account says", REQUIRED + "&enable=0&anonymous=1&user=me&password=pw",
@@ -109,103 +109,103 @@ TEST(Recorder, WritesEverythingInItsOrder)
           REQUIRED + "&enable=0&user=" + std::string(31, 'u') + "&password=" + std::string(32, 'p'),
           off + TARGET_PAIRS + "server_i0_ns_username=" + std::string(31, 'u') + "&"},
          {"no items, the shortest files", REQUIRED + "&enable=0&itemSize=0&fileLenMin=1&keepSpace=0&recycle=1",
-          off + TARGET_PAIRS + Window("event", 0, "00:00", "00:00") + Window("recording", 0, "00:00", "00:00") +
+          off + TARGET_PAIRS + window("event", 0, "00:00", "00:00") + window("recording", 0, "00:00", "00:00") +
               "recording_i0_limitsize=1&recording_i0_reserveamount=0&recording_i0_duration=60&"
               "recording_i0_cyclic=1&disk_i0_cyclic_enabled=1&"}});
 }
 
 TEST(Recorder, ATriggerSwitchesTheRecordingSlotOff)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string off = "recording_i0_enable=0&" + TARGET_PAIRS, on = "recording_i0_enable=1&" + TARGET_PAIRS;
     const std::string query = MODE + TARGETS;
-    ExpectChanges(
+    expectChanges(
         camera, URL,
         {{"motion", query + "byMotion=1&byIn1=0&byIn2=0", FIXED + "event_i0_trigger=motion&" + off},
          {"input 1", query + "byMotion=0&byIn1=1&byIn2=0", FIXED + "event_i0_trigger=di&event_i0_di=1&" + off},
          {"both, and on", query + "byMotion=0&byIn1=1&byIn2=1&enable=1",
           FIXED + "event_i0_enable=1&event_i0_trigger=di&event_i0_di=3&" + off},
          {"none, and the store says on", REQUIRED, FIXED + "event_i0_trigger=&" + on}});
-    camera.store.Set("event_i0_enable", "0");
-    ExpectChanges(camera, URL,
+    camera.store.set("event_i0_enable", "0");
+    expectChanges(camera, URL,
                   {{"none, and the store says off", REQUIRED, FIXED + "event_i0_trigger=&" + TARGET_PAIRS}});
-    camera.store.Remove("event_i0_enable");
-    ExpectRefused(camera, URL, REQUIRED, UPDATE_FAILED);
+    camera.store.remove("event_i0_enable");
+    expectRefused(camera, URL, REQUIRED, UPDATE_FAILED);
 }
 
 TEST(Recorder, TheProfileMustBeAStreamOfTheCamera)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string query = REQUIRED + "&enable=0&profileID=";
     for (const char *bad : {"0", "5", "-1", "-2147483648", "99999999999"})
-        ExpectRefused(camera, URL, query + bad, INVALID_PARAMETER);
-    camera.store.Set("capability_nmediastream", "");
-    ExpectRefused(camera, URL, query + "1", INVALID_PARAMETER);
-    camera.store.Set("capability_nmediastream", "12345678");
-    ExpectRefused(camera, URL, query + "1", UPDATE_FAILED);
-    camera.store.Remove("capability_nmediastream");
-    ExpectRefused(camera, URL, query + "1", UPDATE_FAILED);
+        expectRefused(camera, URL, query + bad, INVALID_PARAMETER);
+    camera.store.set("capability_nmediastream", "");
+    expectRefused(camera, URL, query + "1", INVALID_PARAMETER);
+    camera.store.set("capability_nmediastream", "12345678");
+    expectRefused(camera, URL, query + "1", UPDATE_FAILED);
+    camera.store.remove("capability_nmediastream");
+    expectRefused(camera, URL, query + "1", UPDATE_FAILED);
 }
 
 TEST(Recorder, BadRequestsWriteNothing)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     for (const char *key : {"byMotion", "byIn1", "byIn2", "toUSB", "toSamba", "schedule", "continuous"})
-        ExpectRefused(camera, URL, Replaced(REQUIRED, key, "not"), INVALID_PARAMETER);
-    ExpectRanges(camera, URL,
+        expectRefused(camera, URL, replaced(REQUIRED, key, "not"), INVALID_PARAMETER);
+    expectRanges(camera, URL,
                  "enable=0..1 prerecord=0..15 postrecord=0..15 anonymous=0..1 keepSpace=0..999999 fileLenMin=1..30 "
                  "recycle=0..1",
                  REQUIRED + "&");
     for (const char *bad : {"itemSize=1", "itemSize=1&item01=1,0,0,7,0,0"})
-        ExpectRefused(camera, URL, REQUIRED + "&" + bad, INVALID_PARAMETER);
+        expectRefused(camera, URL, REQUIRED + "&" + bad, INVALID_PARAMETER);
     for (const std::string &bad :
          {MODE + NO_TRIGGER + "&toUSB=1&toSamba=1", MODE + NO_TRIGGER + "&toUSB=2&toSamba=0",
           MODE + NO_TRIGGER + "&toUSB=0&toSamba=-1", TARGETS + NO_TRIGGER + "&schedule=0&continuous=0",
           MODE + TARGETS + "byMotion=1&byIn1=1&byIn2=0",
           TARGETS + "schedule=0&continuous=1&byMotion=1&byIn1=0&byIn2=0"})
-        ExpectRefused(camera, URL, bad, INVALID_PARAMETER);
-    ExpectRefused(camera, URL, REQUIRED + "&user=<me>");
-    EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL, REQUIRED + "&enable=1"), UPDATE_FAILED);
+        expectRefused(camera, URL, bad, INVALID_PARAMETER);
+    expectRefused(camera, URL, REQUIRED + "&user=<me>");
+    EXPECT_EQ(camera.post(URL, ""), INVALID_PARAMETER);
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(URL, REQUIRED + "&enable=1"), UPDATE_FAILED);
 }
 
 TEST(Recorder, RunsTheTaskProgramWhenPreOrPostRecordChange)
 {
-    TestCamera camera({.settings = Settings()});
-    const auto get = [&](const std::string &more) { return camera.Get(URL, REQUIRED + "&enable=1" + more); };
+    TestCamera camera({.settings = settings()});
+    const auto get = [&](const std::string &more) { return camera.get(URL, REQUIRED + "&enable=1" + more); };
     EXPECT_EQ(get("&prerecord=5"), XML_OK) << "without the program the change stands";
     FakeProgram program(camera.root, "/usr/bin/gen_task");
     EXPECT_EQ(get(""), XML_OK);
     EXPECT_EQ(get("&prerecord=16"), INVALID_PARAMETER);
     EXPECT_EQ(get("&prerecord=5&profileID=9"), INVALID_PARAMETER);
-    EXPECT_TRUE(program.Runs().empty());
+    EXPECT_TRUE(program.runs().empty());
     EXPECT_EQ(get("&prerecord=5"), XML_OK);
-    program.ExitWith(1);
+    program.exitWith(1);
     EXPECT_EQ(get("&postrecord=5"), XML_OK) << "how it ends is not looked at";
-    ASSERT_EQ(program.Runs().size(), 2U);
-    for (const FakeProgram::Run &run : program.Runs()) {
+    ASSERT_EQ(program.runs().size(), 2U);
+    for (const FakeProgram::Run &run : program.runs()) {
         EXPECT_EQ(run.arguments, "-e");
         EXPECT_EQ(run.descriptors, "0 1 2") << "a program inherits the standard streams only";
     }
-    camera.store.AnswerNothing();
+    camera.store.answerNothing();
     EXPECT_EQ(get("&postrecord=5"), UPDATE_FAILED);
-    EXPECT_EQ(program.Runs().size(), 2U);
+    EXPECT_EQ(program.runs().size(), 2U);
 }
 
 TEST(Recorder, ChangesItsShareWhileRecordingIsOff)
 {
-    TestCamera camera({.settings = Settings()});
-    camera.store.Set({{"event_i0_enable", "0"}, {"recording_i0_enable", "0"}});
+    TestCamera camera({.settings = settings()});
+    camera.store.set({{"event_i0_enable", "0"}, {"recording_i0_enable", "0"}});
     FakeProgram program(camera.root, "/usr/bin/gen_task");
     const std::string main = FIXED + "event_i0_trigger=&" + TARGET_PAIRS;
-    ExpectChanges(
+    expectChanges(
         camera, URL,
         {{"the server", REQUIRED + "&server=nas1", main + "\nserver_i0_ns_location=\\\\nas1\\video&"},
          {"the share", REQUIRED + "&shareFolder=clips", main + "\nserver_i0_ns_location=\\\\nas1\\clips&"},
          {"both", REQUIRED + "&server=nas2&shareFolder=more", main + "\nserver_i0_ns_location=\\\\nas2\\more&"},
          {"a server of 32 characters is dropped", REQUIRED + "&server=" + std::string(32, 's'), main}});
-    camera.store.AnswerNothing(4); // behind "enable", the main settings and the states
-    EXPECT_EQ(camera.Get(URL, REQUIRED + "&prerecord=5&server=nas3"), UPDATE_FAILED);
-    EXPECT_TRUE(program.Runs().empty()) << "nothing is done behind a failure";
+    camera.store.answerNothing(4); // behind "enable", the main settings and the states
+    EXPECT_EQ(camera.get(URL, REQUIRED + "&prerecord=5&server=nas3"), UPDATE_FAILED);
+    EXPECT_TRUE(program.runs().empty()) << "nothing is done behind a failure";
 }

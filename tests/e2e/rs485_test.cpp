@@ -13,10 +13,10 @@ const std::string DRIVERS =
     "uart_ptzdrivers_i3_name=Pelco P&uart_ptzdrivers_i4_name=a custom one&";
 
 /** What is read, and the list of drivers. */
-FakeStore::Settings Settings()
+FakeStore::Settings settings()
 {
-    FakeStore::Settings settings = Pairs(DRIVERS + "capability_nptzdrivers=5");
-    settings.merge(StoredFor(URL));
+    FakeStore::Settings settings = pairs(DRIVERS + "capability_nptzdrivers=5");
+    settings.merge(storedFor(URL));
     return settings;
 }
 
@@ -26,9 +26,9 @@ using Texts = std::vector<std::string>;
 
 TEST(RS485, NamesTheDriver)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string last = "uart_i0_ptzdriver=19&uart_ptzdrivers_i19_name=" + std::string(43, 'n') + "Dyna";
-    ExpectReads(camera, URL,
+    expectReads(camera, URL,
                 {{"off", "camctrl_c0_isptz=0", "enable=yes", "enable=no"},
                  {"a word is no 1", "camctrl_c0_isptz=yes", "enable=yes", "enable=no"},
                  {"odd", "uart_i0_paritybit=odd8", "Even", "Odd"},
@@ -41,15 +41,15 @@ TEST(RS485, NamesTheDriver)
                  {"the first of ours", "uart_ptzdrivers_i2_name=Pelco P, Pelco D, Lilin", "PelcoD", "Lilin"},
                  {"the last driver that is asked for", last, "PelcoD", "Dyna"},
                  {"no driver", "uart_i0_ptzdriver=20", "PelcoD", ""}});
-    camera.WaitForTrace("No PTZ driver, iPTZDriver=20\n");
-    ExpectUnreadable(camera, URL, "uart_i0_ptzdriver=-1 uart_i0_ptzdriver=9");
+    camera.waitForTrace("No PTZ driver, iPTZDriver=20\n");
+    expectUnreadable(camera, URL, "uart_i0_ptzdriver=-1 uart_i0_ptzdriver=9");
 }
 
 TEST(RS485, WritesWhatIsGiven)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string bad(15, 'N'), tooLong(16, 'N');
-    ExpectChanges(
+    expectChanges(
         camera, URL,
         {{"some", "enable=yes&baudrate=9600&parity=Even",
           "camctrl_c0_isptz=1&uart_i0_baudrate=9600&uart_i0_paritybit=even"},
@@ -59,48 +59,48 @@ TEST(RS485, WritesWhatIsGiven)
          {"16 characters are passed over",
           "enable=yes&parity=" + tooLong + "&proto=" + tooLong + "&delaytime=" + tooLong, "camctrl_c0_isptz=1"},
          {"KEPT: pairs may begin with an ampersand", "parity=None", "&uart_i0_paritybit=none"}});
-    ExpectRanges(camera, URL, "devid=0..255 databits=7..8 stopbits=1..2");
-    ExpectRefused(camera, URL,
+    expectRanges(camera, URL, "devid=0..255 databits=7..8 stopbits=1..2");
+    expectRefused(camera, URL,
                   "enable=on parity=none parity=Evenly baud=9600 enable=yes&devid=" + std::string(128, '0') +
                       " enable=yes&parity=" + bad + " enable=yes&proto=" + bad + " enable=yes&delaytime=" + bad);
     for (const int rate : {1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200}) {
         const std::string query = "baudrate=" + std::to_string(rate);
-        ExpectChanges(camera, URL, {{"listed", query, "&uart_i0_" + query}});
-        ExpectRefused(camera, URL,
+        expectChanges(camera, URL, {{"listed", query, "&uart_i0_" + query}});
+        expectRefused(camera, URL,
                       "baudrate=" + std::to_string(rate - 1) + " baudrate=" + std::to_string(rate + 1));
     }
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL, "enable=yes"), INTERNAL_ERROR);
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(URL, "enable=yes"), INTERNAL_ERROR);
 }
 
 TEST(RS485, KeptAnyDelayTimeIsRefused)
 {
     TestCamera camera;
-    ExpectRefused(camera, URL, "delaytime=500 enable=yes&delaytime=500 enable=yes&delaytime=");
+    expectRefused(camera, URL, "delaytime=500 enable=yes&delaytime=500 enable=yes&delaytime=");
 }
 
 TEST(RS485, FindsTheDriverOfAProtocol)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::pair<std::string, std::string> cases[] = {
         {"Dyna", "0"},  {"Lilin", "1"}, {"PelcoD", "2"}, {"PelcoP", "3"},  {"custom", "4"}, {"Pel", "2"},
         {"Color", "0"}, {"", "0"},      {"Pelco", "2"},  {"PelcoP9", "3"}, {"c", "2"},
     };
     for (const auto &[proto, driver] : cases)
-        ExpectChanges(camera, URL,
+        expectChanges(camera, URL,
                       {{"known", "enable=no&proto=" + proto, "camctrl_c0_isptz=0&uart_i0_ptzdriver=" + driver}});
-    ExpectChanges(camera, URL, {{"with a blank", "proto=Pelco P", "&uart_i0_ptzdriver=3"}});
-    ExpectRefused(camera, URL, "proto=pelcod proto=Lilin2");
-    EXPECT_EQ(camera.Get(URL, "proto=Dyna Color"), BAD_REQUEST);
-    camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(URL, "proto=Lilin"), EchoReply("proto=Lilin"));
-    EXPECT_EQ(camera.store.Requests(), (Texts{"get NameValue 99 0\ncapability_nptzdrivers&", GetOf(DRIVERS),
+    expectChanges(camera, URL, {{"with a blank", "proto=Pelco P", "&uart_i0_ptzdriver=3"}});
+    expectRefused(camera, URL, "proto=pelcod proto=Lilin2");
+    EXPECT_EQ(camera.get(URL, "proto=Dyna Color"), BAD_REQUEST);
+    camera.store.clearRequests();
+    EXPECT_EQ(camera.get(URL, "proto=Lilin"), echoReply("proto=Lilin"));
+    EXPECT_EQ(camera.store.requests(), (Texts{"get NameValue 99 0\ncapability_nptzdrivers&", getOf(DRIVERS),
                                               "set NameValue 99 0 0\n&uart_i0_ptzdriver=1"}));
 }
 
 TEST(RS485, ADriverListThatCannotBeReadRefusesTheProtocol)
 {
-    TestCamera camera({.settings = Settings()});
+    TestCamera camera({.settings = settings()});
     const std::string tooLong(48, 'n');
     const struct {
         const char *description;
@@ -110,24 +110,24 @@ TEST(RS485, ADriverListThatCannotBeReadRefusesTheProtocol)
         {"fewer than none", "capability_nptzdrivers=-3", BAD_REQUEST},
         {"the driver lies behind the count", "capability_nptzdrivers=2", BAD_REQUEST},
         {"a count of 8 digits", "capability_nptzdrivers=00000005", BAD_REQUEST},
-        {"more than there are, but it comes first", "capability_nptzdrivers=9999999", EchoReply("proto=PelcoD")},
+        {"more than there are, but it comes first", "capability_nptzdrivers=9999999", echoReply("proto=PelcoD")},
         {"a name too long before it", "uart_ptzdrivers_i1_name=" + tooLong, BAD_REQUEST},
-        {"a name too long behind it", "uart_ptzdrivers_i3_name=" + tooLong, EchoReply("proto=PelcoD")},
+        {"a name too long behind it", "uart_ptzdrivers_i3_name=" + tooLong, echoReply("proto=PelcoD")},
     };
     for (const auto &c : cases) {
-        camera.store.Set(Pairs(c.settings));
-        EXPECT_EQ(camera.Get(URL, "proto=PelcoD"), c.reply) << c.description;
-        camera.store.Set(Settings());
+        camera.store.set(pairs(c.settings));
+        EXPECT_EQ(camera.get(URL, "proto=PelcoD"), c.reply) << c.description;
+        camera.store.set(settings());
     }
-    camera.store.Set("capability_nptzdrivers", "9999999");
-    camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(URL, "proto=Nobody"), BAD_REQUEST);
-    ASSERT_EQ(camera.store.Requests().size(), 2U);
-    EXPECT_EQ(camera.store.Requests()[1].size(), 19U + 639U) << "the list of keys is bounded";
-    camera.store.Remove("uart_ptzdrivers_i1_name");
-    EXPECT_EQ(camera.Get(URL, "proto=PelcoD"), BAD_REQUEST) << "a gap ends the list";
+    camera.store.set("capability_nptzdrivers", "9999999");
+    camera.store.clearRequests();
+    EXPECT_EQ(camera.get(URL, "proto=Nobody"), BAD_REQUEST);
+    ASSERT_EQ(camera.store.requests().size(), 2U);
+    EXPECT_EQ(camera.store.requests()[1].size(), 19U + 639U) << "the list of keys is bounded";
+    camera.store.remove("uart_ptzdrivers_i1_name");
+    EXPECT_EQ(camera.get(URL, "proto=PelcoD"), BAD_REQUEST) << "a gap ends the list";
     for (const int request : {1, 2}) {
-        camera.store.AnswerNothing(request);
-        EXPECT_EQ(camera.Get(URL, "proto=Dyna"), BAD_REQUEST) << "request " << request;
+        camera.store.answerNothing(request);
+        EXPECT_EQ(camera.get(URL, "proto=Dyna"), BAD_REQUEST) << "request " << request;
     }
 }

@@ -12,7 +12,7 @@ const std::string SENSOR = "/config/sensor.cgi";
 TEST(Sensor, ChangesAreWrittenInTheStoresOrder)
 {
     TestCamera camera;
-    ExpectChanges(
+    expectChanges(
         camera, SENSOR,
         {{"everything, given backwards",
           "color=yes&flip=off&mirror=on&backlightcomp=no&maxexposuretime=480&whitebalance=xautoy&sharpness=4&"
@@ -22,16 +22,16 @@ TEST(Sensor, ChangesAreWrittenInTheStoresOrder)
           "videoin_c0_flip=0&videoin_c0_color=1"},
          {"flip alone begins with &", "flip=on", "&videoin_c0_flip=1"},
          {"a long white balance is absent", "whitebalance=auto567890123456&flip=on", "&videoin_c0_flip=1"}});
-    ExpectRanges(camera, SENSOR, "brightness=-5..5 contrast=-5..5 saturation=-5..5 sharpness=-5..5");
-    ExpectRefused(camera, SENSOR, "whitebalance=indoor maxexposuretime=10 mirror=yes color=on x=1");
+    expectRanges(camera, SENSOR, "brightness=-5..5 contrast=-5..5 saturation=-5..5 sharpness=-5..5");
+    expectRefused(camera, SENSOR, "whitebalance=indoor maxexposuretime=10 mirror=yes color=on x=1");
 }
 
 TEST(Sensor, RangesAreAFixedText)
 {
     TestCamera camera;
-    EXPECT_EQ(camera.Get("/config/sensor_info.cgi"),
-              OkReply("brightness=-5...5\r\ncontrast=-5...5\r\nsaturation=-5...5\r\nwhitebalance=auto\r\n"
+    EXPECT_EQ(camera.get("/config/sensor_info.cgi"),
+              okReply("brightness=-5...5\r\ncontrast=-5...5\r\nsaturation=-5...5\r\nwhitebalance=auto\r\n"
                       "maxexposuretime=5, 15, 30, 60, 120, 240, 480\r\nbacklightcomp=yes\r\nautoexposure=no\r\n"
                       "autogainctrl=no\r\nsharpness=-3...3\r\n"));
-    EXPECT_EQ(camera.Get("/config/sensor_info.cgi", "brightness=1"), BAD_REQUEST);
+    EXPECT_EQ(camera.get("/config/sensor_info.cgi", "brightness=1"), BAD_REQUEST);
 }

@@ -24,7 +24,7 @@ const std::string REQUIRED = NO_TRIGGER + TARGETS + SCHEDULE;
 const std::string TARGET_PAIRS = "event_i1_action_server_i1_enable=0&event_i1_action_server_i2_enable=1&";
 const std::string REQUIRED_PAIRS = FIXED + "event_i1_trigger=seq&" + TARGET_PAIRS;
 
-std::string Window(int days, const std::string &begin, const std::string &end)
+std::string window(int days, const std::string &begin, const std::string &end)
 {
     return "event_i1_weekday=" + std::to_string(days) + "&event_i1_begintime=" + begin +
            "&event_i1_endtime=" + end + "&";
@@ -38,26 +38,26 @@ const std::string ITEMS = "<item01>0,8,30,1,0,0</item><item02>6,8,30,0,0,0</item
 
 TEST(Snapshot, ReportsWhatIsStored)
 {
-    TestCamera camera({.settings = StoredFor(URL)});
-    const std::string body = ReplyBody(camera.Get(URL));
-    camera.store.Set("server_i1_email_passwd", "p&<1");
-    EXPECT_EQ(camera.Get(URL), OkReply(Replaced(body, ">mail=pass<", ">p&<1<"))) << "nothing is escaped";
-    camera.store.Set(StoredFor(URL));
+    TestCamera camera({.settings = storedFor(URL)});
+    const std::string body = replyBody(camera.get(URL));
+    camera.store.set("server_i1_email_passwd", "p&<1");
+    EXPECT_EQ(camera.get(URL), okReply(replaced(body, ">mail=pass<", ">p&<1<"))) << "nothing is escaped";
+    camera.store.set(storedFor(URL));
     const std::string none = "<item01></item><item02></item>" + ITEMS.substr(ITEMS.find("<item03>"));
-    ExpectReads(
+    expectReads(
         camera, URL,
-        {{"never", "event_i1_weekday=0", ITEMS, Replaced(none, "Size>2", "Size>0")},
+        {{"never", "event_i1_weekday=0", ITEMS, replaced(none, "Size>2", "Size>0")},
          {"motion", "event_i1_trigger=motion", TRIGGERED, "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"},
          {"by time", "event_i1_trigger=seq", "<byIn2>1<", "<byIn2>0<"},
          {"no mail", "server_i1_type=", "<smtpEnable1>1<", "<smtpEnable1>0<"},
          {"another server", "server_i2_type=http", "<ftpEnable1>1<", "<ftpEnable1>0<"},
          {"a word is no 1", "server_i2_ftp_passive=yes", "<passive1>1<", "<passive1>0<"}});
-    ExpectUnreadable(camera, URL, "event_i1_begintime=8");
-    camera.store.Set(Pairs("event_i1_weekday=127&event_i1_begintime=00:00"));
+    expectUnreadable(camera, URL, "event_i1_begintime=8");
+    camera.store.set(pairs("event_i1_weekday=127&event_i1_begintime=00:00"));
     const std::string always =
-        Replaced(Replaced(body, "<continuous>0", "<continuous>1"), "<schedule><enable>1", "<schedule><enable>0");
-    EXPECT_EQ(camera.Get(URL),
-              OkReply(Replaced(always, ITEMS,
+        replaced(replaced(body, "<continuous>0", "<continuous>1"), "<schedule><enable>1", "<schedule><enable>0");
+    EXPECT_EQ(camera.get(URL),
+              okReply(replaced(always, ITEMS,
                                "<item01>0,0,0,1,0,0</item><item02>1,0,0,2,0,0</item><item03>2,0,0,3,0,0</item>"
                                "<item04>3,0,0,4,0,0</item><item05>4,0,0,5,0,0</item><item06>5,0,0,6,0,0</item>"
                                "<item07>6,0,0,0,0,0</item><itemSize>7</itemSize>")));
@@ -65,8 +65,8 @@ TEST(Snapshot, ReportsWhatIsStored)
 
 TEST(Snapshot, KeptItemsEndWithoutTheirNumber)
 {
-    TestCamera camera({.settings = StoredFor(URL)});
-    const std::string reply = camera.Get(URL);
+    TestCamera camera({.settings = storedFor(URL)});
+    const std::string reply = camera.get(URL);
     EXPECT_NE(reply.find(ITEMS), std::string::npos);
     EXPECT_EQ(reply.find("</item0"), std::string::npos);
 }
@@ -74,7 +74,7 @@ TEST(Snapshot, KeptItemsEndWithoutTheirNumber)
 TEST(Snapshot, WritesEverythingInItsOrder)
 {
     TestCamera camera;
-    ExpectChanges(
+    expectChanges(
         camera, URL,
         {{"everything, backwards",
           "item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&fixFile1=shot&folder1=/cam&ftpServer1=f.org&"
@@ -89,25 +89,25 @@ TEST(Snapshot, WritesEverythingInItsOrder)
               "server_i2_ftp_passive=1&server_i1_type=email&server_i1_email_username=mu&"
               "server_i1_email_passwd=mp&server_i1_email_address=m.org&server_i1_email_senderemail=s@x&"
               "server_i1_email_recipientemail=r@x&server_i1_email_port=1&" +
-              Window(40, "08:00", "17:00")},
+              window(40, "08:00", "17:00")},
          {"no more than is required", REQUIRED, REQUIRED_PAIRS},
          {"switched off", REQUIRED + "&enable=0&ftpEnable1=0&smtpEnable1=0&passive1=0",
           FIXED + "event_i1_enable=0&event_i1_trigger=seq&" + TARGET_PAIRS +
               "server_i2_type=&server_i2_ftp_passive=0&server_i1_type=&"},
          {"continuous, whatever the items say",
           NO_TRIGGER + TARGETS + "schedule=0&continuous=1&itemSize=1&item01=1,2,0,1,1,0",
-          REQUIRED_PAIRS + Window(127, "00:00", "24:00")},
+          REQUIRED_PAIRS + window(127, "00:00", "24:00")},
          {"motion", "byMotion=1&byIn1=0&byIn2=0&" + TARGETS + SCHEDULE,
           FIXED + "event_i1_trigger=motion&" + TARGET_PAIRS},
          {"an interval is whole minutes", REQUIRED + "&ftpInterval=119", REQUIRED_PAIRS + "event_i1_inter=1&"},
-         {"no items", REQUIRED + "&itemSize=0", REQUIRED_PAIRS + Window(0, "00:00", "00:00")}});
-    camera.store.AnswerNothing();
-    EXPECT_EQ(camera.Get(URL, REQUIRED), UPDATE_FAILED);
+         {"no items", REQUIRED + "&itemSize=0", REQUIRED_PAIRS + window(0, "00:00", "00:00")}});
+    camera.store.answerNothing();
+    EXPECT_EQ(camera.get(URL, REQUIRED), UPDATE_FAILED);
 }
 
 TEST(Snapshot, TheLongestOfEveryTextIsStoredWholeAndALongerOneDropped)
 {
-    TestCamera camera({.settings = StoredFor(URL)});
+    TestCamera camera({.settings = storedFor(URL)});
     const std::string server(63, 's'), text(31, 't');
     const struct {
         const char *key, *name, *tag;
@@ -130,35 +130,35 @@ TEST(Snapshot, TheLongestOfEveryTextIsStoredWholeAndALongerOneDropped)
         fits += std::string("&") + key + longest;
         tooLong += std::string("&") + key + longest + "x";
     }
-    EXPECT_EQ(camera.Post(URL, fits), XML_OK);
-    const std::string written = camera.store.LastSet(), reply = camera.Get(URL);
-    EXPECT_TRUE(written.ends_with("&" + Window(1, "23:58", "23:59"))) << "nothing is cut: " << written;
+    EXPECT_EQ(camera.post(URL, fits), XML_OK);
+    const std::string written = camera.store.lastSet(), reply = camera.get(URL);
+    EXPECT_TRUE(written.ends_with("&" + window(1, "23:58", "23:59"))) << "nothing is cut: " << written;
     for (const auto &[key, name, tag, longest] : texts) {
         EXPECT_NE(written.find(name + longest + "&"), std::string::npos) << name;
         EXPECT_NE(reply.find(tag + longest + "</"), std::string::npos) << tag;
     }
-    ExpectChanges(camera, URL, {{"dropped", tooLong, REQUIRED_PAIRS}});
+    expectChanges(camera, URL, {{"dropped", tooLong, REQUIRED_PAIRS}});
 }
 
 TEST(Snapshot, BadRequestsWriteNothing)
 {
     TestCamera camera;
     for (const char *key : {"byMotion", "byIn1", "byIn2", "toSmtp", "toFTP", "schedule", "continuous"})
-        ExpectRefused(camera, URL, Replaced(REQUIRED, key, "not"), INVALID_PARAMETER);
-    ExpectRanges(camera, URL,
+        expectRefused(camera, URL, replaced(REQUIRED, key, "not"), INVALID_PARAMETER);
+    expectRanges(camera, URL,
                  "enable=0..1 smtpEnable1=0..1 smtpPort1=1..65535 ftpEnable1=0..1 passive1=0..1 ftpPort1=1..65535 "
                  "ftpInterval=60..86400",
                  REQUIRED + "&");
     for (const char *bad : {"itemSize=8", "itemSize=-1", "itemSize=1", "itemSize=1&item01=1,8,0,1,17",
                             "itemSize=1&item01=3,0,0,3,0,0"})
-        ExpectRefused(camera, URL, REQUIRED + "&" + bad, INVALID_PARAMETER);
+        expectRefused(camera, URL, REQUIRED + "&" + bad, INVALID_PARAMETER);
     for (const std::string &bad :
          {"byMotion=1&byIn1=1&byIn2=0&" + TARGETS + SCHEDULE, NO_TRIGGER + "toSmtp=2&toFTP=1&" + SCHEDULE,
           NO_TRIGGER + "toSmtp=0&toFTP=2&" + SCHEDULE, NO_TRIGGER + TARGETS + "schedule=0&continuous=0",
           NO_TRIGGER + TARGETS + "schedule=1&continuous=1",
           "byMotion=0&byIn1=0&byIn2=1&" + TARGETS + "schedule=0&continuous=1",
           "byMotion=1&byIn1=0&byIn2=0&" + TARGETS + "schedule=0&continuous=1"})
-        ExpectRefused(camera, URL, bad, INVALID_PARAMETER);
-    ExpectRefused(camera, URL, REQUIRED + "&folder1=(x)");
-    EXPECT_EQ(camera.Post(URL, ""), INVALID_PARAMETER);
+        expectRefused(camera, URL, bad, INVALID_PARAMETER);
+    expectRefused(camera, URL, REQUIRED + "&folder1=(x)");
+    EXPECT_EQ(camera.post(URL, ""), INVALID_PARAMETER);
 }

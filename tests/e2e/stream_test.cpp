@@ -18,10 +18,10 @@ const std::string VIDEO_PROFILES =
     "vprofile2=MJPEG\r\nvprofileres2=640x480\r\nvprofileurl2=/video/mjpg.cgi?profileid=2\r\n"
     "vprofile3=MPEG4\r\nvprofileres3=QCIF\r\nvprofileurl3=live2.sdp\r\n";
 
-std::string InfoWithAudio(const std::string &codecs, const std::string &sampleRates, const std::string &bitRates,
+std::string infoWithAudio(const std::string &codecs, const std::string &sampleRates, const std::string &bitRates,
                           const std::string &audioProfiles)
 {
-    return OkReply("videos=H264,MJPEG,MPEG4\r\naudios=" + codecs +
+    return okReply("videos=H264,MJPEG,MPEG4\r\naudios=" + codecs +
                    "\r\nresolutions=176x144,320x240,640x480\r\nvbitrates=64,512,2000\r\n"
                    "qualitymodes=CBR,Fixquality\r\nasamplerates" +
                    sampleRates + "\r\nabitrates=" + bitRates +
@@ -33,30 +33,30 @@ std::string InfoWithAudio(const std::string &codecs, const std::string &sampleRa
 
 TEST(StreamInfo, ListsWhatTheCameraCan)
 {
-    auto settings = MediaSettings();
+    auto settings = mediaSettings();
     settings["capability_supportaudio"] = "0";
     TestCamera camera({.settings = settings});
-    const std::string silent = OkReply("videos=H264,MJPEG,MPEG4\r\nresolutions=176x144,320x240,640x480\r\n"
+    const std::string silent = okReply("videos=H264,MJPEG,MPEG4\r\nresolutions=176x144,320x240,640x480\r\n"
                                        "vbitrates=64,512,2000\r\nqualitymodes=CBR,Fixquality\r\n"
                                        "framerates=1,15,30\r\nqualities=1,2,3,4,5\r\n" +
                                        VIDEO_PROFILES);
-    EXPECT_EQ(camera.Get(INFO), silent);
-    camera.store.Set("capability_supportaudio", "1");
-    EXPECT_EQ(camera.Get(INFO), InfoWithAudio("AAC,AMR", "8000,16000", "16000,32000",
+    EXPECT_EQ(camera.get(INFO), silent);
+    camera.store.set("capability_supportaudio", "1");
+    EXPECT_EQ(camera.get(INFO), infoWithAudio("AAC,AMR", "8000,16000", "16000,32000",
                                               "aprofilenum=2\r\naprofile1=AAC\r\naprofile2=g711\r\n"));
-    camera.store.Set({{"capability_audioin_codec", "aac4"}, {"audioin_c0_s0_codectype", "g711"}});
-    EXPECT_EQ(camera.Get(INFO),
-              InfoWithAudio("AAC,", "", "", "aprofilenum=2\r\naprofile1=g711\r\naprofile2=g711\r\n"));
-    camera.store.Set({{"capability_audioin_codec", "gamr"}, {"audioin_c0_s0_codectype", "gamr"}});
-    EXPECT_EQ(camera.Get(INFO),
-              InfoWithAudio("AMR", "8000", "4750,12200", "aprofilenum=2\r\naprofile1=AMR\r\naprofile2=g711\r\n"));
-    camera.store.Set("capability_supportaudio", "0");
-    EXPECT_EQ(camera.Get(INFO), InfoWithAudio("", "", "", "aprofilenum=0\r\n")) << "audio that was seen once stays";
+    camera.store.set({{"capability_audioin_codec", "aac4"}, {"audioin_c0_s0_codectype", "g711"}});
+    EXPECT_EQ(camera.get(INFO),
+              infoWithAudio("AAC,", "", "", "aprofilenum=2\r\naprofile1=g711\r\naprofile2=g711\r\n"));
+    camera.store.set({{"capability_audioin_codec", "gamr"}, {"audioin_c0_s0_codectype", "gamr"}});
+    EXPECT_EQ(camera.get(INFO),
+              infoWithAudio("AMR", "8000", "4750,12200", "aprofilenum=2\r\naprofile1=AMR\r\naprofile2=g711\r\n"));
+    camera.store.set("capability_supportaudio", "0");
+    EXPECT_EQ(camera.get(INFO), infoWithAudio("", "", "", "aprofilenum=0\r\n")) << "audio that was seen once stays";
 }
 
 TEST(StreamInfo, AtMostEightProfilesAreListed)
 {
-    auto settings = MediaSettings();
+    auto settings = mediaSettings();
     settings["capability_nmediastream"] = "9999999";
     settings["capability_naudiosetting"] = "12";
     for (int i = 0; i < 12; ++i) {
@@ -67,69 +67,69 @@ TEST(StreamInfo, AtMostEightProfilesAreListed)
         settings["audioin_c0_s" + number + "_codectype"] = "y";
     }
     TestCamera camera({.settings = settings});
-    const std::string reply = camera.Get(INFO);
+    const std::string reply = camera.get(INFO);
     EXPECT_NE(reply.find("vprofilenum=8\r\n"), std::string::npos);
     EXPECT_NE(reply.find("vprofile8=x\r\n"), std::string::npos);
     EXPECT_EQ(reply.find("vprofile9="), std::string::npos);
     EXPECT_NE(reply.find("aprofilenum=8\r\n"), std::string::npos);
     EXPECT_TRUE(reply.ends_with("aprofile8=y\r\n"));
-    EXPECT_EQ(camera.Get(INFO, "x=1"), BAD_REQUEST);
+    EXPECT_EQ(camera.get(INFO, "x=1"), BAD_REQUEST);
 }
 
 TEST(MjpgStream, WithoutAnyStreamThereIsNothingToAskTheStoreFor)
 {
-    FakeStore::Settings settings = MediaSettings();
+    FakeStore::Settings settings = mediaSettings();
     settings["capability_nmediastream"] = "0";
     TestCamera camera({.settings = settings});
-    camera.store.ClearRequests();
-    EXPECT_EQ(camera.Get(MJPEG), BAD_REQUEST);
-    EXPECT_EQ(camera.Get(MJPEG, "profileid=1"), INTERNAL_ERROR);
-    EXPECT_EQ(camera.store.Requests().size(), 2U);
+    camera.store.clearRequests();
+    EXPECT_EQ(camera.get(MJPEG), BAD_REQUEST);
+    EXPECT_EQ(camera.get(MJPEG, "profileid=1"), INTERNAL_ERROR);
+    EXPECT_EQ(camera.store.requests().size(), 2U);
 }
 
 TEST(RtspUrl, TellsOneStreamsName)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    EXPECT_EQ(camera.Get(RTSP, "profileid=1"), OkReply("profileid=1\r\nurlentry=live0.sdp\r\n"));
-    ExpectRefused(camera, RTSP, "profileid=0 profileid=4 profileid=10");
-    EXPECT_EQ(camera.Get(RTSP), BAD_REQUEST);
-    EXPECT_EQ(camera.Post(RTSP, "profileid=1"), BAD_REQUEST);
+    TestCamera camera({.settings = mediaSettings()});
+    EXPECT_EQ(camera.get(RTSP, "profileid=1"), okReply("profileid=1\r\nurlentry=live0.sdp\r\n"));
+    expectRefused(camera, RTSP, "profileid=0 profileid=4 profileid=10");
+    EXPECT_EQ(camera.get(RTSP), BAD_REQUEST);
+    EXPECT_EQ(camera.post(RTSP, "profileid=1"), BAD_REQUEST);
 }
 
 TEST(MjpgStream, HandsTheClientToTheWebServer)
 {
     FakeStore::Settings settings = NO_AUDIO_OUTPUT;
-    settings.merge(MediaSettings());
+    settings.merge(mediaSettings());
     TestCamera camera({.settings = settings});
-    EXPECT_EQ(camera.Get(MJPEG), INTERNAL_ERROR) << "no web server";
-    FakeHandBack webServer(camera.root.Path("/var/run/http/fdipc1"));
+    EXPECT_EQ(camera.get(MJPEG), INTERNAL_ERROR) << "no web server";
+    FakeHandBack webServer(camera.root.path("/var/run/http/fdipc1"));
     const size_t descriptors = [&] {
-        ClientSide client = camera.Open({.url = MJPEG});
-        EXPECT_EQ(webServer.Take("pictures"), "stream2\r\n" + HAND_BACK_REST);
-        EXPECT_EQ(client.ReadAll(), "pictures") << "the connection is the web server's, the daemon says nothing";
-        return camera.OpenDescriptors();
+        ClientSide client = camera.open({.url = MJPEG});
+        EXPECT_EQ(webServer.take("pictures"), "stream2\r\n" + HAND_BACK_REST);
+        EXPECT_EQ(client.readAll(), "pictures") << "the connection is the web server's, the daemon says nothing";
+        return camera.openDescriptors();
     }();
     for (int i = 0; i < 3; ++i) {
-        ClientSide client = camera.Open({.url = MJPEG, .query = "profileid=2"});
-        EXPECT_EQ(webServer.Take("more"), "stream2\r\n" + HAND_BACK_REST);
-        EXPECT_EQ(client.ReadAll(), "more");
+        ClientSide client = camera.open({.url = MJPEG, .query = "profileid=2"});
+        EXPECT_EQ(webServer.take("more"), "stream2\r\n" + HAND_BACK_REST);
+        EXPECT_EQ(client.readAll(), "more");
     }
-    webServer.BindAnew();
-    ClientSide client = camera.Open({.url = MJPEG, .query = "profileid=2"});
-    EXPECT_EQ(webServer.Take("again"), "stream2\r\n" + HAND_BACK_REST) << "a web server that was restarted";
-    EXPECT_EQ(client.ReadAll(), "again");
-    EXPECT_EQ(camera.OpenDescriptors(), descriptors);
+    webServer.bindAnew();
+    ClientSide client = camera.open({.url = MJPEG, .query = "profileid=2"});
+    EXPECT_EQ(webServer.take("again"), "stream2\r\n" + HAND_BACK_REST) << "a web server that was restarted";
+    EXPECT_EQ(client.readAll(), "again");
+    EXPECT_EQ(camera.openDescriptors(), descriptors);
 }
 
 TEST(MjpgStream, FailuresAreAnsweredOnTheClientsSocket)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    FakeHandBack webServer(camera.root.Path("/var/run/http/fdipc1"));
-    ExpectRefused(camera, MJPEG, "profileid=1 profileid=10");
+    TestCamera camera({.settings = mediaSettings()});
+    FakeHandBack webServer(camera.root.path("/var/run/http/fdipc1"));
+    expectRefused(camera, MJPEG, "profileid=1 profileid=10");
     // KEPT: a profile that does not exist is not found.
-    ExpectRefused(camera, MJPEG, "profileid=9 profileid=0", INTERNAL_ERROR);
-    camera.store.Set("videoin_c0_s1_codectype", "mjpeg2");
-    EXPECT_EQ(camera.Get(MJPEG), BAD_REQUEST) << "no MJPEG stream at all";
-    camera.store.Remove("videoin_c0_s0_codectype");
-    EXPECT_EQ(camera.Get(MJPEG), INTERNAL_ERROR);
+    expectRefused(camera, MJPEG, "profileid=9 profileid=0", INTERNAL_ERROR);
+    camera.store.set("videoin_c0_s1_codectype", "mjpeg2");
+    EXPECT_EQ(camera.get(MJPEG), BAD_REQUEST) << "no MJPEG stream at all";
+    camera.store.remove("videoin_c0_s0_codectype");
+    EXPECT_EQ(camera.get(MJPEG), INTERNAL_ERROR);
 }

@@ -35,8 +35,8 @@ INSTANTIATE_TEST_SUITE_P(Both, TextSetting, testing::ValuesIn(SETTINGS), [](cons
 TEST_P(TextSetting, IsRead)
 {
     for (const std::string text : {"", "a=b (&%<\xFF"}) {
-        camera.store.Set(setting.stored, text);
-        EXPECT_EQ(camera.Get(url), OkReply(key + text + "\r\n"));
+        camera.store.set(setting.stored, text);
+        EXPECT_EQ(camera.get(url), okReply(key + text + "\r\n"));
     }
 }
 
@@ -55,14 +55,14 @@ TEST_P(TextSetting, IsChanged)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         for (const bool post : {false, true}) {
-            camera.store.Set(setting.stored, "before");
-            EXPECT_EQ(post ? camera.Post(url, c.query) : camera.Get(url, c.query), OkReply(c.echo));
-            EXPECT_EQ(camera.store.LastSet(), setting.stored + ("=" + c.stored) + "&");
-            EXPECT_EQ(camera.store.Value(setting.stored), c.stored);
+            camera.store.set(setting.stored, "before");
+            EXPECT_EQ(post ? camera.post(url, c.query) : camera.get(url, c.query), okReply(c.echo));
+            EXPECT_EQ(camera.store.lastSet(), setting.stored + ("=" + c.stored) + "&");
+            EXPECT_EQ(camera.store.value(setting.stored), c.stored);
         }
     }
-    camera.store.Refuse();
-    EXPECT_EQ(camera.Get(url, key + "x"), UPDATE_FAILED);
+    camera.store.refuse();
+    EXPECT_EQ(camera.get(url, key + "x"), UPDATE_FAILED);
 }
 
 TEST_P(TextSetting, RefusesABadRequestAndChangesNothing)
@@ -82,17 +82,17 @@ TEST_P(TextSetting, RefusesABadRequestAndChangesNothing)
         {"a full buffer", full, empty},
         {"more than the buffer, which is cut", full + "zzz", empty},
     };
-    camera.store.ClearRequests();
+    camera.store.clearRequests();
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        const size_t logged = camera.Log().size();
-        EXPECT_EQ(camera.Get(url, c.text), BAD_REQUEST);
-        EXPECT_EQ(camera.Post(url, c.text), BAD_REQUEST);
-        EXPECT_EQ(camera.Log().substr(logged), c.log + c.log);
+        const size_t logged = camera.log().size();
+        EXPECT_EQ(camera.get(url, c.text), BAD_REQUEST);
+        EXPECT_EQ(camera.post(url, c.text), BAD_REQUEST);
+        EXPECT_EQ(camera.log().substr(logged), c.log + c.log);
     }
-    EXPECT_EQ(camera.Post(url, ""), BAD_REQUEST);
-    EXPECT_TRUE(camera.store.Requests().empty());
-    EXPECT_EQ(camera.Get(url, full.substr(0, 4094)).substr(0, 15), "HTTP/1.1 200 OK") << "4094 characters are fine";
-    EXPECT_EQ(camera.store.LastSet(), std::string(setting.stored) + "=x&");
-    EXPECT_EQ(camera.Post(url, key + "body", key + "query"), OkReply(key + "query\r\n")) << "the query goes first";
+    EXPECT_EQ(camera.post(url, ""), BAD_REQUEST);
+    EXPECT_TRUE(camera.store.requests().empty());
+    EXPECT_EQ(camera.get(url, full.substr(0, 4094)).substr(0, 15), "HTTP/1.1 200 OK") << "4094 characters are fine";
+    EXPECT_EQ(camera.store.lastSet(), std::string(setting.stored) + "=x&");
+    EXPECT_EQ(camera.post(url, key + "body", key + "query"), okReply(key + "query\r\n")) << "the query goes first";
 }

@@ -8,10 +8,10 @@ namespace
 
 const std::string VIDEO = "/config/video.cgi";
 
-std::string ProfileReply(int profile, const std::string &resolution, const std::string &codec,
+std::string profileReply(int profile, const std::string &resolution, const std::string &codec,
                          const std::string &rest)
 {
-    return OkReply("vprofileformat=0.9\r\nprofileid=" + std::to_string(profile) + "\r\nresolution=" + resolution +
+    return okReply("vprofileformat=0.9\r\nprofileid=" + std::to_string(profile) + "\r\nresolution=" + resolution +
                    "\r\ncodec=" + codec + "\r\n" + rest);
 }
 
@@ -19,32 +19,32 @@ std::string ProfileReply(int profile, const std::string &resolution, const std::
 
 TEST(Video, ProfilesAreReadByCodec)
 {
-    TestCamera camera({.settings = MediaSettings()});
+    TestCamera camera({.settings = mediaSettings()});
     const std::string rates = "framerate=25\r\nquality=3\r\nqualitymode=";
-    const std::string h264 = ProfileReply(1, "352x288", "H.264", rates + "CBR\r\nbitrate=2000\r\n");
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), h264);
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=2"),
-              ProfileReply(2, "640x480", "MJPEG", "framerate=15\r\nquality=4\r\nqualitymode=Fixquality\r\n"));
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=3"),
-              ProfileReply(3, "176x144", "MPEG4", rates + "Fixquality\r\nbitrate=2000\r\n"));
+    const std::string h264 = profileReply(1, "352x288", "H.264", rates + "CBR\r\nbitrate=2000\r\n");
+    EXPECT_EQ(camera.get(VIDEO, "profileid=1"), h264);
+    EXPECT_EQ(camera.get(VIDEO, "profileid=2"),
+              profileReply(2, "640x480", "MJPEG", "framerate=15\r\nquality=4\r\nqualitymode=Fixquality\r\n"));
+    EXPECT_EQ(camera.get(VIDEO, "profileid=3"),
+              profileReply(3, "176x144", "MPEG4", rates + "Fixquality\r\nbitrate=2000\r\n"));
 
-    camera.store.Set({{"videoin_c0_s0_resolution", "4CIF"}, {"videoin_c0_s0_h264_ratecontrolmode", "abr"}});
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"),
-              ProfileReply(1, "704x576", "H.264", rates + "abr\r\nbitrate=2000\r\n"));
+    camera.store.set({{"videoin_c0_s0_resolution", "4CIF"}, {"videoin_c0_s0_h264_ratecontrolmode", "abr"}});
+    EXPECT_EQ(camera.get(VIDEO, "profileid=1"),
+              profileReply(1, "704x576", "H.264", rates + "abr\r\nbitrate=2000\r\n"));
 
     for (const char *query : {"profileid=0", "profileid=4", "profileid=x", "profile_id=", "0rofileid=1"})
-        EXPECT_EQ(camera.Get(VIDEO, query), BAD_REQUEST) << query;
-    EXPECT_EQ(camera.Get(VIDEO), BAD_REQUEST) << "a read needs its profile";
-    camera.store.Set("capability_videoin_codec", "mjpeg,mpeg4");
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=1"), INTERNAL_ERROR) << "H.264 keys are not asked for without the codec";
-    camera.store.Set("videoin_c0_s1_codectype", "theora");
-    EXPECT_EQ(camera.Get(VIDEO, "profileid=2"), INTERNAL_ERROR);
+        EXPECT_EQ(camera.get(VIDEO, query), BAD_REQUEST) << query;
+    EXPECT_EQ(camera.get(VIDEO), BAD_REQUEST) << "a read needs its profile";
+    camera.store.set("capability_videoin_codec", "mjpeg,mpeg4");
+    EXPECT_EQ(camera.get(VIDEO, "profileid=1"), INTERNAL_ERROR) << "H.264 keys are not asked for without the codec";
+    camera.store.set("videoin_c0_s1_codectype", "theora");
+    EXPECT_EQ(camera.get(VIDEO, "profileid=2"), INTERNAL_ERROR);
 }
 
 TEST(Video, ChangesAreWrittenUnderTheirCodec)
 {
-    TestCamera camera({.settings = MediaSettings()});
-    ExpectChanges(
+    TestCamera camera({.settings = mediaSettings()});
+    expectChanges(
         camera, VIDEO,
         {{"nothing", "profileid=1&x=1", "videoin_c0_s0_codectype=h264"},
          {"everything",
@@ -60,17 +60,17 @@ TEST(Video, ChangesAreWrittenUnderTheirCodec)
          {"fixed quality", "profileid=1&codec=mpeg4&qualitymode=Fixquality",
           "videoin_c0_s0_codectype=mpeg4&videoin_c0_s0_mpeg4_ratecontrolmode=vbr"}});
     // KEPT: two digits make a change of a read.
-    ExpectRefused(camera, VIDEO,
+    expectRefused(camera, VIDEO,
                   "profileid=10 profileid=1&codec=VP8 profileid=1&resolution=9x9 profileid=2&qualitymode=CBR "
                   "profileid=1&codec=MJPEG&qualitymode=CBR profileid=1&qualitymode=VBR bitrate=64 profileid=0&x=1 "
                   "profileid=4&x=1");
-    ExpectRanges(camera, VIDEO, "bitrate=1..8000 framerate=1..30 quality=1..5", "profileid=1&");
-    camera.WaitForTrace("esrInvalidOperation, ptVideoConfigResult->iProfileID=4\n");
+    expectRanges(camera, VIDEO, "bitrate=1..8000 framerate=1..30 quality=1..5", "profileid=1&");
+    camera.waitForTrace("esrInvalidOperation, ptVideoConfigResult->iProfileID=4\n");
 }
 
 TEST(Video, AStoreThatFailsShowsDifferentlyByStep)
 {
-    TestCamera camera({.settings = MediaSettings()});
+    TestCamera camera({.settings = mediaSettings()});
     const struct {
         int failing;
         const std::string &reply;
@@ -80,8 +80,8 @@ TEST(Video, AStoreThatFailsShowsDifferentlyByStep)
                  {3, INTERNAL_ERROR, "the current codec"},
                  {4, INTERNAL_ERROR, "the write"}};
     for (const auto &step : steps) {
-        camera.store.AnswerNothing(step.failing);
-        EXPECT_EQ(camera.Get(VIDEO, "profileid=1&resolution=320x240"), step.reply) << step.description;
-        camera.store.Heal();
+        camera.store.answerNothing(step.failing);
+        EXPECT_EQ(camera.get(VIDEO, "profileid=1&resolution=320x240"), step.reply) << step.description;
+        camera.store.heal();
     }
 }

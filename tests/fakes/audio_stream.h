@@ -21,7 +21,7 @@ struct AudioHeader {
     char unused = '\xEE'; ///< fills the bytes that nobody looks at
 };
 
-inline std::string AudioHeaderBytes(const AudioHeader &header)
+inline std::string audioHeaderBytes(const AudioHeader &header)
 {
     std::string bytes(40, header.unused);
     const auto put = [&bytes](size_t at, size_t width, uint32_t value) {
@@ -39,9 +39,9 @@ inline std::string AudioHeaderBytes(const AudioHeader &header)
 }
 
 /** A good frame. */
-inline std::string AudioFrame(std::string_view payload, uint16_t format = 1)
+inline std::string audioFrame(std::string_view payload, uint16_t format = 1)
 {
-    return AudioHeaderBytes({.dataLength = static_cast<uint32_t>(payload.size()), .format = format}) +
+    return audioHeaderBytes({.dataLength = static_cast<uint32_t>(payload.size()), .format = format}) +
            std::string(payload);
 }
 
@@ -50,7 +50,7 @@ inline const std::string DECODER_CONFIG = std::string("\0\0\0\0CONFG711", 12) + 
                                           std::string("\1\0\0\0\1\0\0\0\1\0\0\0\1\0\0\0", 16);
 
 /** The decoder's message for a frame with this payload. */
-inline std::string DecoderFrame(std::string_view payload)
+inline std::string decoderFrame(std::string_view payload)
 {
     const size_t length = payload.size() + 44;
     std::string message = {static_cast<char>(length & 0xFF), static_cast<char>(length >> 8), '\0', '\0'};
@@ -60,7 +60,7 @@ inline std::string DecoderFrame(std::string_view payload)
 }
 
 /** Bytes that differ from place to place, so that none can be lost or moved unseen. */
-inline std::string AudioPayload(size_t size, unsigned seed = 0)
+inline std::string audioPayload(size_t size, unsigned seed = 0)
 {
     std::string payload(size, '\0');
     for (size_t i = 0; i < size; ++i)

@@ -10,12 +10,12 @@
 namespace
 {
 
-UniqueFd OpenOutput(const std::string &path)
+UniqueFd openOutput(const std::string &path)
 {
-    return UniqueFd(Checked(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
+    return UniqueFd(checked(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
 }
 
-std::vector<char *> Pointers(const std::vector<std::string> &texts)
+std::vector<char *> pointers(const std::vector<std::string> &texts)
 {
     std::vector<char *> pointers;
     for (const std::string &text : texts)
@@ -27,61 +27,61 @@ std::vector<char *> Pointers(const std::vector<std::string> &texts)
 
 ChildProcess::ChildProcess(const std::vector<std::string> &command, const Options &options)
 {
-    const UniqueFd output = OpenOutput(options.outputFile);
-    const UniqueFd error = OpenOutput(options.errorFile);
+    const UniqueFd output = openOutput(options.outputFile);
+    const UniqueFd error = openOutput(options.errorFile);
     const UniqueFd input(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    std::vector<char *> arguments = Pointers(command);
+    std::vector<char *> arguments = pointers(command);
     arguments.push_back(nullptr);
-    std::vector<char *> environment = Pointers(options.environment); // first, so that they win
+    std::vector<char *> environment = pointers(options.environment); // first, so that they win
     for (char **variable = environ; *variable != nullptr; ++variable)
         environment.push_back(*variable);
     environment.push_back(nullptr);
 
-    m_pid = Checked(fork(), "fork");
-    if (m_pid == 0) { // other threads may hold locks: system calls only from here on
+    pid_ = checked(fork(), "fork");
+    if (pid_ == 0) { // other threads may hold locks: system calls only from here on
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(input.Get(), STDIN_FILENO);
-        dup2(output.Get(), STDOUT_FILENO);
-        dup2(error.Get(), STDERR_FILENO);
+        dup2(input.get(), STDIN_FILENO);
+        dup2(output.get(), STDOUT_FILENO);
+        dup2(error.get(), STDERR_FILENO);
         execve(arguments[0], arguments.data(), environment.data());
         _exit(127);
     }
-    m_pidFd.Reset(static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)));
+    pidFd_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
 }
 
 ChildProcess::~ChildProcess()
 {
-    if (m_ended)
+    if (ended_)
         return;
-    kill(m_pid, SIGKILL);
-    waitpid(m_pid, nullptr, 0);
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
 }
 
-void ChildProcess::Signal(int signal) const
+void ChildProcess::signal(int signal) const
 {
-    if (!m_ended)
-        kill(m_pid, signal);
+    if (!ended_)
+        kill(pid_, signal);
 }
 
-void ChildProcess::Reap()
+void ChildProcess::reap()
 {
     int status = 0;
-    if (m_ended || waitpid(m_pid, &status, WNOHANG) != m_pid)
+    if (ended_ || waitpid(pid_, &status, WNOHANG) != pid_)
         return;
-    m_ended = true;
-    m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    ended_ = true;
+    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-bool ChildProcess::Ended()
+bool ChildProcess::ended()
 {
-    Reap();
-    return m_ended;
+    reap();
+    return ended_;
 }
 
-int ChildProcess::Wait()
+int ChildProcess::wait()
 {
-    pollfd waiting = {m_pidFd.Get(), POLLIN, 0};
-    if (!m_ended && poll(&waiting, 1, static_cast<int>(TEST_DEADLINE.count())) == 1)
-        Reap();
-    return m_status;
+    pollfd waiting = {pidFd_.get(), POLLIN, 0};
+    if (!ended_ && poll(&waiting, 1, static_cast<int>(TEST_DEADLINE.count())) == 1)
+        reap();
+    return status_;
 }

@@ -23,17 +23,17 @@ class ChildProcess
     ChildProcess(const ChildProcess &) = delete;
     ChildProcess &operator=(const ChildProcess &) = delete;
 
-    [[nodiscard]] pid_t Pid() const { return m_pid; }
-    void Signal(int signal) const;
-    [[nodiscard]] bool Ended();
+    [[nodiscard]] pid_t pid() const { return pid_; }
+    void signal(int signal) const;
+    [[nodiscard]] bool ended();
     /** Waits for the end: the exit status, 128 + signal for one that a signal ended, -1 when it does not end. */
-    [[nodiscard]] int Wait();
+    [[nodiscard]] int wait();
 
   private:
-    void Reap();
+    void reap();
 
-    pid_t m_pid = -1;
-    UniqueFd m_pidFd;
-    bool m_ended = false;
-    int m_status = -1;
+    pid_t pid_ = -1;
+    UniqueFd pidFd_;
+    bool ended_ = false;
+    int status_ = -1;
 };

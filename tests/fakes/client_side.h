@@ -16,24 +16,24 @@ class ClientSide
 {
   public:
     ClientSide() = default;
-    explicit ClientSide(UniqueFd socket) : m_socket(std::move(socket)) {}
+    explicit ClientSide(UniqueFd socket) : socket_(std::move(socket)) {}
 
     /** Every byte until the daemon closes; bytes already given are not given again. */
-    std::string ReadAll();
+    std::string readAll();
     /** Waits until what came since the last call ends with `end`, and gives it. */
-    std::string ReadUntil(std::string_view end);
+    std::string readUntil(std::string_view end);
     /** What has come already, without waiting. */
-    std::string ReadNow();
-    void Send(std::string_view bytes) const;
+    std::string readNow();
+    void send(std::string_view bytes) const;
     /** Closes the connection; the destructor does it too. */
-    void Close() { m_socket.Reset(); }
-    [[nodiscard]] int Fd() const { return m_socket.Get(); }
+    void close() { socket_.reset(); }
+    [[nodiscard]] int fd() const { return socket_.get(); }
 
   private:
     enum class Got { Bytes, Nothing, End };
-    Got ReadSome(std::string &into, bool wait);
+    Got readSome(std::string &into, bool wait);
 
-    UniqueFd m_socket;
+    UniqueFd socket_;
 };
 
 /** One HTTP request as the web server hands it over. */
@@ -46,15 +46,15 @@ struct TestRequest {
 };
 
 /** Hands a request over to the daemon at `socketPath` and gives the client's end of its connection. */
-[[nodiscard]] ClientSide HandOver(const std::string &socketPath, const TestRequest &request);
+[[nodiscard]] ClientSide handOver(const std::string &socketPath, const TestRequest &request);
 
 /** Hands over a raw datagram with `descriptors` ends of connections (0 to 15), only the first of which matters. */
-[[nodiscard]] ClientSide HandOverRaw(const std::string &socketPath, std::string_view payload, int descriptors = 1);
+[[nodiscard]] ClientSide handOverRaw(const std::string &socketPath, std::string_view payload, int descriptors = 1);
 
 /** The payload of a request's datagram, for tests that damage it. */
-[[nodiscard]] std::string HandOverPayload(const TestRequest &request);
+[[nodiscard]] std::string handOverPayload(const TestRequest &request);
 
 /** Sends a datagram to the daemon's event endpoint. */
-void SendEventText(const TempRoot &root, std::string_view datagram);
+void sendEventText(const TempRoot &root, std::string_view datagram);
 /** Sends an event message: {index, channel, type, state, time} each. */
-void SendEvents(const TempRoot &root, std::span<const EventRecord> events);
+void sendEvents(const TempRoot &root, std::span<const EventRecord> events);

@@ -7,13 +7,13 @@
 
 /* DNS messages (RFC 1035) byte by byte, written independently of the daemon's own. */
 
-inline std::string Dns16(uint32_t value)
+inline std::string dns16(uint32_t value)
 {
     return {static_cast<char>(value >> 8), static_cast<char>(value)};
 }
 
 /** A name as labels: a length byte before each piece, a 0 byte at the end. */
-inline std::string DnsLabels(const std::string &name)
+inline std::string dnsLabels(const std::string &name)
 {
     std::string labels;
     for (size_t begin = 0; begin <= name.size();) {
@@ -25,9 +25,9 @@ inline std::string DnsLabels(const std::string &name)
 }
 
 /** One recursive question for the address of a host. */
-inline std::string DnsQuestion(uint16_t identifier, const std::string &name)
+inline std::string dnsQuestion(uint16_t identifier, const std::string &name)
 {
-    return Dns16(identifier) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + DnsLabels(name) +
+    return dns16(identifier) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + dnsLabels(name) +
            std::string("\0\1\0\1", 4);
 }
 
@@ -37,22 +37,22 @@ struct DnsRecord {
     std::string owner = "\xC0\x0C"; ///< a pointer to the question's name, which stands after the header
     int dataLength = -1;            ///< -1: the length of the data
 
-    [[nodiscard]] std::string Bytes() const
+    [[nodiscard]] std::string bytes() const
     {
         const std::string classInAndTimeToLive("\0\1\0\0\1\x2C", 6);
         const auto length = static_cast<uint32_t>(dataLength >= 0 ? dataLength : static_cast<int>(data.size()));
-        return owner + Dns16(type) + classInAndTimeToLive + Dns16(length) + data;
+        return owner + dns16(type) + classInAndTimeToLive + dns16(length) + data;
     }
 };
 
 /** The address 10.1.2.3, or another one by its bytes. */
-inline DnsRecord DnsA(const std::string &bytes = "\x0A\1\2\3")
+inline DnsRecord dnsA(const std::string &bytes = "\x0A\1\2\3")
 {
     return {1, bytes};
 }
-inline DnsRecord DnsCname(const std::string &name)
+inline DnsRecord dnsCname(const std::string &name)
 {
-    return {5, DnsLabels(name)};
+    return {5, dnsLabels(name)};
 }
 
 /** An answer; the identifier and the name are the query's where a fake server sends it. */
@@ -63,13 +63,13 @@ struct DnsMessage {
     uint16_t questionType = 1;
     int answers = -1; ///< -1: the number of the records
 
-    [[nodiscard]] std::string Bytes(uint16_t identifier, const std::string &name) const
+    [[nodiscard]] std::string bytes(uint16_t identifier, const std::string &name) const
     {
         const auto count = static_cast<uint32_t>(answers >= 0 ? answers : static_cast<int>(records.size()));
-        std::string bytes = Dns16(identifier) + Dns16(flags) + Dns16(questions) + Dns16(count) + Dns16(0) +
-                            Dns16(0) + DnsLabels(name) + Dns16(questionType) + Dns16(1);
+        std::string bytes = dns16(identifier) + dns16(flags) + dns16(questions) + dns16(count) + dns16(0) +
+                            dns16(0) + dnsLabels(name) + dns16(questionType) + dns16(1);
         for (const DnsRecord &record : records)
-            bytes += record.Bytes();
+            bytes += record.bytes();
         return bytes;
     }
 };

@@ -6,17 +6,17 @@
 namespace
 {
 
-std::string SetsOf(const TestCamera &camera)
+std::string setsOf(const TestCamera &camera)
 {
     std::string text;
-    for (const std::string &pairs : camera.store.Sets())
+    for (const std::string &pairs : camera.store.sets())
         text += (text.empty() ? "" : "\n") + pairs;
     return text;
 }
 
 } // namespace
 
-std::vector<std::string> Split(const std::string &text, char separator)
+std::vector<std::string> split(const std::string &text, char separator)
 {
     std::vector<std::string> pieces;
     std::istringstream rest(text);
@@ -25,89 +25,89 @@ std::vector<std::string> Split(const std::string &text, char separator)
     return pieces;
 }
 
-void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases)
+void expectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases)
 {
     for (const ChangeCase &c : cases) {
         SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
-        camera.store.ClearRequests();
-        EXPECT_EQ(camera.Get(url, c.query), url.starts_with("/cgi/admin/") ? XML_OK : EchoReply(c.query));
-        EXPECT_EQ(SetsOf(camera), c.written);
+        camera.store.clearRequests();
+        EXPECT_EQ(camera.get(url, c.query), url.starts_with("/cgi/admin/") ? XML_OK : echoReply(c.query));
+        EXPECT_EQ(setsOf(camera), c.written);
     }
 }
 
-void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries, const std::string &reply)
+void expectRefused(TestCamera &camera, const std::string &url, const std::string &queries, const std::string &reply)
 {
-    camera.store.ClearRequests();
-    for (const std::string &query : Split(queries, ' ')) {
+    camera.store.clearRequests();
+    for (const std::string &query : split(queries, ' ')) {
         SCOPED_TRACE(url + "?" + query);
-        EXPECT_EQ(camera.Get(url, query), reply);
-        EXPECT_EQ(SetsOf(camera), "");
+        EXPECT_EQ(camera.get(url, query), reply);
+        EXPECT_EQ(setsOf(camera), "");
     }
 }
 
-void ExpectRanges(TestCamera &camera, const std::string &url, const std::string &ranges, const std::string &others)
+void expectRanges(TestCamera &camera, const std::string &url, const std::string &ranges, const std::string &others)
 {
     const bool admin = url.starts_with("/cgi/admin/");
-    for (const std::string &range : Split(ranges, ' ')) {
+    for (const std::string &range : split(ranges, ' ')) {
         const size_t value = range.find('=') + 1;
         const std::string key = others + range.substr(0, value);
         const int least = std::stoi(range.substr(value)), greatest = std::stoi(range.substr(range.find("..") + 2));
         for (const int good : {least, greatest}) {
             const std::string query = key + std::to_string(good);
-            EXPECT_EQ(camera.Get(url, query), admin ? XML_OK : EchoReply(query)) << query;
+            EXPECT_EQ(camera.get(url, query), admin ? XML_OK : echoReply(query)) << query;
         }
-        ExpectRefused(camera, url, key + std::to_string(least - 1) + " " + key + std::to_string(greatest + 1),
+        expectRefused(camera, url, key + std::to_string(least - 1) + " " + key + std::to_string(greatest + 1),
                       admin ? INVALID_PARAMETER : BAD_REQUEST);
     }
 }
 
-void ExpectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases)
+void expectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases)
 {
-    const std::string body = ReplyBody(camera.Get(url));
-    const FakeStore::Settings before = camera.store.All();
+    const std::string body = replyBody(camera.get(url));
+    const FakeStore::Settings before = camera.store.all();
     for (const ReadCase &c : cases) {
         SCOPED_TRACE(c.settings + " (" + c.description + ")");
-        camera.store.Set(Pairs(c.settings));
-        EXPECT_EQ(camera.Get(url), OkReply(Replaced(body, c.from, c.to)));
-        camera.store.Set(before);
+        camera.store.set(pairs(c.settings));
+        EXPECT_EQ(camera.get(url), okReply(replaced(body, c.from, c.to)));
+        camera.store.set(before);
     }
 }
 
-void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings)
+void expectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings)
 {
-    const FakeStore::Settings before = camera.store.All();
-    for (const std::string &setting : Split(settings, ' ')) {
-        camera.store.Set(Pairs(setting));
-        EXPECT_EQ(camera.Get(url), INTERNAL_ERROR) << setting;
-        camera.store.Set(before);
+    const FakeStore::Settings before = camera.store.all();
+    for (const std::string &setting : split(settings, ' ')) {
+        camera.store.set(pairs(setting));
+        EXPECT_EQ(camera.get(url), INTERNAL_ERROR) << setting;
+        camera.store.set(before);
     }
 }
 
-FakeStore::Settings Pairs(const std::string &text)
+FakeStore::Settings pairs(const std::string &text)
 {
     FakeStore::Settings settings;
-    for (const std::string &pair : Split(text, '&'))
+    for (const std::string &pair : split(text, '&'))
         settings[pair.substr(0, pair.find('='))] = pair.substr(pair.find('=') + 1);
     return settings;
 }
 
-std::string GetOf(const std::string &pairs)
+std::string getOf(const std::string &pairs)
 {
     std::string request = "get NameValue 99 0\n";
-    for (const std::string &pair : Split(pairs, '&'))
+    for (const std::string &pair : split(pairs, '&'))
         request += pair.substr(0, pair.find('=')) + "&";
     return request;
 }
 
-std::string EchoReply(const std::string &query)
+std::string echoReply(const std::string &query)
 {
     std::string body;
-    for (const std::string &pair : Split(query, '&'))
+    for (const std::string &pair : split(query, '&'))
         body += pair + "\r\n";
-    return OkReply(body);
+    return okReply(body);
 }
 
-std::string Replaced(std::string text, const std::string &from, const std::string &to)
+std::string replaced(std::string text, const std::string &from, const std::string &to)
 {
     const size_t at = text.find(from);
     EXPECT_NE(at, std::string::npos) << from;

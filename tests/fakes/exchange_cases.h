@@ -13,17 +13,17 @@ struct ChangeCase {
     std::string query;
     std::string written; ///< the pairs of every "set", in order, a line feed between two
 };
-void ExpectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases);
+void expectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases);
 
 /** Requests, blanks between them, that get this reply and write nothing. */
-void ExpectRefused(TestCamera &camera, const std::string &url, const std::string &queries,
+void expectRefused(TestCamera &camera, const std::string &url, const std::string &queries,
                    const std::string &reply = BAD_REQUEST);
 
 /**
  * Numbers, blanks between them, as "key=least..greatest": both are taken, one less and one more is refused.
  * `others` are the keys that a request needs besides, with an "&" behind them.
  */
-void ExpectRanges(TestCamera &camera, const std::string &url, const std::string &ranges,
+void expectRanges(TestCamera &camera, const std::string &url, const std::string &ranges,
                   const std::string &others = {});
 
 /** How the body of a read differs from what it is, while the store holds something else. */
@@ -33,21 +33,21 @@ struct ReadCase {
     std::string from;
     std::string to;
 };
-void ExpectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases);
+void expectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases);
 
 /** The read is an internal error with each of these, blanks between them: "name=value". */
-void ExpectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings);
+void expectUnreadable(TestCamera &camera, const std::string &url, const std::string &settings);
 
 /** The pieces between the separators; none behind a last one. */
-[[nodiscard]] std::vector<std::string> Split(const std::string &text, char separator);
+[[nodiscard]] std::vector<std::string> split(const std::string &text, char separator);
 
 /** "name=value&name=value&", a last "&" or none. */
-[[nodiscard]] FakeStore::Settings Pairs(const std::string &text);
+[[nodiscard]] FakeStore::Settings pairs(const std::string &text);
 /** The store's request for the names of these pairs, in their order. */
-[[nodiscard]] std::string GetOf(const std::string &pairs);
+[[nodiscard]] std::string getOf(const std::string &pairs);
 
 /** The reply of a change: the request's own pairs, a line each. */
-[[nodiscard]] std::string EchoReply(const std::string &query);
+[[nodiscard]] std::string echoReply(const std::string &query);
 
 /** The text with the first `from`, which has to be in it, replaced. */
-[[nodiscard]] std::string Replaced(std::string text, const std::string &from, const std::string &to);
+[[nodiscard]] std::string replaced(std::string text, const std::string &from, const std::string &to);

@@ -30,7 +30,7 @@ class FakeClock
                         return poll(descriptors, count, 0);
                     }};
     }
-    ~FakeClock() { g_tClock = m_real; }
+    ~FakeClock() { g_tClock = real_; }
     FakeClock(const FakeClock &) = delete;
     FakeClock &operator=(const FakeClock &) = delete;
 
@@ -42,5 +42,5 @@ class FakeClock
 
   private:
     static inline FakeClock *s_self = nullptr;
-    NetUtility_Clock m_real = g_tClock;
+    NetUtility_Clock real_ = g_tClock;
 };

@@ -13,34 +13,34 @@
 class FakeDecoder
 {
   public:
-    /** Listens at `path`, the resolved place of "/var/run/aenc/s0/decodesck_0"; or is not there until Start. */
-    explicit FakeDecoder(std::string path, bool running = true) : m_path(std::move(path))
+    /** Listens at `path`, the resolved place of "/var/run/aenc/s0/decodesck_0"; or is not there until start(). */
+    explicit FakeDecoder(std::string path, bool running = true) : path_(std::move(path))
     {
         if (running)
-            Start();
+            start();
     }
-    ~FakeDecoder() { Vanish(); }
+    ~FakeDecoder() { vanish(); }
     FakeDecoder(const FakeDecoder &) = delete;
     FakeDecoder &operator=(const FakeDecoder &) = delete;
 
     /** Binds the path, as a decoder does that was started again. */
-    void Start();
+    void start();
     /** Closes the socket and removes its file; messages not taken are lost. */
-    void Vanish();
+    void vanish();
 
     /** Waits for the next message; fails the test when none comes. */
-    std::string Next();
+    std::string next();
     /** What has come already, without waiting. */
-    std::vector<std::string> Messages();
+    std::vector<std::string> messages();
 
-    /** Takes no message from anybody until Unblock. */
-    void Block();
-    void Unblock();
+    /** Takes no message from anybody until unblock(). */
+    void block();
+    void unblock();
 
   private:
-    bool Receive(std::string &message, bool wait);
+    bool receive(std::string &message, bool wait);
 
-    std::string m_path;
-    UniqueFd m_socket;
-    std::vector<UniqueFd> m_fillers;
+    std::string path_;
+    UniqueFd socket_;
+    std::vector<UniqueFd> fillers_;
 };

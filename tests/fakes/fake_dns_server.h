@@ -10,7 +10,7 @@
 #include <sys/socket.h>
 
 /** The address of a port of loopback. */
-[[nodiscard]] inline sockaddr_in LoopbackAddress(uint16_t port)
+[[nodiscard]] inline sockaddr_in loopbackAddress(uint16_t port)
 {
     sockaddr_in address = {};
     address.sin_family = AF_INET;
@@ -20,13 +20,13 @@
 }
 
 /** Binds a socket of this type to a free port of loopback and gives the port. */
-[[nodiscard]] inline UniqueFd BindToLoopback(int type, uint16_t &port)
+[[nodiscard]] inline UniqueFd bindToLoopback(int type, uint16_t &port)
 {
     UniqueFd bound(socket(AF_INET, type | SOCK_CLOEXEC, 0));
-    sockaddr_in address = LoopbackAddress(0);
+    sockaddr_in address = loopbackAddress(0);
     socklen_t length = sizeof address;
-    Checked(bind(bound.Get(), reinterpret_cast<sockaddr *>(&address), length), "bind to loopback");
-    Checked(getsockname(bound.Get(), reinterpret_cast<sockaddr *>(&address), &length), "port of loopback");
+    checked(bind(bound.get(), reinterpret_cast<sockaddr *>(&address), length), "bind to loopback");
+    checked(getsockname(bound.get(), reinterpret_cast<sockaddr *>(&address), &length), "port of loopback");
     port = ntohs(address.sin_port);
     return bound;
 }
@@ -57,28 +57,28 @@ class FakeDnsServer
     /** Called on the server's thread for each query; the datagrams go to the asker in this order. */
     using Script = std::function<DnsDatagrams(const std::string &name)>;
 
-    explicit FakeDnsServer(Script script) : m_script(std::move(script)) {}
-    explicit FakeDnsServer(DnsDatagrams each = {}) : m_script([each](const std::string &) { return each; }) {}
-    ~FakeDnsServer() { g_tRemotePorts = m_realPorts; }
+    explicit FakeDnsServer(Script script) : script_(std::move(script)) {}
+    explicit FakeDnsServer(DnsDatagrams each = {}) : script_([each](const std::string &) { return each; }) {}
+    ~FakeDnsServer() { g_tRemotePorts = realPorts_; }
     FakeDnsServer(const FakeDnsServer &) = delete;
     FakeDnsServer &operator=(const FakeDnsServer &) = delete;
 
     /** Its address in network byte order. */
-    [[nodiscard]] static in_addr_t Address() { return htonl(INADDR_LOOPBACK); }
-    [[nodiscard]] std::vector<DnsQuery> Queries() const
+    [[nodiscard]] static in_addr_t address() { return htonl(INADDR_LOOPBACK); }
+    [[nodiscard]] std::vector<DnsQuery> queries() const
     {
-        const std::lock_guard lock(m_mutex);
-        return m_queries;
+        const std::lock_guard lock(mutex_);
+        return queries_;
     }
 
   private:
-    void ServeOne()
+    void serveOne()
     {
         char buffer[1024] = {};
         sockaddr_in asker;
         socklen_t length = sizeof asker;
         auto *address = reinterpret_cast<sockaddr *>(&asker);
-        const ssize_t received = recvfrom(m_socket.Get(), buffer, sizeof buffer - 1, 0, address, &length);
+        const ssize_t received = recvfrom(socket_.get(), buffer, sizeof buffer - 1, 0, address, &length);
         if (received < 0)
             return;
         const auto identifier =
@@ -87,25 +87,25 @@ class FakeDnsServer
         for (size_t at = 12; at < sizeof buffer && buffer[at] > 0; at += 1 + static_cast<size_t>(buffer[at]))
             query.name +=
                 (query.name.empty() ? "" : ".") + std::string(buffer + at + 1, static_cast<size_t>(buffer[at]));
-        EXPECT_EQ(std::string(buffer, static_cast<size_t>(received)), DnsQuestion(query.identifier, query.name));
+        EXPECT_EQ(std::string(buffer, static_cast<size_t>(received)), dnsQuestion(query.identifier, query.name));
         {
-            const std::lock_guard lock(m_mutex);
-            m_queries.push_back(query);
+            const std::lock_guard lock(mutex_);
+            queries_.push_back(query);
         }
-        for (const DnsDatagram &datagram : m_script(query.name)) {
-            const int from = datagram.fromOtherPort ? m_otherSocket.Get() : m_socket.Get();
-            std::string bytes = datagram.message.Bytes(identifier ^ datagram.wrongBits, query.name);
+        for (const DnsDatagram &datagram : script_(query.name)) {
+            const int from = datagram.fromOtherPort ? otherSocket_.get() : socket_.get();
+            std::string bytes = datagram.message.bytes(identifier ^ datagram.wrongBits, query.name);
             bytes.resize(datagram.size == SIZE_MAX ? bytes.size() : datagram.size, '\xC0');
             sendto(from, bytes.data(), bytes.size(), MSG_NOSIGNAL, address, length);
         }
     }
 
-    Script m_script;
-    NetUtility_RemotePorts m_realPorts = g_tRemotePorts;
-    uint16_t m_otherPort = 0;
-    UniqueFd m_socket = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    UniqueFd m_otherSocket = BindToLoopback(SOCK_DGRAM, m_otherPort);
-    mutable std::mutex m_mutex;
-    std::vector<DnsQuery> m_queries;
-    ServiceThread m_thread{m_socket.Get(), [this] { ServeOne(); }};
+    Script script_;
+    NetUtility_RemotePorts realPorts_ = g_tRemotePorts;
+    uint16_t otherPort_ = 0;
+    UniqueFd socket_ = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    UniqueFd otherSocket_ = bindToLoopback(SOCK_DGRAM, otherPort_);
+    mutable std::mutex mutex_;
+    std::vector<DnsQuery> queries_;
+    ServiceThread thread_{socket_.get(), [this] { serveOne(); }};
 };

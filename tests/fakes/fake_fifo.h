@@ -15,36 +15,36 @@ class FakeFifo
 {
   public:
     /** Opens the FIFO at `path`, the resolved place of "/var/run/iod/iodfifo", for reading; makes it if need be. */
-    explicit FakeFifo(std::string path) : m_path(std::move(path))
+    explicit FakeFifo(std::string path) : path_(std::move(path))
     {
-        (void)mkfifo(m_path.c_str(), 0660);
-        m_reader.Reset(Checked(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), m_path));
+        (void)mkfifo(path_.c_str(), 0660);
+        reader_.reset(checked(open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), path_));
     }
 
     /** Every byte since the last call. */
-    std::string Read()
+    std::string read()
     {
         std::string all;
         char bytes[4096];
-        for (ssize_t got = 0; (got = read(m_reader.Get(), bytes, sizeof bytes)) > 0;)
+        for (ssize_t got = 0; (got = ::read(reader_.get(), bytes, sizeof bytes)) > 0;)
             all.append(bytes, static_cast<size_t>(got));
-        all.erase(0, std::exchange(m_filling, 0));
+        all.erase(0, std::exchange(filling_, 0));
         return all;
     }
-    /** Fills the pipe up to this many bytes; Read does not give the filling. */
-    void LeaveRoom(size_t bytes)
+    /** Fills the pipe up to this many bytes; read() does not give the filling. */
+    void leaveRoom(size_t bytes)
     {
-        const UniqueFd writer(open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
-        m_filling = static_cast<size_t>(Checked(fcntl(writer.Get(), F_SETPIPE_SZ, getpagesize()), m_path)) - bytes;
-        const std::string filling(m_filling, '-');
-        if (write(writer.Get(), filling.data(), filling.size()) != static_cast<ssize_t>(filling.size()))
-            Checked(-1, m_path);
+        const UniqueFd writer(open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        filling_ = static_cast<size_t>(checked(fcntl(writer.get(), F_SETPIPE_SZ, getpagesize()), path_)) - bytes;
+        const std::string filling(filling_, '-');
+        if (write(writer.get(), filling.data(), filling.size()) != static_cast<ssize_t>(filling.size()))
+            checked(-1, path_);
     }
     /** Nobody reads any more. */
-    void Close() { m_reader.Reset(); }
+    void close() { reader_.reset(); }
 
   private:
-    std::string m_path;
-    UniqueFd m_reader;
-    size_t m_filling = 0;
+    std::string path_;
+    UniqueFd reader_;
+    size_t filling_ = 0;
 };

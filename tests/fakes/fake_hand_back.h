@@ -17,21 +17,21 @@ class FakeHandBack
 {
   public:
     /** Binds `path`, the resolved place of "/var/run/http/fdipc1". */
-    explicit FakeHandBack(std::string path) : m_path(std::move(path)) { BindAnew(); }
+    explicit FakeHandBack(std::string path) : path_(std::move(path)) { bindAnew(); }
 
     /** As a restarted web server does: a new socket at the same path. */
-    void BindAnew() { m_socket.Reset(Checked(fdipc_server_socket(m_path.c_str()), m_path)); }
+    void bindAnew() { socket_.reset(checked(fdipc_server_socket(path_.c_str()), path_)); }
     /** Nobody has the path bound any more. */
-    void Close() { m_socket.Reset(); }
+    void close() { socket_.reset(); }
 
     /** Waits for the next hand-back, sends `greeting` on its socket and closes it. Returns the text that came. */
-    std::string Take(const std::string &greeting)
+    std::string take(const std::string &greeting)
     {
-        pollfd waiting = {m_socket.Get(), POLLIN, 0};
+        pollfd waiting = {socket_.get(), POLLIN, 0};
         char text[4096];
         int passed = -1;
         const bool came = poll(&waiting, 1, static_cast<int>(TEST_DEADLINE.count())) == 1;
-        const long length = came ? fdipc_receive(m_socket.Get(), text, &passed) : -1;
+        const long length = came ? fdipc_receive(socket_.get(), text, &passed) : -1;
         const UniqueFd client(passed);
         if (length < 0) {
             ADD_FAILURE() << (came ? "a hand-back without exactly one descriptor" : "no socket was handed back");
@@ -43,6 +43,6 @@ class FakeHandBack
     }
 
   private:
-    std::string m_path;
-    UniqueFd m_socket;
+    std::string path_;
+    UniqueFd socket_;
 };

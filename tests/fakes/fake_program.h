@@ -16,21 +16,21 @@ class FakeProgram
 {
   public:
     /** Puts the script at the program's fixed path, below the root. */
-    FakeProgram(const TempRoot &root, const std::string &fixedPath) : m_script(root.Path(fixedPath))
+    FakeProgram(const TempRoot &root, const std::string &fixedPath) : script_(root.path(fixedPath))
     {
-        ExitWith(0);
+        exitWith(0);
         // Another process lists the shell's descriptors, so that none of the listing's own is among them; the one
         // that the shell reads this script from is left out.
-        root.Write(fixedPath, "#!/bin/sh\n"
+        root.write(fixedPath, "#!/bin/sh\n"
                               "sh -c \"ls -l /proc/$$/fd >$0.list\"\n"
                               "held=$(sed -n \"\\\\|$0|d; s|.* \\\\([0-9]*\\\\) -> .*|\\\\1|p\" $0.list)\n"
                               "{ echo \"$*\"; echo \"$QUERY_STRING\"; echo $held; } >>$0.log\n"
                               "exit $(cat $0.status)\n");
-        std::filesystem::permissions(m_script, std::filesystem::perms::owner_all);
+        std::filesystem::permissions(script_, std::filesystem::perms::owner_all);
     }
 
     /** Later runs exit with this status. */
-    void ExitWith(int status) const { std::ofstream(m_script + ".status") << status; }
+    void exitWith(int status) const { std::ofstream(script_ + ".status") << status; }
 
     struct Run {
         std::string arguments;
@@ -38,10 +38,10 @@ class FakeProgram
         std::string descriptors; ///< the open ones, "0 1 2"
     };
     /** Every run so far, in order. */
-    [[nodiscard]] std::vector<Run> Runs() const
+    [[nodiscard]] std::vector<Run> runs() const
     {
         std::vector<Run> runs;
-        std::ifstream log(m_script + ".log");
+        std::ifstream log(script_ + ".log");
         for (Run run; std::getline(log, run.arguments) && std::getline(log, run.query) &&
                       std::getline(log, run.descriptors);)
             runs.push_back(run);
@@ -49,5 +49,5 @@ class FakeProgram
     }
 
   private:
-    std::string m_script;
+    std::string script_;
 };

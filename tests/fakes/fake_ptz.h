@@ -15,63 +15,63 @@ class FakePtz
   public:
     /** Listens at `path`, the resolved place of "/tmp/ptzctrl". */
     explicit FakePtz(const std::string &path)
-        : m_path(path), m_ownPath(path + ".own"), m_endpoint(m_ownPath, [this](int c) { Serve(c); })
+        : path_(path), ownPath_(path + ".own"), endpoint_(ownPath_, [this](int c) { serve(c); })
     {
-        Heal();
+        heal();
     }
-    ~FakePtz() { Refuse(); }
+    ~FakePtz() { refuse(); }
     FakePtz(const FakePtz &) = delete;
     FakePtz &operator=(const FakePtz &) = delete;
 
     /** What each connection since the last call has sent, in order; those on their way are waited for. */
-    std::vector<std::string> Take()
+    std::vector<std::string> take()
     {
-        Wait();
-        const std::lock_guard lock(m_mutex);
-        return std::exchange(m_lines, {});
+        wait();
+        const std::lock_guard lock(mutex_);
+        return std::exchange(lines_, {});
     }
     /** Waits until every connection made so far has ended. */
-    void Wait() const
+    void wait() const
     {
         // Connections are served in turn, so when one of our own has been served, all before it have been.
         const UniqueFd socket(UnixSocket_Open(SOCK_STREAM));
-        Checked(UnixSocket_Connect(socket.Get(), m_ownPath.c_str()), m_ownPath);
-        send(socket.Get(), OWN_LINE.data(), OWN_LINE.size(), MSG_NOSIGNAL);
-        shutdown(socket.Get(), SHUT_WR);
+        checked(UnixSocket_Connect(socket.get(), ownPath_.c_str()), ownPath_);
+        send(socket.get(), OWN_LINE.data(), OWN_LINE.size(), MSG_NOSIGNAL);
+        shutdown(socket.get(), SHUT_WR);
         char byte = 0;
-        while (recv(socket.Get(), &byte, 1, 0) > 0)
+        while (recv(socket.get(), &byte, 1, 0) > 0)
             continue;
     }
 
     /** Later connections are refused; those that are made already are served. */
-    void Refuse() { unlink(m_path.c_str()); }
+    void refuse() { unlink(path_.c_str()); }
     /** The nth connection from now is closed unread and noted as "(hung up)". */
-    void HangUp(int nth) { m_hangUpIn = nth; }
+    void hangUp(int nth) { hangUpIn_ = nth; }
     /** Connections are taken again. */
-    void Heal()
+    void heal()
     {
-        Refuse();
-        Checked(link(m_ownPath.c_str(), m_path.c_str()), m_path);
+        refuse();
+        checked(link(ownPath_.c_str(), path_.c_str()), path_);
     }
 
   private:
-    void Serve(int connection)
+    void serve(int connection)
     {
-        const bool hangUp = m_hangUpIn > 0 && --m_hangUpIn == 0;
+        const bool hangUp = hangUpIn_ > 0 && --hangUpIn_ == 0;
         std::string line = hangUp ? "(hung up)" : "";
         char bytes[4096];
         for (ssize_t got = 0; !hangUp && (got = recv(connection, bytes, sizeof bytes, 0)) > 0;)
             line.append(bytes, static_cast<size_t>(got));
-        const std::lock_guard lock(m_mutex);
+        const std::lock_guard lock(mutex_);
         if (line != OWN_LINE)
-            m_lines.push_back(line);
+            lines_.push_back(line);
     }
 
     static constexpr std::string_view OWN_LINE = "\n";
-    std::string m_path;
-    std::string m_ownPath; ///< the same socket, which stays when the daemon's path goes
-    std::atomic<int> m_hangUpIn = 0;
-    std::mutex m_mutex;
-    std::vector<std::string> m_lines;
-    UnixEndpoint m_endpoint;
+    std::string path_;
+    std::string ownPath_; ///< the same socket, which stays when the daemon's path goes
+    std::atomic<int> hangUpIn_ = 0;
+    std::mutex mutex_;
+    std::vector<std::string> lines_;
+    UnixEndpoint endpoint_;
 };

@@ -10,7 +10,7 @@ constexpr std::string_view GET = "get NameValue 99 0\n";
 constexpr std::string_view SET = "set NameValue 99 0 0\n";
 
 /** The pieces between "&", empty ones left out. */
-std::vector<std::string> SplitPieces(std::string_view text)
+std::vector<std::string> splitPieces(std::string_view text)
 {
     std::vector<std::string> pieces;
     while (!text.empty()) {
@@ -25,130 +25,130 @@ std::vector<std::string> SplitPieces(std::string_view text)
 } // namespace
 
 FakeStore::FakeStore(const std::string &path, Settings settings)
-    : m_settings(std::move(settings)), m_endpoint(path, [this](int connection) { Serve(connection); })
+    : settings_(std::move(settings)), endpoint_(path, [this](int connection) { serve(connection); })
 {
 }
 
 FakeStore::~FakeStore()
 {
-    m_endpoint.Close();
-    for (const std::string &complaint : m_complaints)
+    endpoint_.close();
+    for (const std::string &complaint : complaints_)
         ADD_FAILURE() << complaint;
 }
 
-void FakeStore::Set(const std::string &name, const std::string &value)
+void FakeStore::set(const std::string &name, const std::string &value)
 {
-    const std::lock_guard lock(m_mutex);
-    m_settings[name] = value;
+    const std::lock_guard lock(mutex_);
+    settings_[name] = value;
 }
 
-void FakeStore::Set(const Settings &settings)
+void FakeStore::set(const Settings &settings)
 {
     for (const auto &[name, value] : settings)
-        Set(name, value);
+        set(name, value);
 }
 
-void FakeStore::Remove(const std::string &name)
+void FakeStore::remove(const std::string &name)
 {
-    const std::lock_guard lock(m_mutex);
-    m_settings.erase(name);
+    const std::lock_guard lock(mutex_);
+    settings_.erase(name);
 }
 
-std::string FakeStore::Value(const std::string &name) const
+std::string FakeStore::value(const std::string &name) const
 {
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_settings.find(name);
-    return found != m_settings.end() ? found->second : "(none)";
+    const std::lock_guard lock(mutex_);
+    const auto found = settings_.find(name);
+    return found != settings_.end() ? found->second : "(none)";
 }
 
-FakeStore::Settings FakeStore::All() const
+FakeStore::Settings FakeStore::all() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_settings;
+    const std::lock_guard lock(mutex_);
+    return settings_;
 }
 
-std::vector<std::string> FakeStore::Requests() const
+std::vector<std::string> FakeStore::requests() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_requests;
+    const std::lock_guard lock(mutex_);
+    return requests_;
 }
 
-std::vector<std::string> FakeStore::Sets() const
+std::vector<std::string> FakeStore::sets() const
 {
     std::vector<std::string> sets;
-    for (const std::string &request : Requests())
+    for (const std::string &request : requests())
         if (request.starts_with(SET))
             sets.push_back(request.substr(SET.size()));
     return sets;
 }
 
-std::string FakeStore::LastSet() const
+std::string FakeStore::lastSet() const
 {
-    const std::vector<std::string> sets = Sets();
-    return sets.empty() ? "(none)" : sets.back();
+    const std::vector<std::string> all = sets();
+    return all.empty() ? "(none)" : all.back();
 }
 
-void FakeStore::ClearRequests()
+void FakeStore::clearRequests()
 {
-    const std::lock_guard lock(m_mutex);
-    m_requests.clear();
+    const std::lock_guard lock(mutex_);
+    requests_.clear();
 }
 
-void FakeStore::SetFault(Fault fault)
+void FakeStore::setFault(Fault fault)
 {
-    const std::lock_guard lock(m_mutex);
-    m_fault = std::move(fault);
+    const std::lock_guard lock(mutex_);
+    fault_ = std::move(fault);
 }
 
 /** The fault that strikes this request. */
-FakeStore::Fault FakeStore::TakeFault()
+FakeStore::Fault FakeStore::takeFault()
 {
-    const std::lock_guard lock(m_mutex);
-    if (m_fault.nth == 0)
-        return m_fault;
-    if (--m_fault.nth > 0)
+    const std::lock_guard lock(mutex_);
+    if (fault_.nth == 0)
+        return fault_;
+    if (--fault_.nth > 0)
         return {};
-    return std::exchange(m_fault, Fault{});
+    return std::exchange(fault_, Fault{});
 }
 
-void FakeStore::Serve(int connection)
+void FakeStore::serve(int connection)
 {
-    const Fault fault = TakeFault();
+    const Fault fault = takeFault();
     if (fault.closeEarly)
         return;
     char bytes[65536];
     const ssize_t got = recv(connection, bytes, sizeof bytes, 0);
     if (got <= 0)
         return;
-    std::string reply = Reply(std::string(bytes, static_cast<size_t>(got)));
+    std::string reply = replyTo(std::string(bytes, static_cast<size_t>(got)));
     if (fault.answer)
         reply = fault.answer(reply);
     send(connection, reply.data(), reply.size(), MSG_NOSIGNAL); // a client that is gone is its own affair
 }
 
-std::string FakeStore::Reply(const std::string &request)
+std::string FakeStore::replyTo(const std::string &request)
 {
-    const std::lock_guard lock(m_mutex);
-    m_requests.push_back(request);
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
     std::string reply;
     if (request.starts_with(GET)) {
-        for (std::string name : SplitPieces(std::string_view(request).substr(GET.size()))) {
+        for (std::string name : splitPieces(std::string_view(request).substr(GET.size()))) {
             if (name.ends_with('='))
                 name.pop_back();
-            if (const auto found = m_settings.find(name); found != m_settings.end())
+            if (const auto found = settings_.find(name); found != settings_.end())
                 reply += name + "=" + found->second + "\n";
         }
         return reply;
     }
     if (!request.starts_with(SET)) {
-        m_complaints.push_back("neither a get nor a set: " + request);
+        complaints_.push_back("neither a get nor a set: " + request);
         return {};
     }
-    for (const std::string &pair : SplitPieces(std::string_view(request).substr(SET.size()))) {
+    for (const std::string &pair : splitPieces(std::string_view(request).substr(SET.size()))) {
         const size_t equals = pair.find('=');
         if (equals == std::string::npos)
             continue;
-        m_settings[pair.substr(0, equals)] = pair.substr(equals + 1);
+        settings_[pair.substr(0, equals)] = pair.substr(equals + 1);
         reply += pair + "\n";
     }
     return reply.empty() ? "\n" : reply;

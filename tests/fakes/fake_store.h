@@ -29,53 +29,53 @@ class FakeStore
     FakeStore(const FakeStore &) = delete;
     FakeStore &operator=(const FakeStore &) = delete;
 
-    void Set(const std::string &name, const std::string &value);
-    void Set(const Settings &settings);
-    void Remove(const std::string &name);
+    void set(const std::string &name, const std::string &value);
+    void set(const Settings &settings);
+    void remove(const std::string &name);
     /** The stored value; "(none)" for a name that is not there. */
-    [[nodiscard]] std::string Value(const std::string &name) const;
-    [[nodiscard]] Settings All() const;
+    [[nodiscard]] std::string value(const std::string &name) const;
+    [[nodiscard]] Settings all() const;
 
-    /** Every request since the start or ClearRequests, byte for byte. */
-    [[nodiscard]] std::vector<std::string> Requests() const;
+    /** Every request since the start or clearRequests(), byte for byte. */
+    [[nodiscard]] std::vector<std::string> requests() const;
     /** The pairs of the last "set", "(none)" without one. */
-    [[nodiscard]] std::string LastSet() const;
+    [[nodiscard]] std::string lastSet() const;
     /** The pairs of every "set" in order. */
-    [[nodiscard]] std::vector<std::string> Sets() const;
-    void ClearRequests();
+    [[nodiscard]] std::vector<std::string> sets() const;
+    void clearRequests();
 
-    /* Faults. They last until Heal, or strike one request only when `nth` says which, counted from now as 1. */
+    /* Faults. They last until heal(), or strike one request only when `nth` says which, counted from now as 1. */
     /** Closes without reading the request. */
-    void CloseEarly(int nth = 0) { SetFault({nth, true, {}}); }
+    void closeEarly(int nth = 0) { setFault({nth, true, {}}); }
     /** Reads the request and closes. */
-    void AnswerNothing(int nth = 0) { Answer("", nth); }
+    void answerNothing(int nth = 0) { answer("", nth); }
     /** Answers these bytes, whatever was asked. */
-    void Answer(std::string_view bytes, int nth = 0)
+    void answer(std::string_view bytes, int nth = 0)
     {
-        SetFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
+        setFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
     }
     /** Answers `length` bytes of the reply. */
-    void CutAnswer(size_t length, int nth = 0)
+    void cutAnswer(size_t length, int nth = 0)
     {
-        SetFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
+        setFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
     }
     /** Runs `action` when a request has come, before it is answered: the client waits meanwhile. */
-    void Before(std::function<void()> action, int nth = 0)
+    void before(std::function<void()> action, int nth = 0)
     {
-        SetFault({nth, false, [run = std::move(action)](const auto &reply) { return run(), reply; }});
+        setFault({nth, false, [run = std::move(action)](const auto &reply) { return run(), reply; }});
     }
     /** Answers late. */
-    void DelayAnswer(std::chrono::milliseconds delay, int nth = 0)
+    void delayAnswer(std::chrono::milliseconds delay, int nth = 0)
     {
-        Before([delay] { std::this_thread::sleep_for(delay); }, nth);
+        before([delay] { std::this_thread::sleep_for(delay); }, nth);
     }
-    void Heal() { SetFault({}); }
+    void heal() { setFault({}); }
 
     /** Waits until the daemon's connections are closed at this end too, for tests that count descriptors. */
-    void WaitUntilIdle() const { m_endpoint.WaitUntilIdle(); }
-    /** Nobody listens, until Listen. */
-    void Refuse() { m_endpoint.Close(); }
-    void Listen() { m_endpoint.Open(); }
+    void waitUntilIdle() const { endpoint_.waitUntilIdle(); }
+    /** Nobody listens, until listen(). */
+    void refuse() { endpoint_.close(); }
+    void listen() { endpoint_.open(); }
 
   private:
     struct Fault {
@@ -83,15 +83,15 @@ class FakeStore
         bool closeEarly = false;
         std::function<std::string(const std::string &reply)> answer = {}; ///< what is sent instead of the reply
     };
-    void SetFault(Fault fault);
-    Fault TakeFault();
-    void Serve(int connection);
-    std::string Reply(const std::string &request);
+    void setFault(Fault fault);
+    Fault takeFault();
+    void serve(int connection);
+    std::string replyTo(const std::string &request);
 
-    mutable std::mutex m_mutex;
-    Settings m_settings;
-    std::vector<std::string> m_requests;
-    std::vector<std::string> m_complaints;
-    Fault m_fault;
-    UnixEndpoint m_endpoint;
+    mutable std::mutex mutex_;
+    Settings settings_;
+    std::vector<std::string> requests_;
+    std::vector<std::string> complaints_;
+    Fault fault_;
+    UnixEndpoint endpoint_;
 };

@@ -7,41 +7,41 @@
 #include <stdexcept>
 
 InProcessServer::InProcessServer(const FakeStore::Settings &settings)
-    : store(root.Path("/tmp/configer"), TestCamera::DefaultSettings())
+    : store(root.path("/tmp/configer"), TestCamera::defaultSettings())
 {
-    store.Set("capability_naudioout", "0");
-    store.Set(settings);
+    store.set("capability_naudioout", "0");
+    store.set(settings);
     g_tServerGlobals.iNetworkRestart = 0;
     g_tServerGlobals.iReloadPassword = 0;
     Wait_SetFair(false);
-    if (KelpaFdServer_Initial(&server, SocketPath().c_str()) != 0)
+    if (KelpaFdServer_Initial(&server, socketPath().c_str()) != 0)
         throw std::runtime_error("KelpaFdServer_Initial failed");
-    store.WaitUntilIdle();
-    store.ClearRequests();
+    store.waitUntilIdle();
+    store.clearRequests();
 }
 
 InProcessServer::~InProcessServer()
 {
     for (const SessionSlot &slot : server->atSessions)
-        UniqueFd(slot.tRequest.iClientSocket).Reset();
+        UniqueFd(slot.tRequest.iClientSocket).reset();
     KelpaFdServer_Destroy(server);
 }
 
-std::string InProcessServer::Exchange(const TestRequest &request)
+std::string InProcessServer::exchange(const TestRequest &request)
 {
-    ClientSide client = Open(request);
-    Round();
-    for (int round = 0; BusySlots() > 0 && round < 1000; ++round)
-        Round();
-    return client.ReadAll();
+    ClientSide client = open(request);
+    round();
+    for (int round = 0; busySlots() > 0 && round < 1000; ++round)
+        round();
+    return client.readAll();
 }
 
-int InProcessServer::Step()
+int InProcessServer::step()
 {
     // Every reading of the clock uses the round's budget up, so a session stops after one state routine.
     const uint32_t now = clock.now;
     clock.step = 1001;
-    const int result = Round();
+    const int result = round();
     clock.step = 0;
     clock.now = now;
     for (SessionSlot &slot : server->atSessions) {
@@ -51,7 +51,7 @@ int InProcessServer::Step()
     return result;
 }
 
-int InProcessServer::BusySlots() const
+int InProcessServer::busySlots() const
 {
     int busy = 0;
     for (const SessionSlot &slot : server->atSessions)

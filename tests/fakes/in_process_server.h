@@ -13,8 +13,8 @@
  * ("capability_naudioout").
  *
  * What it does not do: run the audio thread, unless "capability_naudioout" is set to 1; run by itself. Nothing is
- * taken or sent until the test asks for a round, so a reply is read with ReadNow (or ReadAll once the connection is
- * closed), not while it is still to be made.
+ * taken or sent until the test asks for a round, so a reply is read with readNow() (or readAll() once the
+ * connection is closed), not while it is still to be made.
  */
 class InProcessServer
 {
@@ -24,24 +24,24 @@ class InProcessServer
     InProcessServer(const InProcessServer &) = delete;
     InProcessServer &operator=(const InProcessServer &) = delete;
 
-    [[nodiscard]] std::string SocketPath() const { return root.Path("/tmp/kelpa.sock"); }
-    [[nodiscard]] ClientSide Open(const TestRequest &request) const { return HandOver(SocketPath(), request); }
+    [[nodiscard]] std::string socketPath() const { return root.path("/tmp/kelpa.sock"); }
+    [[nodiscard]] ClientSide open(const TestRequest &request) const { return handOver(socketPath(), request); }
     /** A whole exchange in as many rounds as it takes. */
-    std::string Exchange(const TestRequest &request);
-    void SendEvents(std::span<const EventRecord> events) const { ::SendEvents(root, events); }
-    void SendEventText(std::string_view datagram) const { ::SendEventText(root, datagram); }
+    std::string exchange(const TestRequest &request);
+    void sendEvents(std::span<const EventRecord> events) const { ::sendEvents(root, events); }
+    void sendEventText(std::string_view datagram) const { ::sendEventText(root, datagram); }
 
     /** One round of the main loop; gives its result. */
-    int Round() { return KelpaFdServer_Process(server); }
-    void Rounds(int count)
+    int round() { return KelpaFdServer_Process(server); }
+    void rounds(int count)
     {
         for (int i = 0; i < count; ++i)
-            Round();
+            round();
     }
     /** A round in which the only busy session makes exactly one step of its state machine, and no time passes. */
-    int Step();
-    [[nodiscard]] SessionSlot &Slot(int number) const { return server->atSessions[number]; }
-    [[nodiscard]] int BusySlots() const;
+    int step();
+    [[nodiscard]] SessionSlot &slot(int number) const { return server->atSessions[number]; }
+    [[nodiscard]] int busySlots() const;
 
     RootEnvironment root;
     FakeStore store;

@@ -2,9 +2,9 @@
 
 #include "tests/fakes/exchange_cases.h"
 
-FakeStore::Settings MediaSettings()
+FakeStore::Settings mediaSettings()
 {
-    FakeStore::Settings settings = Pairs(
+    FakeStore::Settings settings = pairs(
         "capability_nmediastream=3&capability_videoin_codec=h264,mjpeg,mpeg4&"
         "capability_videoin_resolution=176x144,320x240,640x480&capability_videoin_vbitrates=64,512,2000&"
         "capability_videoin_framerates=1,15,30&capability_videoin_qualities=1,2,3,4,5&capability_supportaudio=1&"
@@ -19,9 +19,9 @@ FakeStore::Settings MediaSettings()
     for (const std::string stream : {"0", "1", "2"}) {
         const std::string prefix = "videoin_c0_s" + stream + "_";
         settings["network_rtsp_s" + stream + "_accessname"] = "live" + stream + ".sdp";
-        settings.merge(Pairs(prefix + "mjpeg_quant=4&" + prefix + "mjpeg_maxframe=15"));
+        settings.merge(pairs(prefix + "mjpeg_quant=4&" + prefix + "mjpeg_maxframe=15"));
         for (const std::string &codec : {prefix + "h264_", prefix + "mpeg4_"})
-            settings.merge(Pairs(codec + "intraperiod=1000&" + codec + "quant=3&" + codec + "bitrate=2000000&" +
+            settings.merge(pairs(codec + "intraperiod=1000&" + codec + "quant=3&" + codec + "bitrate=2000000&" +
                                  codec + "maxframe=25&" + codec +
                                  (codec.ends_with("h264_") ? "ratecontrolmode=cbr" : "ratecontrolmode=vbr")));
     }

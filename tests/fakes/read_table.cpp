@@ -5,7 +5,7 @@
 namespace
 {
 
-FamilyRead DateTime(const std::string &ntp)
+FamilyRead dateTime(const std::string &ntp)
 {
     return {"/config/datetime.cgi", "", "DateTime", // the clock is in the family's own test
             "system_updateinterval=" + ntp +
@@ -14,14 +14,14 @@ FamilyRead DateTime(const std::string &ntp)
                 "system_daylight_enable=1|flag; Get daylight information failed"};
 }
 
-std::string Account(const std::string &provider)
+std::string account(const std::string &provider)
 {
     const std::string prefix = "ddns_" + provider + "_";
     return "\n" + prefix + "hostname=a.host|127&" + prefix + "usernameemail=a.user|63&" + prefix +
            "passwordkey=a.pass|63";
 }
 
-FamilyRead Network(const std::string &stored, const std::string &account, const std::string &reported)
+FamilyRead network(const std::string &stored, const std::string &account, const std::string &reported)
 {
     return {
         "/config/network.cgi",
@@ -39,7 +39,7 @@ FamilyRead Network(const std::string &stored, const std::string &account, const 
 }
 
 /** A profile that has the values of three codecs, of which its own are looked at. */
-FamilyRead Video(const std::string &profile, const std::string &codec, const std::string &name,
+FamilyRead video(const std::string &profile, const std::string &codec, const std::string &name,
                  const std::string &rest)
 {
     const std::string stream = "videoin_c0_s" + std::to_string(std::stoi(profile) - 1) + "_";
@@ -60,7 +60,7 @@ FamilyRead Video(const std::string &profile, const std::string &codec, const std
 }
 
 /** Two windows, the second one on unless the camera's switch is off. */
-FamilyRead Motion(const std::string &on, const std::string &reported, const std::string &enable)
+FamilyRead motion(const std::string &on, const std::string &reported, const std::string &enable)
 {
     std::string windows;
     for (const std::string window : {"0", "1"})
@@ -76,7 +76,7 @@ FamilyRead Motion(const std::string &on, const std::string &reported, const std:
                 "|flag&motion_c0_win_i0_objsize=10&motion_c0_win_i0_sensitivity=70\n" + windows};
 }
 
-FamilyRead Alarm(const std::string &trigger, const std::string &inputs, const std::string &reported)
+FamilyRead alarm(const std::string &trigger, const std::string &inputs, const std::string &reported)
 {
     return {"/cgi/admin/adv_do.cgi",
             "<config><digitalOutput><toOut1><enable>1</enable><triggerBy>" + reported +
@@ -84,7 +84,7 @@ FamilyRead Alarm(const std::string &trigger, const std::string &inputs, const st
             "Alarm", "event_i2_enable=1|flag&event_i2_trigger=" + trigger + "|15 word&event_i2_di=" + inputs};
 }
 
-FamilyRead PresetList()
+FamilyRead presetList()
 {
     std::string names;
     for (int i = 0; i < 20; ++i)
@@ -106,15 +106,15 @@ const FamilyRead READS[] = {
      "capability_naudioout=1&system_info_fwversion=1.02.07|63 word&layout_title_text=Entrance|63"},
     {"/config/camera_info.cgi", "name=Hall\n", "CameraInfo", "layout_title_text=Hall|63"},
     {"/config/timestamp.cgi", "label=Yard\n", "TimeStamp", "videoin_c0_text=Yard|63"},
-    DateTime("3600&system_ntp=pool.ntp|39 word"),
-    DateTime("0&system_ntp=x|unused"),
-    Network("DyndnsDynamic", Account("DyndnsDynamic"), "dyndns"),
-    Network("PomroCN", Account("PomroCN") + "&ddns_PomroCN_servername=ns.cn|63", "ns.cn"),
+    dateTime("3600&system_ntp=pool.ntp|39 word"),
+    dateTime("0&system_ntp=x|unused"),
+    network("DyndnsDynamic", account("DyndnsDynamic"), "dyndns"),
+    network("PomroCN", account("PomroCN") + "&ddns_PomroCN_servername=ns.cn|63", "ns.cn"),
     {"/config/ddns.cgi", "ddns=on\nprovider=pomroddns\nhost=a.host\nuser=a.user\npass=a.pass\n", "DDNS",
-     "ddns_enable=1|flag&ddns_provider=Pomro|31 word" + Account("Pomro")},
-    Video("1", "h264", "H.264", "abr\nbitrate=2000\n"),
-    Video("2", "mjpeg", "MJPEG", "Fixquality\n"),
-    Video("3", "mpeg4", "MPEG4", "abr\nbitrate=2000\n"),
+     "ddns_enable=1|flag&ddns_provider=Pomro|31 word" + account("Pomro")},
+    video("1", "h264", "H.264", "abr\nbitrate=2000\n"),
+    video("2", "mjpeg", "MJPEG", "Fixquality\n"),
+    video("3", "mpeg4", "MPEG4", "abr\nbitrate=2000\n"),
     {"/config/audio.cgi?profileid=1", "profileid=1\ncodec=AAC\nsamplerate=44100\nchannel=2\nbitrate=128000\n",
      "AudioConfig",
      "capability_naudiosetting=2\naudioin_c0_s0_codectype=aac4|7 word\naudioin_c0_s0_aac4_bitrate=128000"},
@@ -152,18 +152,18 @@ const FamilyRead READS[] = {
      "audioin_c0_s0_codectype=aac4|7 word"},
     {"/config/rtspurl.cgi?profileid=3", "profileid=3\nurlentry=live2.sdp\n", "RtspUrl",
      "capability_nmediastream=3\nnetwork_rtsp_s2_accessname=live2.sdp|31"},
-    PresetList(),
+    presetList(),
     {"/config/rs485.cgi",
      "enable=yes\nproto=PelcoD\ndevid=7\nbaudrate=9600\ndatabits=8\nparity=Even\nstopbits=1\ndelaytime=500\n",
      "RS485Config",
      "camctrl_c0_isptz=1|flag&camctrl_c0_cameraid=7&uart_i0_ptzdriver=2&uart_i0_baudrate=9600&uart_i0_databit=8&"
      "uart_i0_paritybit=even|7 word&uart_i0_stopbit=1\nuart_ptzdrivers_i2_name=Pelco D|47 word"},
-    Motion("1", "yes", "|flag ="),
-    Motion("0", "no", "|unused ="),
+    motion("1", "yes", "|flag ="),
+    motion("0", "no", "|unused ="),
     {"/config/io.cgi", "in1=off\nin2=on\nout1=off\n", "DIDOConfig",
      "capability_ndi=2&capability_ndo=1\nstatus_di_i0=0|flag&status_di_i1=1|flag&status_do_i0=on|flag"},
-    Alarm("di", "3", "<byMotion>0</byMotion><byIn1>1</byIn1><byIn2>1</byIn2>"),
-    Alarm("motion", "x|unused", "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"),
+    alarm("di", "3", "<byMotion>0</byMotion><byIn1>1</byIn1><byIn2>1</byIn2>"),
+    alarm("motion", "x|unused", "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"),
     {"/cgi/admin/adv_snapshot_cont.cgi",
      "<config><mail><smtpEnable1>1</smtpEnable1><smtpServer1>mail.server</smtpServer1><smtpPort1>25</smtpPort1>"
      "<smtpUser1>mail.user</smtpUser1><smtpPass1>mail=pass</smtpPass1><receiver1>me@example</receiver1>"
@@ -205,10 +205,10 @@ const FamilyRead READS[] = {
 
 } // namespace
 
-std::vector<StoreQuestion> FamilyRead::Questions() const
+std::vector<StoreQuestion> FamilyRead::questions() const
 {
     std::vector<StoreQuestion> questions;
-    for (std::string line : Split(answers, '\n')) {
+    for (std::string line : split(answers, '\n')) {
         StoreQuestion question = {"get NameValue 99 0\n", {}, "[MappingGetRoutine_" + routine + "]", ""};
         if (const size_t at = line.find(": "); at != std::string::npos) {
             question.caller = "[" + line.substr(0, at) + "]";
@@ -218,11 +218,11 @@ std::vector<StoreQuestion> FamilyRead::Questions() const
             question.log = question.caller + line.substr(at + 2) + "\n";
             line.erase(at);
         }
-        for (const std::string &text : Split(line, '&')) {
+        for (const std::string &text : split(line, '&')) {
             const size_t equals = text.find('='), bar = text.find('|');
             const StoredValue value = {text.substr(0, equals), text.substr(equals + 1, bar - equals - 1),
                                        bar != std::string::npos ? text.substr(bar + 1) : ""};
-            question.request += value.name + (value.Is("bare") ? "" : value.Is("=") ? "=&" : "&");
+            question.request += value.name + (value.is("bare") ? "" : value.is("=") ? "=&" : "&");
             question.answer.push_back(value);
         }
         questions.push_back(question);
@@ -230,17 +230,17 @@ std::vector<StoreQuestion> FamilyRead::Questions() const
     return questions;
 }
 
-std::span<const FamilyRead> AllReads()
+std::span<const FamilyRead> allReads()
 {
     return READS;
 }
 
-FakeStore::Settings StoredFor(const std::string &url)
+FakeStore::Settings storedFor(const std::string &url)
 {
     FakeStore::Settings settings;
     for (const FamilyRead &read : READS)
         if (read.url == url && settings.empty())
-            for (const StoreQuestion &question : read.Questions())
+            for (const StoreQuestion &question : read.questions())
                 for (const StoredValue &value : question.answer)
                     settings[value.name] = value.value;
     return settings;

@@ -10,13 +10,13 @@
 struct StoredValue {
     std::string name, value, kind; ///< the kind as FamilyRead::answers has it
 
-    [[nodiscard]] bool Is(const char *word) const { return kind.find(word) != std::string::npos; }
-    [[nodiscard]] bool IsText() const { return std::isdigit(kind[0]) != 0; }
-    [[nodiscard]] size_t Limit() const { return IsText() ? std::stoul(kind) : 7; }
+    [[nodiscard]] bool is(const char *word) const { return kind.find(word) != std::string::npos; }
+    [[nodiscard]] bool isText() const { return std::isdigit(kind[0]) != 0; }
+    [[nodiscard]] size_t limit() const { return isText() ? std::stoul(kind) : 7; }
     /** The value made `length` characters long; a number stays the number that it is. */
-    [[nodiscard]] std::string Stretched(size_t length) const
+    [[nodiscard]] std::string stretched(size_t length) const
     {
-        const std::string filling(length - value.size(), IsText() || Is("flag") || Is("unused") ? 'x' : '0');
+        const std::string filling(length - value.size(), isText() || is("flag") || is("unused") ? 'x' : '0');
         return filling[0] == 'x' ? value + filling : std::string(value).insert(value[0] == '-' ? 1 : 0, filling);
     }
 };
@@ -52,10 +52,10 @@ struct FamilyRead {
      */
     std::string answers;
 
-    [[nodiscard]] std::vector<StoreQuestion> Questions() const;
+    [[nodiscard]] std::vector<StoreQuestion> questions() const;
 };
 
-[[nodiscard]] std::span<const FamilyRead> AllReads();
+[[nodiscard]] std::span<const FamilyRead> allReads();
 
 /** What a store holds that answers the first read of this URL. */
-[[nodiscard]] FakeStore::Settings StoredFor(const std::string &url);
+[[nodiscard]] FakeStore::Settings storedFor(const std::string &url);

@@ -28,7 +28,7 @@ inline const std::string NOTIFY_HEADER = "HTTP/1.1 200 OK\r\nCache-Control: no-c
                                          "Pragma: no-cache\r\nContent-Type: text/plain\r\n\r\n";
 
 /** The reply with this body: the length stands left-aligned in four places, one blank behind the colon. */
-inline std::string OkReply(std::string_view body)
+inline std::string okReply(std::string_view body)
 {
     std::string length = std::to_string(body.size());
     length.resize(4, ' ');
@@ -37,7 +37,7 @@ inline std::string OkReply(std::string_view body)
 }
 
 /** What follows the head of a reply; "(no body)" when there is no end of a head. */
-inline std::string ReplyBody(const std::string &reply)
+inline std::string replyBody(const std::string &reply)
 {
     const size_t end = reply.find("\r\n\r\n");
     return end != std::string::npos ? reply.substr(end + 4) : "(no body)";

@@ -12,8 +12,8 @@ class ServiceThread
 {
   public:
     ServiceThread(int fd, std::function<void()> serve)
-        : m_thread([this, fd, serve = std::move(serve)] {
-              pollfd waiting[] = {{m_stop.Get(), POLLIN, 0}, {fd, POLLIN, 0}};
+        : thread_([this, fd, serve = std::move(serve)] {
+              pollfd waiting[] = {{stop_.get(), POLLIN, 0}, {fd, POLLIN, 0}};
               while (poll(waiting, 2, -1) >= 0 && waiting[0].revents == 0)
                   serve();
           })
@@ -21,13 +21,13 @@ class ServiceThread
     }
     ~ServiceThread()
     {
-        eventfd_write(m_stop.Get(), 1);
-        m_thread.join();
+        eventfd_write(stop_.get(), 1);
+        thread_.join();
     }
     ServiceThread(const ServiceThread &) = delete;
     ServiceThread &operator=(const ServiceThread &) = delete;
 
   private:
-    UniqueFd m_stop{eventfd(0, EFD_CLOEXEC)};
-    std::thread m_thread;
+    UniqueFd stop_{eventfd(0, EFD_CLOEXEC)};
+    std::thread thread_;
 };

@@ -20,14 +20,14 @@ class TempRoot
     TempRoot(const TempRoot &) = delete;
     TempRoot &operator=(const TempRoot &) = delete;
 
-    [[nodiscard]] const std::string &Path() const { return m_path; }
+    [[nodiscard]] const std::string &path() const { return path_; }
     /** Where one of the camera's fixed paths ("/tmp/configer") stands. */
-    [[nodiscard]] std::string Path(const std::string &fixedPath) const { return m_path + fixedPath; }
+    [[nodiscard]] std::string path(const std::string &fixedPath) const { return path_ + fixedPath; }
     /** Writes a file of the camera, named by its fixed path. */
-    void Write(const std::string &fixedPath, const std::string &content) const;
+    void write(const std::string &fixedPath, const std::string &content) const;
 
   private:
-    std::string m_path;
+    std::string path_;
 };
 
 /** The folder that this process itself uses: KELPA_ROOT is set as long as the object lives, SIGPIPE is ignored. */
@@ -36,11 +36,11 @@ class RootEnvironment : public TempRoot
   public:
     RootEnvironment()
     {
-        setenv(PATH_ROOT_VARIABLE, Path().c_str(), 1);
+        setenv(PATH_ROOT_VARIABLE, path().c_str(), 1);
         signal(SIGPIPE, SIG_IGN);
     }
     ~RootEnvironment() { unsetenv(PATH_ROOT_VARIABLE); }
 };
 
 /** The whole content of a file; empty when it cannot be read. */
-[[nodiscard]] std::string ReadWholeFile(const std::filesystem::path &path);
+[[nodiscard]] std::string readWholeFile(const std::filesystem::path &path);

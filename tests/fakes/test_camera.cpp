@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
-FakeStore::Settings TestCamera::DefaultSettings()
+FakeStore::Settings TestCamera::defaultSettings()
 {
     return {
         {"audioout_c0_speaker_enable", "1"},
@@ -28,59 +28,59 @@ FakeStore::Settings TestCamera::DefaultSettings()
     };
 }
 
-std::string TestCamera::Binary()
+std::string TestCamera::binary()
 {
     return KELPA_BINARY;
 }
 
 TestCamera::TestCamera(const Options &options)
-    : store(root.Path("/tmp/configer"), DefaultSettings()), m_options(options)
+    : store(root.path("/tmp/configer"), defaultSettings()), options_(options)
 {
-    store.Set(options.settings);
+    store.set(options.settings);
     if (options.start)
-        Start();
+        start();
 }
 
 TestCamera::~TestCamera()
 {
-    Stop();
+    stop();
 }
 
-void TestCamera::Start()
+void TestCamera::start()
 {
-    ChildProcess::Options options = {m_options.environment, root.Path("/stdout"), root.Path("/stderr")};
-    options.environment.push_back("KELPA_ROOT=" + root.Path());
+    ChildProcess::Options options = {options_.environment, root.path("/stdout"), root.path("/stderr")};
+    options.environment.push_back("KELPA_ROOT=" + root.path());
     options.environment.push_back("KELPA_DEBUG=2");
-    m_daemon = std::make_unique<ChildProcess>(std::vector{Binary(), SocketPath(), PidFile()}, options);
+    daemon_ = std::make_unique<ChildProcess>(std::vector{binary(), socketPath(), pidFile()}, options);
     // The last line before the main loop: sockets, pid file and signals are ready.
-    const auto ready = [this] { return Log().find("Start KelpaFdServer\n") != std::string::npos; };
-    if (!WaitFor([&] { return ready() || m_daemon->Ended(); }) || !ready())
-        throw std::runtime_error("the daemon did not start:\n" + Log());
+    const auto ready = [this] { return log().find("Start KelpaFdServer\n") != std::string::npos; };
+    if (!waitFor([&] { return ready() || daemon_->ended(); }) || !ready())
+        throw std::runtime_error("the daemon did not start:\n" + log());
 }
 
-void TestCamera::Stop()
+void TestCamera::stop()
 {
-    if (m_daemon == nullptr)
+    if (daemon_ == nullptr)
         return;
-    m_daemon->Signal(SIGTERM);
-    EXPECT_EQ(m_daemon->Wait(), 0) << "the daemon's exit status; its log:\n" << Log();
-    m_daemon.reset();
+    daemon_->signal(SIGTERM);
+    EXPECT_EQ(daemon_->wait(), 0) << "the daemon's exit status; its log:\n" << log();
+    daemon_.reset();
 }
 
-void TestCamera::Kill()
+void TestCamera::kill()
 {
-    m_daemon->Signal(SIGKILL);
-    EXPECT_EQ(m_daemon->Wait(), 128 + SIGKILL);
-    m_daemon.reset();
+    daemon_->signal(SIGKILL);
+    EXPECT_EQ(daemon_->wait(), 128 + SIGKILL);
+    daemon_.reset();
 }
 
-void TestCamera::WaitForLog(std::string_view text) const
+void TestCamera::waitForLog(std::string_view text) const
 {
-    EXPECT_TRUE(WaitFor([&] { return Log().find(text) != std::string::npos; })) << text << "\nnot in:\n" << Log();
+    EXPECT_TRUE(waitFor([&] { return log().find(text) != std::string::npos; })) << text << "\nnot in:\n" << log();
 }
 
-void TestCamera::WaitForTrace(std::string_view text) const
+void TestCamera::waitForTrace(std::string_view text) const
 {
-    EXPECT_TRUE(WaitFor([&] { return Trace().find(text) != std::string::npos; })) << text << "\nnot in:\n"
-                                                                                  << Trace();
+    EXPECT_TRUE(waitFor([&] { return trace().find(text) != std::string::npos; })) << text << "\nnot in:\n"
+                                                                                  << trace();
 }

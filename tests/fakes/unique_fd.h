@@ -16,30 +16,30 @@ class UniqueFd
 {
   public:
     UniqueFd() = default;
-    explicit UniqueFd(int fd) : m_fd(fd) {}
-    UniqueFd(UniqueFd &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    explicit UniqueFd(int fd) : fd_(fd) {}
+    UniqueFd(UniqueFd &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     UniqueFd &operator=(UniqueFd &&other) noexcept
     {
-        Reset(std::exchange(other.m_fd, -1));
+        reset(std::exchange(other.fd_, -1));
         return *this;
     }
-    ~UniqueFd() { Reset(); }
+    ~UniqueFd() { reset(); }
 
-    void Reset(int fd = -1)
+    void reset(int fd = -1)
     {
-        if (m_fd >= 0)
-            close(m_fd);
-        m_fd = fd;
+        if (fd_ >= 0)
+            close(fd_);
+        fd_ = fd;
     }
-    [[nodiscard]] int Get() const { return m_fd; }
-    [[nodiscard]] bool Valid() const { return m_fd >= 0; }
+    [[nodiscard]] int get() const { return fd_; }
+    [[nodiscard]] bool valid() const { return fd_ >= 0; }
 
   private:
-    int m_fd = -1;
+    int fd_ = -1;
 };
 
 /** Gives the result of a system call on; throws when it is -1, naming what was called for. */
-inline int Checked(int result, const std::string &what)
+inline int checked(int result, const std::string &what)
 {
     if (result < 0)
         throw std::system_error(errno, std::generic_category(), what);
@@ -47,7 +47,7 @@ inline int Checked(int result, const std::string &what)
 }
 
 /** Open descriptors of a process, this one unless its id is given. */
-[[nodiscard]] inline size_t CountDescriptors(const std::string &process = "self")
+[[nodiscard]] inline size_t countDescriptors(const std::string &process = "self")
 {
     const std::filesystem::directory_iterator open("/proc/" + process + "/fd");
     return static_cast<size_t>(std::distance(begin(open), end(open)));
@@ -55,7 +55,7 @@ inline int Checked(int result, const std::string &what)
 
 /** Waits until `condition` holds, looking again every few milliseconds; false when it does not come to that. */
 template <typename Condition>
-[[nodiscard]] bool WaitFor(Condition condition)
+[[nodiscard]] bool waitFor(Condition condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + TEST_DEADLINE;
     while (!condition()) {

@@ -20,55 +20,54 @@ class UnixEndpoint
      */
     using Serve = std::function<void(int connection)>;
 
-    UnixEndpoint(std::string path, Serve serve) : m_path(std::move(path)), m_serve(std::move(serve)) { Open(); }
-    ~UnixEndpoint() { Close(); }
+    UnixEndpoint(std::string path, Serve serve) : path_(std::move(path)), serve_(std::move(serve)) { open(); }
+    ~UnixEndpoint() { close(); }
     UnixEndpoint(const UnixEndpoint &) = delete;
     UnixEndpoint &operator=(const UnixEndpoint &) = delete;
 
     /** Binds the path and serves it; constructed endpoints are open. */
-    void Open()
+    void open()
     {
-        if (m_thread)
+        if (thread_)
             return;
-        unlink(m_path.c_str());
-        m_socket.Reset(UnixSocket_Open(SOCK_STREAM));
-        Checked(UnixSocket_Bind(m_socket.Get(), m_path.c_str()), m_path);
-        Checked(listen(m_socket.Get(), SOMAXCONN), m_path);
-        m_thread.emplace(m_socket.Get(), [this] { ServeOne(); });
+        unlink(path_.c_str());
+        socket_.reset(UnixSocket_Open(SOCK_STREAM));
+        checked(UnixSocket_Bind(socket_.get(), path_.c_str()), path_);
+        checked(listen(socket_.get(), SOMAXCONN), path_);
+        thread_.emplace(socket_.get(), [this] { serveOne(); });
     }
     /** Stops serving and removes the socket file. */
-    void Close()
+    void close()
     {
-        if (!m_thread)
+        if (!thread_)
             return;
-        m_thread.reset();
-        m_socket.Reset();
-        unlink(m_path.c_str());
+        thread_.reset();
+        socket_.reset();
+        unlink(path_.c_str());
     }
     /** Waits until the connections that clients have had are closed at this end too. */
-    void WaitUntilIdle() const
+    void waitUntilIdle() const
     {
-        for (bool busy = true; (busy = m_busy);)
-            m_busy.wait(busy);
+        for (bool busy = true; (busy = busy_);)
+            busy_.wait(busy);
     }
 
   private:
-    void ServeOne()
+    void serveOne()
     {
-        m_busy = true;
-        if (const UniqueFd connection(accept4(m_socket.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-            connection.Valid()) {
+        busy_ = true;
+        if (const UniqueFd connection(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)); connection.valid()) {
             const timeval limit = {TEST_DEADLINE.count() / 1000, 0};
-            setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-            m_serve(connection.Get());
+            setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+            serve_(connection.get());
         }
-        m_busy = false;
-        m_busy.notify_all();
+        busy_ = false;
+        busy_.notify_all();
     }
 
-    std::string m_path;
-    Serve m_serve;
-    UniqueFd m_socket;
-    std::atomic<bool> m_busy = false;
-    std::optional<ServiceThread> m_thread;
+    std::string path_;
+    Serve serve_;
+    UniqueFd socket_;
+    std::atomic<bool> busy_ = false;
+    std::optional<ServiceThread> thread_;
 };

@@ -26,56 +26,56 @@ class AudioFrames : public testing::Test
         Debug_Init(2); // the log goes to standard error too
         s_sleeps.clear();
         s_onSleep = {};
-        m_state.iDecoderSocket = -1;
+        state_.iDecoderSocket = -1;
         g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t milliseconds) {
             s_sleeps.push_back(milliseconds);
             if (s_onSleep && s_sleeps.size() == s_actsAt)
                 s_onSleep();
         };
-        Restart();
+        restart();
     }
     ~AudioFrames() override
     {
-        UniqueFd(m_state.iDecoderSocket).Reset();
-        g_tAudioUpstreamWaits = m_savedWaits;
+        UniqueFd(state_.iDecoderSocket).reset();
+        g_tAudioUpstreamWaits = savedWaits_;
         Debug_Init(0);
     }
 
     /** A new session; the stream's first bytes that are to be skipped are still to come. */
-    void Restart(uint32_t skip = 0)
+    void restart(uint32_t skip = 0)
     {
-        const int32_t decoder = m_state.iDecoderSocket;
-        m_state = {};
-        m_state.iDecoderSocket = decoder >= 0 ? decoder : AudioUpstream_OpenAdecUnixSocket();
-        m_state.uiSkip = skip;
-        ASSERT_GE(m_state.iDecoderSocket, 0);
+        const int32_t decoder = state_.iDecoderSocket;
+        state_ = {};
+        state_.iDecoderSocket = decoder >= 0 ? decoder : AudioUpstream_OpenAdecUnixSocket();
+        state_.uiSkip = skip;
+        ASSERT_GE(state_.iDecoderSocket, 0);
     }
 
     /** Receives the bytes as the audio thread does, as many at a time as there is room for, and plays them. */
-    int Feed(std::string_view bytes)
+    int feed(std::string_view bytes)
     {
         while (!bytes.empty()) {
-            const size_t taken = std::min(sizeof m_state.acBuf - m_state.uiFill, bytes.size());
+            const size_t taken = std::min(sizeof state_.acBuf - state_.uiFill, bytes.size());
             EXPECT_GT(taken, 0U) << "the buffer is full";
             if (taken == 0)
                 return -1;
-            memcpy(m_state.acBuf + m_state.uiFill, bytes.data(), taken);
-            m_state.uiFill += static_cast<uint32_t>(taken);
+            memcpy(state_.acBuf + state_.uiFill, bytes.data(), taken);
+            state_.uiFill += static_cast<uint32_t>(taken);
             bytes.remove_prefix(taken);
-            if (m_state.uiSkip != 0)
-                AudioUpstream_SkipData(m_state);
-            if (AudioUpstream_Play(m_state) != 0)
+            if (state_.uiSkip != 0)
+                AudioUpstream_SkipData(state_);
+            if (AudioUpstream_Play(state_) != 0)
                 return -1;
         }
         return 0;
     }
     /** Feeds the stream in two pieces. */
-    void ExpectPlayed(std::string_view stream, size_t cut, const Messages &expected)
+    void expectPlayed(std::string_view stream, size_t cut, const Messages &expected)
     {
-        ASSERT_EQ(Feed(stream.substr(0, cut)), 0) << "cut at " << cut;
-        ASSERT_EQ(Feed(stream.substr(cut)), 0) << "cut at " << cut;
-        ASSERT_EQ(m_decoder.Messages(), expected) << "cut at " << cut;
-        ASSERT_EQ(m_state.uiFill, 0U) << "cut at " << cut;
+        ASSERT_EQ(feed(stream.substr(0, cut)), 0) << "cut at " << cut;
+        ASSERT_EQ(feed(stream.substr(cut)), 0) << "cut at " << cut;
+        ASSERT_EQ(decoder_.messages(), expected) << "cut at " << cut;
+        ASSERT_EQ(state_.uiFill, 0U) << "cut at " << cut;
     }
 
     /** Feeds the bytes and gives what is traced and logged meanwhile. */
@@ -84,26 +84,26 @@ class AudioFrames : public testing::Test
         std::string trace;
         std::string log;
     };
-    Said FeedAndListen(std::string_view bytes)
+    Said feedAndListen(std::string_view bytes)
     {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        const int result = Feed(bytes);
+        const int result = feed(bytes);
         return {result, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
     }
 
-    RootEnvironment m_root;
-    FakeDecoder m_decoder{m_root.Path("/var/run/aenc/s0/decodesck_0")};
-    AudioUpstreamState m_state = {};
+    RootEnvironment root_;
+    FakeDecoder decoder_{root_.path("/var/run/aenc/s0/decodesck_0")};
+    AudioUpstreamState state_ = {};
     inline static std::vector<uint32_t> s_sleeps;
     inline static Action s_onSleep;    ///< what happens during a sleep
     inline static size_t s_actsAt = 0; ///< the number of that sleep, from 1
 
   private:
-    AudioUpstreamWaits m_savedWaits = g_tAudioUpstreamWaits;
+    AudioUpstreamWaits savedWaits_ = g_tAudioUpstreamWaits;
 };
 
-std::string Times(int count, const std::string &text)
+std::string times(int count, const std::string &text)
 {
     std::string all;
     for (int i = 0; i < count; ++i)
@@ -115,48 +115,48 @@ std::string Times(int count, const std::string &text)
 
 TEST_F(AudioFrames, AStreamCutAnywherePlaysAsOneInOnePiece)
 {
-    const std::string small = AudioPayload(1, 1);
-    const std::string usual = AudioPayload(160, 2);
-    const std::string large = AudioPayload(1500, 3);
-    const std::string stream = RANDOM_4CC + AudioFrame(usual) + AudioFrame("") + AudioFrame(small, 2) +
-                               AudioFrame(large, 2) + AudioFrame(usual, 1);
-    const Messages expected = {DECODER_CONFIG,      DecoderFrame(usual), DecoderFrame(""), DECODER_CONFIG,
-                               DecoderFrame(small), DecoderFrame(large), DECODER_CONFIG,   DecoderFrame(usual)};
+    const std::string small = audioPayload(1, 1);
+    const std::string usual = audioPayload(160, 2);
+    const std::string large = audioPayload(1500, 3);
+    const std::string stream = RANDOM_4CC + audioFrame(usual) + audioFrame("") + audioFrame(small, 2) +
+                               audioFrame(large, 2) + audioFrame(usual, 1);
+    const Messages expected = {DECODER_CONFIG,      decoderFrame(usual), decoderFrame(""), DECODER_CONFIG,
+                               decoderFrame(small), decoderFrame(large), DECODER_CONFIG,   decoderFrame(usual)};
     for (size_t cut = 0; cut <= stream.size(); ++cut) {
-        Restart(4);
-        ExpectPlayed(stream, cut, expected);
+        restart(4);
+        expectPlayed(stream, cut, expected);
     }
-    Restart(4);
+    restart(4);
     for (const char byte : stream)
-        ASSERT_EQ(Feed({&byte, 1}), 0);
-    EXPECT_EQ(m_decoder.Messages(), expected) << "byte by byte";
+        ASSERT_EQ(feed({&byte, 1}), 0);
+    EXPECT_EQ(decoder_.messages(), expected) << "byte by byte";
 }
 
 TEST_F(AudioFrames, TheLargestFrameIsPlayedWhole)
 {
-    const std::string payload = AudioPayload(9999 - 40);
-    const std::string after = AudioPayload(160, 1);
-    EXPECT_EQ(Feed(AudioFrame(payload) + AudioFrame(payload) + AudioFrame(after)), 0);
-    EXPECT_EQ(m_decoder.Messages(),
-              (Messages{DECODER_CONFIG, DecoderFrame(payload), DecoderFrame(payload), DecoderFrame(after)}));
+    const std::string payload = audioPayload(9999 - 40);
+    const std::string after = audioPayload(160, 1);
+    EXPECT_EQ(feed(audioFrame(payload) + audioFrame(payload) + audioFrame(after)), 0);
+    EXPECT_EQ(decoder_.messages(),
+              (Messages{DECODER_CONFIG, decoderFrame(payload), decoderFrame(payload), decoderFrame(after)}));
 }
 
 TEST_F(AudioFrames, AnOversizedFrameIsPassedOverAndTheNextOnePlays)
 {
-    const std::string after = AudioPayload(160, 1);
+    const std::string after = audioPayload(160, 1);
     for (const size_t size : {size_t{9960}, size_t{31234}}) {
-        const std::string stream = AudioFrame(AudioPayload(size)) + AudioFrame(after);
+        const std::string stream = audioFrame(audioPayload(size)) + audioFrame(after);
         // Every cut near the header, the end of the buffer and the end of the frame, and some between.
         for (size_t cut = 0; cut <= stream.size(); cut += (cut < 50 || cut + 250 > stream.size()) ? 1 : 97) {
-            Restart();
-            ExpectPlayed(stream, cut, {DECODER_CONFIG, DecoderFrame(after)});
+            restart();
+            expectPlayed(stream, cut, {DECODER_CONFIG, decoderFrame(after)});
         }
     }
-    Restart();
-    const Said said = FeedAndListen(AudioHeaderBytes({.dataLength = 10000}) + "abc");
+    restart();
+    const Said said = feedAndListen(audioHeaderBytes({.dataLength = 10000}) + "abc");
     EXPECT_EQ(said.trace, "\n[AudioUpstream_Play]Skip 9997 bytes\n");
     EXPECT_EQ(said.log, "[AudioUpstream_Play]ulDataLength 0x00002710 is too large\n");
-    EXPECT_EQ(FeedAndListen(AudioPayload(9997)).trace, "\n[AudioUpstream_SkipData]Skip data done\n");
+    EXPECT_EQ(feedAndListen(audioPayload(9997)).trace, "\n[AudioUpstream_SkipData]Skip data done\n");
 }
 
 TEST_F(AudioFrames, ALengthNearTheLimitOf32BitsIsCountedRight)
@@ -168,26 +168,26 @@ TEST_F(AudioFrames, ALengthNearTheLimitOf32BitsIsCountedRight)
     } cases[] = {{0xFFFFFFFF, 0, 0xFFFFFFFF}, {0xFFFFFFFF, 3, 0xFFFFFFFC},    {0xFFFFFFD8, 0, 0xFFFFFFD8},
                  {0xFFFFFFD7, 1, 0xFFFFFFD6}, {0x80000000, 9960, 0x7FFFD918}, {9960, 9960, 0}};
     for (const auto &c : cases) {
-        Restart();
-        EXPECT_EQ(Feed(AudioHeaderBytes({.dataLength = c.dataLength}) + std::string(c.received, 'x')), 0);
-        EXPECT_EQ(m_state.uiSkip, c.skip) << c.dataLength << " with " << c.received;
-        EXPECT_EQ(m_state.uiFill, 0U);
+        restart();
+        EXPECT_EQ(feed(audioHeaderBytes({.dataLength = c.dataLength}) + std::string(c.received, 'x')), 0);
+        EXPECT_EQ(state_.uiSkip, c.skip) << c.dataLength << " with " << c.received;
+        EXPECT_EQ(state_.uiFill, 0U);
     }
-    EXPECT_TRUE(m_decoder.Messages().empty());
+    EXPECT_TRUE(decoder_.messages().empty());
 }
 
 TEST_F(AudioFrames, AWrongHeaderEndsTheSessionAndSaysWhy)
 {
-    const std::string before = AudioPayload(20);
+    const std::string before = audioPayload(20);
     /** What is logged, and traced unless the trace has a name of its own for it. */
     const auto expectWrong = [&](const AudioHeader &header, const std::string &log, const std::string &trace = {}) {
         SCOPED_TRACE(log);
-        Restart();
-        const Said said = FeedAndListen(AudioFrame(before) + AudioHeaderBytes(header));
+        restart();
+        const Said said = feedAndListen(audioFrame(before) + audioHeaderBytes(header));
         EXPECT_EQ(said.result, -1);
         EXPECT_EQ(said.trace, "\n[AudioUpstream_Play]" + (trace.empty() ? log : trace) + "\n");
         EXPECT_EQ(said.log, "[AudioUpstream_Play]" + log + "\n");
-        EXPECT_EQ(m_decoder.Messages(), (Messages{DECODER_CONFIG, DecoderFrame(before)})) << "played before it";
+        EXPECT_EQ(decoder_.messages(), (Messages{DECODER_CONFIG, decoderFrame(before)})) << "played before it";
     };
     const std::string no = " is not supported";
     expectWrong({.id = 0x000001F6}, "Wrong ulHdrID 0x000001f6");
@@ -207,8 +207,8 @@ TEST_F(AudioFrames, AWrongHeaderEndsTheSessionAndSaysWhy)
 
 TEST_F(AudioFrames, OutlivesADecoderThatBlocksOrGoes)
 {
-    const Action blocks = [this] { m_decoder.Block(); }, unblocks = [this] { m_decoder.Unblock(); };
-    const Action goes = [this] { m_decoder.Vanish(); }, starts = [this] { m_decoder.Start(); };
+    const Action blocks = [this] { decoder_.block(); }, unblocks = [this] { decoder_.unblock(); };
+    const Action goes = [this] { decoder_.vanish(); }, starts = [this] { decoder_.start(); };
     const Action restarts = [=] { goes(), starts(); }, startsBlocked = [=] { starts(), blocks(); };
     const std::string open = "[AudioUpstream_OpenAdecUnixSocket]", again = open + "Try again\n";
     const std::string failed = open + "AudioUpstream_OpenUnixSocket failed\n";
@@ -226,26 +226,26 @@ TEST_F(AudioFrames, OutlivesADecoderThatBlocksOrGoes)
     } cases[] = {
         {"the format is announced later", false, blocks, {}, 0, {}, 10, noConfig + noConfig, false},
         {"frames are lost", true, blocks, {}, 0, {}, 10, noFrame + noFrame, false},
-        {"the fifth try", false, blocks, unblocks, 4, {DecoderFrame("1"), DecoderFrame("2")}, 4, "", false},
-        {"back for it", true, goes, starts, 4, {DecoderFrame("1"), DecoderFrame("2")}, 4, Times(4, again), true},
-        {"restarted", true, restarts, {}, 0, {DecoderFrame("1"), DecoderFrame("2")}, 0, "", true},
-        {"it stays away", true, goes, {}, 0, {"ends"}, 5, Times(5, again) + failed, false},
+        {"the fifth try", false, blocks, unblocks, 4, {decoderFrame("1"), decoderFrame("2")}, 4, "", false},
+        {"back for it", true, goes, starts, 4, {decoderFrame("1"), decoderFrame("2")}, 4, times(4, again), true},
+        {"restarted", true, restarts, {}, 0, {decoderFrame("1"), decoderFrame("2")}, 0, "", true},
+        {"it stays away", true, goes, {}, 0, {"ends"}, 5, times(5, again) + failed, false},
         {"back and blocked: one more write", true, goes, startsBlocked, 1, {"ends"}, 1, again, true},
     };
-    const size_t descriptors = CountDescriptors();
+    const size_t descriptors = countDescriptors();
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        ASSERT_EQ(c.announced ? Feed(AudioFrame("before")) : 0, 0);
-        m_decoder.Messages();
+        ASSERT_EQ(c.announced ? feed(audioFrame("before")) : 0, 0);
+        decoder_.messages();
         s_sleeps.clear();
         s_actsAt = c.actsAt;
         s_onSleep = c.recovery;
         c.fault();
         const bool ends = c.expected == Messages{"ends"};
-        const Said said = FeedAndListen(AudioFrame("1") + AudioFrame("2"));
+        const Said said = feedAndListen(audioFrame("1") + audioFrame("2"));
         EXPECT_EQ(said.result, ends ? -1 : 0);
-        EXPECT_EQ(m_state.iDecoderSocket < 0, ends && !c.opens);
-        const std::string opened = open + "sckAdec = " + std::to_string(m_state.iDecoderSocket) + "\n";
+        EXPECT_EQ(state_.iDecoderSocket < 0, ends && !c.opens);
+        const std::string opened = open + "sckAdec = " + std::to_string(state_.iDecoderSocket) + "\n";
         EXPECT_EQ(said.trace, c.trace + (c.opens ? opened : ""));
         EXPECT_EQ(s_sleeps, std::vector<uint32_t>(c.sleeps, 100));
         if (ends) {
@@ -255,11 +255,11 @@ TEST_F(AudioFrames, OutlivesADecoderThatBlocksOrGoes)
                 unblocks();
             Messages expected = c.announced ? Messages{} : Messages{DECODER_CONFIG};
             expected.insert(expected.end(), c.expected.begin(), c.expected.end());
-            expected.push_back(DecoderFrame("later"));
-            EXPECT_EQ(Feed(AudioFrame("later")), 0);
-            EXPECT_EQ(m_decoder.Messages(), expected);
+            expected.push_back(decoderFrame("later"));
+            EXPECT_EQ(feed(audioFrame("later")), 0);
+            EXPECT_EQ(decoder_.messages(), expected);
         }
-        Restart();
-        EXPECT_EQ(CountDescriptors(), descriptors);
+        restart();
+        EXPECT_EQ(countDescriptors(), descriptors);
     }
 }

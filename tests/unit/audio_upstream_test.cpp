@@ -26,110 +26,110 @@ class AudioUpstream : public testing::Test
   protected:
     ~AudioUpstream() override
     {
-        m_server.reset();
-        g_tAudioUpstreamWaits = m_savedWaits;
+        server_.reset();
+        g_tAudioUpstreamWaits = savedWaits_;
     }
 
-    void Start(bool decoder = true)
+    void start(bool decoder = true)
     {
-        m_server = std::make_unique<InProcessServer>(FakeStore::Settings{{"capability_naudioout", "1"}});
-        m_decoder = std::make_unique<FakeDecoder>(m_server->root.Path("/var/run/aenc/s0/decodesck_0"), decoder);
+        server_ = std::make_unique<InProcessServer>(FakeStore::Settings{{"capability_naudioout", "1"}});
+        decoder_ = std::make_unique<FakeDecoder>(server_->root.path("/var/run/aenc/s0/decodesck_0"), decoder);
     }
     /** Stops the daemon; fails the test when that takes its time. */
-    void StopAtOnce()
+    void stopAtOnce()
     {
         const auto begin = std::chrono::steady_clock::now();
-        m_server.reset();
+        server_.reset();
         EXPECT_LT(std::chrono::steady_clock::now() - begin, AT_ONCE);
     }
-    std::string Register(const std::string &name) const
+    std::string registerClient(const std::string &name) const
     {
-        return m_server->Exchange({.url = URL, .query = "client=" + name});
+        return server_->exchange({.url = URL, .query = "client=" + name});
     }
     /** A stream's request, with the first bytes of the stream that come with it. */
-    ClientSide OpenStream(const std::string &name, const std::string &consumed = {}) const
+    ClientSide openStream(const std::string &name, const std::string &consumed = {}) const
     {
-        ClientSide client = m_server->Open({.method = "POST",
-                                            .url = URL,
-                                            .query = "client=" + name,
-                                            .body = consumed,
-                                            .contentLength = "1000000"});
-        m_server->Rounds(2);
-        EXPECT_EQ(m_server->BusySlots(), 0) << "the request ends at once, handed over or not";
+        ClientSide client = server_->open({.method = "POST",
+                                           .url = URL,
+                                           .query = "client=" + name,
+                                           .body = consumed,
+                                           .contentLength = "1000000"});
+        server_->rounds(2);
+        EXPECT_EQ(server_->busySlots(), 0) << "the request ends at once, handed over or not";
         return client;
     }
-    [[nodiscard]] ClientSide Talk() const
+    [[nodiscard]] ClientSide talk() const
     {
-        EXPECT_EQ(Register("hall"), REGISTERED);
-        return OpenStream("hall");
+        EXPECT_EQ(registerClient("hall"), REGISTERED);
+        return openStream("hall");
     }
     /** Sends one frame and waits until it is played, as the first of its session. */
-    void ExpectTalks(const ClientSide &client, const std::string &before = RANDOM_4CC) const
+    void expectTalks(const ClientSide &client, const std::string &before = RANDOM_4CC) const
     {
-        client.Send(before + AudioFrame("audio"));
-        EXPECT_EQ(m_decoder->Next(), DECODER_CONFIG);
-        EXPECT_EQ(m_decoder->Next(), DecoderFrame("audio"));
+        client.send(before + audioFrame("audio"));
+        EXPECT_EQ(decoder_->next(), DECODER_CONFIG);
+        EXPECT_EQ(decoder_->next(), decoderFrame("audio"));
     }
-    static void WaitUntilNobodyTalks()
+    static void waitUntilNobodyTalks()
     {
-        EXPECT_TRUE(WaitFor([] { return g_tServerGlobals.tAudioUpstream.uiTalking == 0; }));
+        EXPECT_TRUE(waitFor([] { return g_tServerGlobals.tAudioUpstream.uiTalking == 0; }));
     }
-    void SwitchSpeaker(bool on) const
+    void switchSpeaker(bool on) const
     {
         const std::string query = on ? "enable=yes" : "enable=no";
-        EXPECT_EQ(m_server->Exchange({.url = "/config/speaker.cgi", .query = query}), OkReply(query + "\r\n"));
+        EXPECT_EQ(server_->exchange({.url = "/config/speaker.cgi", .query = query}), okReply(query + "\r\n"));
     }
 
-    std::unique_ptr<InProcessServer> m_server;
-    std::unique_ptr<FakeDecoder> m_decoder;
+    std::unique_ptr<InProcessServer> server_;
+    std::unique_ptr<FakeDecoder> decoder_;
 
   private:
-    AudioUpstreamWaits m_savedWaits = g_tAudioUpstreamWaits;
+    AudioUpstreamWaits savedWaits_ = g_tAudioUpstreamWaits;
 };
 
 /** Waits until the other end has read everything. */
-void WaitUntilTaken(const ClientSide &client)
+void waitUntilTaken(const ClientSide &client)
 {
-    EXPECT_TRUE(WaitFor([&] {
+    EXPECT_TRUE(waitFor([&] {
         int waiting = 1;
-        return ioctl(client.Fd(), SIOCOUTQ, &waiting) == 0 && waiting == 0;
+        return ioctl(client.fd(), SIOCOUTQ, &waiting) == 0 && waiting == 0;
     }));
 }
 
 /** Frames that say which they are. */
-std::string NumberedPayload(int number)
+std::string numberedPayload(int number)
 {
-    return std::to_string(number) + ":" + AudioPayload(160, static_cast<unsigned>(number));
+    return std::to_string(number) + ":" + audioPayload(160, static_cast<unsigned>(number));
 }
 
 /** The number of a frame that came to the decoder whole, -1 for a configuration message, -2 for anything else. */
-int NumberOf(const std::string &message)
+int numberOf(const std::string &message)
 {
     if (message == DECODER_CONFIG)
         return -1;
     int number = -2;
     if (message.size() > 44)
         std::from_chars(message.data() + 44, message.data() + message.size(), number);
-    return number >= 0 && message == DecoderFrame(NumberedPayload(number)) ? number : -2;
+    return number >= 0 && message == decoderFrame(numberedPayload(number)) ? number : -2;
 }
 
 } // namespace
 
 TEST_F(AudioUpstream, TheNameRegisteredLastTalksAndIsNotAnswered)
 {
-    Start();
-    EXPECT_EQ(m_server->Exchange({.method = "POST", .url = URL, .query = "client=a-longer-name"}), REGISTERED);
-    EXPECT_EQ(Register("hall"), REGISTERED);
+    start();
+    EXPECT_EQ(server_->exchange({.method = "POST", .url = URL, .query = "client=a-longer-name"}), REGISTERED);
+    EXPECT_EQ(registerClient("hall"), REGISTERED);
     for (const char *name : {"a-longer-name", "hal", "halls", "Hall", ""})
-        EXPECT_EQ(OpenStream(name).ReadAll(), "") << name;
+        EXPECT_EQ(openStream(name).readAll(), "") << name;
     // Bytes that came with the request count as the stream's first.
     for (size_t taken = 0; taken <= RANDOM_4CC.size(); ++taken) {
         SCOPED_TRACE(taken);
-        ClientSide client = OpenStream("hall", RANDOM_4CC.substr(0, taken));
-        ExpectTalks(client, RANDOM_4CC.substr(taken));
-        EXPECT_EQ(client.ReadNow(), "") << "a stream gets no reply";
-        client.Close();
-        WaitUntilNobodyTalks();
+        ClientSide client = openStream("hall", RANDOM_4CC.substr(0, taken));
+        expectTalks(client, RANDOM_4CC.substr(taken));
+        EXPECT_EQ(client.readNow(), "") << "a stream gets no reply";
+        client.close();
+        waitUntilNobodyTalks();
     }
 }
 
@@ -138,20 +138,20 @@ TEST_F(AudioUpstream, OneClientTalksAtATimeUntilAWrongHeader)
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     Debug_Init(2); // the log goes to standard error too
-    Start();
-    ClientSide talker = Talk();
-    ExpectTalks(talker);
-    EXPECT_EQ(OpenStream("hall").ReadAll(), "");
-    EXPECT_EQ(Register("yard"), REGISTERED);
-    EXPECT_EQ(OpenStream("yard").ReadAll(), "") << "registering does not end the talker's session";
-    talker.Send(AudioHeaderBytes({.dataLength = 10000}) + AudioPayload(10000) + AudioFrame("still there"));
-    EXPECT_EQ(m_decoder->Next(), DecoderFrame("still there"));
-    talker.Send(AudioHeaderBytes({.channels = 2}));
-    EXPECT_EQ(talker.ReadAll(), "");
-    WaitUntilNobodyTalks();
-    ExpectTalks(OpenStream("yard")); // announces the format again
-    WaitUntilNobodyTalks();
-    StopAtOnce();
+    start();
+    ClientSide talker = talk();
+    expectTalks(talker);
+    EXPECT_EQ(openStream("hall").readAll(), "");
+    EXPECT_EQ(registerClient("yard"), REGISTERED);
+    EXPECT_EQ(openStream("yard").readAll(), "") << "registering does not end the talker's session";
+    talker.send(audioHeaderBytes({.dataLength = 10000}) + audioPayload(10000) + audioFrame("still there"));
+    EXPECT_EQ(decoder_->next(), decoderFrame("still there"));
+    talker.send(audioHeaderBytes({.channels = 2}));
+    EXPECT_EQ(talker.readAll(), "");
+    waitUntilNobodyTalks();
+    expectTalks(openStream("yard")); // announces the format again
+    waitUntilNobodyTalks();
+    stopAtOnce();
     Debug_Init(0);
     const std::string task = "[AudioUpstream_MainTask]", stop = "[AudioUpstream_StopSession]Stop session\n";
     EXPECT_NE(testing::internal::GetCapturedStderr().find(
@@ -169,37 +169,37 @@ TEST_F(AudioUpstream, OneClientTalksAtATimeUntilAWrongHeader)
 
 TEST_F(AudioUpstream, RefusesRequestsWithoutAUsableName)
 {
-    Start();
+    start();
     for (const char *query : {"", "clien=hall", "name=hall", "0&client=hall", "client=<hall", "client=a&&b=c",
                               "client=1234567890123456"})
-        EXPECT_EQ(m_server->Exchange({.url = URL, .query = query}), BAD_REQUEST) << query;
-    EXPECT_EQ(m_server->Exchange({.method = "POST", .url = URL}), BAD_REQUEST) << "no name at all";
-    EXPECT_EQ(Register(std::string(4088, 'x')), BAD_REQUEST) << "a query string of 4095 characters";
-    EXPECT_EQ(Register("123456789012345"), REGISTERED) << "fifteen characters";
-    ExpectTalks(OpenStream("123456789012345"));
+        EXPECT_EQ(server_->exchange({.url = URL, .query = query}), BAD_REQUEST) << query;
+    EXPECT_EQ(server_->exchange({.method = "POST", .url = URL}), BAD_REQUEST) << "no name at all";
+    EXPECT_EQ(registerClient(std::string(4088, 'x')), BAD_REQUEST) << "a query string of 4095 characters";
+    EXPECT_EQ(registerClient("123456789012345"), REGISTERED) << "fifteen characters";
+    expectTalks(openStream("123456789012345"));
 }
 
 TEST_F(AudioUpstream, ASpeakerThatIsSwitchedOffEndsTheSessionAndAllowsNothing)
 {
-    Start();
-    ClientSide client = Talk();
-    ExpectTalks(client);
-    SwitchSpeaker(false);
-    client.Send(AudioFrame("what wakes the thread"));
-    EXPECT_EQ(client.ReadAll(), "");
-    EXPECT_EQ(Register("hall"), UNAUTHORIZED);
-    EXPECT_EQ(OpenStream("hall").ReadNow(), UNAUTHORIZED);
+    start();
+    ClientSide client = talk();
+    expectTalks(client);
+    switchSpeaker(false);
+    client.send(audioFrame("what wakes the thread"));
+    EXPECT_EQ(client.readAll(), "");
+    EXPECT_EQ(registerClient("hall"), UNAUTHORIZED);
+    EXPECT_EQ(openStream("hall").readNow(), UNAUTHORIZED);
 }
 
 TEST_F(AudioUpstream, SurvivesSpeakerSwitchingAndDecoderRestartsInTheMiddleOfSessions)
 {
     g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t) { usleep(200); };
-    const size_t descriptors = CountDescriptors();
-    Start();
+    const size_t descriptors = countDescriptors();
+    start();
     int number = 0, played = 0, last = -1;
     const auto takeMessages = [&] {
-        for (const std::string &message : m_decoder->Messages()) {
-            const int got = NumberOf(message);
+        for (const std::string &message : decoder_->messages()) {
+            const int got = numberOf(message);
             EXPECT_GE(got, -1) << "a message that is no frame of ours";
             if (got < 0)
                 continue;
@@ -209,57 +209,57 @@ TEST_F(AudioUpstream, SurvivesSpeakerSwitchingAndDecoderRestartsInTheMiddleOfSes
         }
     };
     for (int session = 0; session < 30; ++session) {
-        SwitchSpeaker(true);
-        ClientSide client = Talk();
+        switchSpeaker(true);
+        ClientSide client = talk();
         bool open = true;
         for (int i = 0; i < 40 && open; ++i, ++number) {
-            const std::string bytes = (i == 0 ? RANDOM_4CC : "") + AudioFrame(NumberedPayload(number));
-            open = send(client.Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0;
+            const std::string bytes = (i == 0 ? RANDOM_4CC : "") + audioFrame(numberedPayload(number));
+            open = send(client.fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) > 0;
             if (i == 10 && session % 3 == 0) {
-                m_decoder->Vanish();
-                m_decoder->Start();
+                decoder_->vanish();
+                decoder_->start();
             }
             if (i == 20 && session % 5 == 4)
-                m_decoder->Vanish();
+                decoder_->vanish();
             if (i == 30 && session % 4 == 1)
-                SwitchSpeaker(false);
+                switchSpeaker(false);
             if (session % 5 != 4 || i < 20)
                 takeMessages();
-            m_server->Round();
+            server_->round();
         }
-        client.Close();
-        WaitUntilNobodyTalks();
+        client.close();
+        waitUntilNobodyTalks();
         if (session % 5 == 4)
-            m_decoder->Start();
+            decoder_->start();
         takeMessages();
     }
     EXPECT_GT(played, 100) << "of " << number;
-    StopAtOnce();
-    m_decoder.reset();
-    EXPECT_EQ(CountDescriptors(), descriptors);
+    stopAtOnce();
+    decoder_.reset();
+    EXPECT_EQ(countDescriptors(), descriptors);
 }
 
 TEST_F(AudioUpstream, ASilentClientIsDisconnected)
 {
     EXPECT_EQ(g_tAudioUpstreamWaits.uiSilenceLimitMs, 60000U);
     g_tAudioUpstreamWaits.uiSilenceLimitMs = 50;
-    Start();
-    for (const std::string &sent : {std::string(), RANDOM_4CC, RANDOM_4CC + AudioFrame("audio") + "\1"}) {
-        ClientSide client = Talk();
-        client.Send(sent);
-        EXPECT_EQ(client.ReadAll(), "");
-        WaitUntilNobodyTalks();
+    start();
+    for (const std::string &sent : {std::string(), RANDOM_4CC, RANDOM_4CC + audioFrame("audio") + "\1"}) {
+        ClientSide client = talk();
+        client.send(sent);
+        EXPECT_EQ(client.readAll(), "");
+        waitUntilNobodyTalks();
     }
 }
 
 TEST_F(AudioUpstream, ADecoderThatCameLateIsFoundByTheNextSession)
 {
     g_tAudioUpstreamWaits.pfnSleepMs = [](uint32_t) {};
-    Start(false);
-    EXPECT_EQ(Talk().ReadAll(), "") << "nobody to play for";
-    WaitUntilNobodyTalks();
-    m_decoder->Start();
-    ExpectTalks(Talk());
+    start(false);
+    EXPECT_EQ(talk().readAll(), "") << "nobody to play for";
+    waitUntilNobodyTalks();
+    decoder_->start();
+    expectTalks(talk());
 }
 
 TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
@@ -273,24 +273,24 @@ TEST_F(AudioUpstream, AStopEndsASessionAtOnceWhateverTheThreadWaitsFor)
                  {"a decoder that is not there", false, false}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        const size_t descriptors = CountDescriptors();
-        Start(c.decoder);
-        ClientSide client = Talk();
+        const size_t descriptors = countDescriptors();
+        start(c.decoder);
+        ClientSide client = talk();
         if (c.decoder) {
-            ExpectTalks(client);
-            std::string frames = AudioHeaderBytes({.dataLength = 1});
+            expectTalks(client);
+            std::string frames = audioHeaderBytes({.dataLength = 1});
             if (c.blocks)
-                m_decoder->Block();
+                decoder_->block();
             for (int i = 0; c.blocks && i < 200; ++i)
-                frames.insert(0, AudioFrame("")); // each would take its half second
-            client.Send(frames);
-            WaitUntilTaken(client);
+                frames.insert(0, audioFrame("")); // each would take its half second
+            client.send(frames);
+            waitUntilTaken(client);
         }
-        StopAtOnce();
-        EXPECT_EQ(client.ReadAll(), "");
-        client.Close();
-        m_decoder.reset();
-        EXPECT_EQ(CountDescriptors(), descriptors);
+        stopAtOnce();
+        EXPECT_EQ(client.readAll(), "");
+        client.close();
+        decoder_.reset();
+        EXPECT_EQ(countDescriptors(), descriptors);
     }
 }
 
@@ -299,8 +299,8 @@ TEST(AudioUpstreamStart, WithoutExactlyOneOutputThereIsNoThreadAndAStreamIsClose
     InProcessServer server(FakeStore::Settings{{"capability_naudioout", "2"}});
     const AudioUpstreamContext &context = g_tServerGlobals.tAudioUpstream;
     EXPECT_FALSE(context.tThread.started || context.tQueue.created);
-    EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), UNAUTHORIZED);
-    EXPECT_EQ(server.Exchange({.url = "/config/speaker.cgi", .query = "enable=yes"}), OkReply("enable=yes\r\n"));
-    EXPECT_EQ(server.Exchange({.url = URL, .query = "client=hall"}), REGISTERED);
-    EXPECT_EQ(server.Exchange({.method = "POST", .url = URL, .query = "client=hall", .contentLength = "9"}), "");
+    EXPECT_EQ(server.exchange({.url = URL, .query = "client=hall"}), UNAUTHORIZED);
+    EXPECT_EQ(server.exchange({.url = "/config/speaker.cgi", .query = "enable=yes"}), okReply("enable=yes\r\n"));
+    EXPECT_EQ(server.exchange({.url = URL, .query = "client=hall"}), REGISTERED);
+    EXPECT_EQ(server.exchange({.method = "POST", .url = URL, .query = "client=hall", .contentLength = "9"}), "");
 }

@@ -11,7 +11,7 @@ class Configer : public testing::Test
 {
   protected:
     RootEnvironment root;
-    FakeStore store{root.Path("/tmp/configer"), {{"a", "1"}, {"b", "two"}}};
+    FakeStore store{root.path("/tmp/configer"), {{"a", "1"}, {"b", "two"}}};
 };
 
 TEST_F(Configer, CutsWhatIsTooLong)
@@ -19,38 +19,38 @@ TEST_F(Configer, CutsWhatIsTooLong)
     char acReply[64];
     const std::string key(600, 'k');
     EXPECT_EQ(Get_Configer_Parameter(acReply, {"a&", key, key}), 0);
-    EXPECT_EQ(store.Requests().back(), ("get NameValue 99 0\na&" + key + key).substr(0, 1023));
+    EXPECT_EQ(store.requests().back(), ("get NameValue 99 0\na&" + key + key).substr(0, 1023));
     EXPECT_EQ(Set_Configer_Parameter(acReply, "c=" + std::string(3000, 'v')), 0);
-    EXPECT_EQ(store.Requests().back(), "set NameValue 99 0 0\nc=" + std::string(2047 - 23, 'v'));
+    EXPECT_EQ(store.requests().back(), "set NameValue 99 0 0\nc=" + std::string(2047 - 23, 'v'));
 
     PoisonedBuffer<8> small;
-    EXPECT_EQ(Get_Configer_Parameter(small.Span(), {"b&", "a&"}), 0);
-    EXPECT_STREQ(small.Text(), "b=two\na");
-    EXPECT_EQ(Set_Configer_Parameter(small.Span(), "b=longer than that"), 0);
-    EXPECT_STREQ(small.Text(), "b=longe");
-    store.Answer(std::string(50000, 'x'));
-    EXPECT_EQ(Get_Configer_Parameter(small.Span(), {"a&"}), 0);
-    EXPECT_STREQ(small.Text(), "xxxxxxx");
-    EXPECT_TRUE(small.Intact());
+    EXPECT_EQ(Get_Configer_Parameter(small.span(), {"b&", "a&"}), 0);
+    EXPECT_STREQ(small.text(), "b=two\na");
+    EXPECT_EQ(Set_Configer_Parameter(small.span(), "b=longer than that"), 0);
+    EXPECT_STREQ(small.text(), "b=longe");
+    store.answer(std::string(50000, 'x'));
+    EXPECT_EQ(Get_Configer_Parameter(small.span(), {"a&"}), 0);
+    EXPECT_STREQ(small.text(), "xxxxxxx");
+    EXPECT_TRUE(small.intact());
 }
 
 TEST_F(Configer, FailsWithoutAnAnswerAndLeavesNothingOpen)
 {
-    const size_t before = CountDescriptors();
+    const size_t before = countDescriptors();
     for (const bool listening : {true, false}) {
-        store.AnswerNothing();
+        store.answerNothing();
         if (!listening)
-            store.Refuse();
+            store.refuse();
         PoisonedBuffer<8> reply;
-        EXPECT_EQ(Get_Configer_Parameter(reply.Span(), {"a&"}), -1);
-        EXPECT_STREQ(reply.Text(), "") << "terminated whatever happens";
-        EXPECT_EQ(Set_Configer_Parameter(reply.Span(), "a=1"), -1);
-        store.Heal();
-        store.Listen();
-        EXPECT_EQ(Get_Configer_Parameter(reply.Span(), {"a&"}), 0);
-        EXPECT_STREQ(reply.Text(), "a=1\n");
-        store.WaitUntilIdle();
-        EXPECT_EQ(CountDescriptors(), before);
+        EXPECT_EQ(Get_Configer_Parameter(reply.span(), {"a&"}), -1);
+        EXPECT_STREQ(reply.text(), "") << "terminated whatever happens";
+        EXPECT_EQ(Set_Configer_Parameter(reply.span(), "a=1"), -1);
+        store.heal();
+        store.listen();
+        EXPECT_EQ(Get_Configer_Parameter(reply.span(), {"a&"}), 0);
+        EXPECT_STREQ(reply.text(), "a=1\n");
+        store.waitUntilIdle();
+        EXPECT_EQ(countDescriptors(), before);
     }
 }
 
@@ -81,10 +81,10 @@ TEST(ConfigerValues, AreTakenUpToTheLineFeed)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.key);
         PoisonedBuffer<12> text;
-        text.Span()[0] = '\0';
-        EXPECT_EQ(Get_Configer_STRING_Value(REPLY, c.key, text.Span()), c.text != nullptr ? 0 : -1);
-        EXPECT_STREQ(text.Text(), c.text != nullptr ? c.text : "");
-        EXPECT_TRUE(text.Intact());
+        text.span()[0] = '\0';
+        EXPECT_EQ(Get_Configer_STRING_Value(REPLY, c.key, text.span()), c.text != nullptr ? 0 : -1);
+        EXPECT_STREQ(text.text(), c.text != nullptr ? c.text : "");
+        EXPECT_TRUE(text.intact());
         int32_t integer = -1;
         EXPECT_EQ(Get_Configer_INT_Value(REPLY, c.key, integer), c.intResult);
         EXPECT_EQ(integer, c.integer);
@@ -114,7 +114,7 @@ TEST_F(Configer, ReaderRemembersItsFirstFailure)
     EXPECT_TRUE(reply.Failed());
     EXPECT_EQ(number, -1) << "nothing is taken after a failure";
 
-    store.Refuse();
+    store.refuse();
     ConfigerReply<64> dead("Test");
     dead.Get({"a&"});
     EXPECT_TRUE(dead.Failed());
@@ -133,7 +133,7 @@ TEST_F(Configer, PairsThatWereCutAreNotWritten)
     pairs.Clear();
     EXPECT_EQ(Session_AddPairs(*slot, pairs, group, StatusKind::UpdateFailed), -1);
     EXPECT_EQ(slot->eMappingResult, StatusKind::UpdateFailed);
-    EXPECT_TRUE(store.Requests().empty());
+    EXPECT_TRUE(store.requests().empty());
 }
 
 TEST(ConfigerKey, IsFormattedAndBounded)

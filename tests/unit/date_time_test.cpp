@@ -12,11 +12,11 @@ namespace
 
 const std::string URL = "/config/datetime.cgi";
 
-std::string Exchange(InProcessServer &in, const std::string &query)
+std::string exchange(InProcessServer &in, const std::string &query)
 {
-    in.store.ClearRequests();
+    in.store.clearRequests();
     in.clock.sleeps.clear();
-    return in.Exchange({.url = URL, .query = query});
+    return in.exchange({.url = URL, .query = query});
 }
 
 } // namespace
@@ -44,8 +44,8 @@ TEST(DateTime, ChangesAreWrittenInTwoStepsTwoSecondsApart)
     InProcessServer in;
     for (const auto &test : cases) {
         SCOPED_TRACE(test.description);
-        EXPECT_NE(Exchange(in, test.query).find("HTTP/1.1 200 OK"), std::string::npos);
-        EXPECT_EQ(in.store.Sets(), (std::vector<std::string>{test.zone, test.clock}));
+        EXPECT_NE(exchange(in, test.query).find("HTTP/1.1 200 OK"), std::string::npos);
+        EXPECT_EQ(in.store.sets(), (std::vector<std::string>{test.zone, test.clock}));
         EXPECT_EQ(in.clock.sleeps, std::vector<uint32_t>{2000});
     }
 }
@@ -62,23 +62,23 @@ TEST(DateTime, BadRequestsWriteNothing)
           "method=1&timeserver=", "method=1&timeserver=1234567890123456789012345678901234567890",
           "method=0&timezone=0", "method=0&timezone=84", "method=0&dstenable=Yes", "0&method=0"}) {
         SCOPED_TRACE(query);
-        EXPECT_EQ(Exchange(in, query), BAD_REQUEST);
-        EXPECT_TRUE(in.store.Requests().empty());
+        EXPECT_EQ(exchange(in, query), BAD_REQUEST);
+        EXPECT_TRUE(in.store.requests().empty());
     }
 }
 
 TEST(DateTime, AChangeHalfWayIsAFailure)
 {
     InProcessServer in;
-    in.store.AnswerNothing(1);
-    EXPECT_EQ(Exchange(in, "method=0&timezone=1"), INTERNAL_ERROR);
-    EXPECT_EQ(in.store.Sets().size(), 1U) << "nothing is written after a failing first write";
-    in.store.AnswerNothing(2);
-    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR);
-    in.store.Answer("system_updateinterval=1\n", 2);
-    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "another interval than the one written";
-    in.store.Answer("\n", 2);
-    EXPECT_EQ(Exchange(in, "method=0"), INTERNAL_ERROR) << "no interval";
+    in.store.answerNothing(1);
+    EXPECT_EQ(exchange(in, "method=0&timezone=1"), INTERNAL_ERROR);
+    EXPECT_EQ(in.store.sets().size(), 1U) << "nothing is written after a failing first write";
+    in.store.answerNothing(2);
+    EXPECT_EQ(exchange(in, "method=0"), INTERNAL_ERROR);
+    in.store.answer("system_updateinterval=1\n", 2);
+    EXPECT_EQ(exchange(in, "method=0"), INTERNAL_ERROR) << "another interval than the one written";
+    in.store.answer("\n", 2);
+    EXPECT_EQ(exchange(in, "method=0"), INTERNAL_ERROR) << "no interval";
 }
 
 TEST(DateTime, FollowsAChangeOfTheZone)
@@ -87,7 +87,7 @@ TEST(DateTime, FollowsAChangeOfTheZone)
         {{"system_updateinterval", "0"}, {"system_timezoneindex", "0"}, {"system_daylight_enable", "0"}});
     const auto hourIn = [&](const char *zone) {
         setenv("TZ", zone, 1);
-        const std::string reply = Exchange(in, "");
+        const std::string reply = exchange(in, "");
         return std::stoi(reply.substr(reply.find("time=") + 5));
     };
     const int hour = hourIn("UTC0");
@@ -104,18 +104,18 @@ TEST(DateTime, IsReadWithTheHostsClock)
     const auto expected = [](const char *method, const char *server, time_t at) {
         char clock[64];
         strftime(clock, sizeof clock, "date=%Y-%m-%d\r\ntime=%H:%M:%S\r\n", localtime(&at));
-        return OkReply("method=" + std::string(method) + "\r\ntimeserver=" + server + "\r\ntimezone=52\r\n" +
+        return okReply("method=" + std::string(method) + "\r\ntimeserver=" + server + "\r\ntimezone=52\r\n" +
                        clock + "dstenable=yes\r\n");
     };
     const auto matches = [&](const char *method, const char *server) {
         const time_t before = time(nullptr);
-        const std::string reply = Exchange(in, "");
+        const std::string reply = exchange(in, "");
         for (time_t at = before; at <= time(nullptr); ++at)
             if (reply == expected(method, server, at))
                 return true;
         return false;
     };
     EXPECT_TRUE(matches("1", "pool.ntp"));
-    in.store.Set("system_updateinterval", "0");
+    in.store.set("system_updateinterval", "0");
     EXPECT_TRUE(matches("0", "")) << "by hand the server is not asked for, and the method is 0, not 2";
 }

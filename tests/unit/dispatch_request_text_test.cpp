@@ -29,10 +29,10 @@ TEST(GetStringValueFromText, TakesAValueThatFitsItsField)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         PoisonedBuffer<8> out;
-        strcpy(out.Span().data(), "old");
-        EXPECT_EQ(GetStringValueFromText(c.text, "name=", out.Span()), c.result);
-        EXPECT_STREQ(out.Text(), c.expected);
-        EXPECT_TRUE(out.Intact());
+        strcpy(out.span().data(), "old");
+        EXPECT_EQ(GetStringValueFromText(c.text, "name=", out.span()), c.result);
+        EXPECT_STREQ(out.text(), c.expected);
+        EXPECT_TRUE(out.intact());
     }
 }
 

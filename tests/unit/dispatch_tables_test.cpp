@@ -52,7 +52,7 @@ constexpr struct ApiRow {
 class Dispatch : public testing::Test
 {
   protected:
-    int Parse(RequestMethod method, const std::string &url, const std::string &query = {})
+    int parse(RequestMethod method, const std::string &url, const std::string &query = {})
     {
         *slot = {};
         slot->tRequest.eMethod = method;
@@ -61,7 +61,7 @@ class Dispatch : public testing::Test
         return Dispatch_Parse(*slot);
     }
     /** What parsing chose: "get 6", "set 24", or "refused 4" with the status kind. */
-    std::string Chosen() const
+    std::string chosen() const
     {
         if (slot->eMappingMethod == MappingMethod::None)
             return "refused " + std::to_string(static_cast<int>(slot->eStatusKind));
@@ -79,46 +79,46 @@ TEST_F(Dispatch, KnowsTheRowsOfTheApi)
     for (const ApiRow &row : API) {
         SCOPED_TRACE(row.url);
         const bool readable = row.get != NOT_ALLOWED;
-        EXPECT_EQ(Parse(RequestMethod::Get, row.url), readable ? 0 : -1);
-        EXPECT_EQ(Chosen(), readable ? "get " + std::to_string(row.get) : "refused 4");
+        EXPECT_EQ(parse(RequestMethod::Get, row.url), readable ? 0 : -1);
+        EXPECT_EQ(chosen(), readable ? "get " + std::to_string(row.get) : "refused 4");
         EXPECT_EQ(slot->eStatusKind, readable ? StatusKind::Ok : StatusKind::BadRequest);
 
         const std::string change = row.set != NOT_ALLOWED ? "set " + std::to_string(row.set) : "refused 4";
-        (void)Parse(RequestMethod::Get, row.url, "no-such-key=1");
-        EXPECT_EQ(Chosen(), change) << "a GET with parameters";
-        (void)Parse(RequestMethod::Post, row.url);
-        EXPECT_EQ(Chosen(), change) << "a POST";
+        (void)parse(RequestMethod::Get, row.url, "no-such-key=1");
+        EXPECT_EQ(chosen(), change) << "a GET with parameters";
+        (void)parse(RequestMethod::Post, row.url);
+        EXPECT_EQ(chosen(), change) << "a POST";
     }
 }
 
 TEST_F(Dispatch, RefusesUnknownUrlsAndMethods)
 {
     for (const char *url : {"", "/common/info", "/common/info.cgix", "/Common/info.cgi", "common/info.cgi"}) {
-        EXPECT_EQ(Parse(RequestMethod::Get, url), -1) << url;
-        EXPECT_EQ(Chosen(), "refused 4") << url;
+        EXPECT_EQ(parse(RequestMethod::Get, url), -1) << url;
+        EXPECT_EQ(chosen(), "refused 4") << url;
     }
-    EXPECT_EQ(Parse(RequestMethod::Other, "/unknown"), -1);
-    EXPECT_EQ(Chosen(), "refused 3") << "the method counts first";
-    EXPECT_EQ(Parse(static_cast<RequestMethod>(3), "/common/info.cgi"), -1);
-    EXPECT_EQ(Chosen(), "refused 3");
+    EXPECT_EQ(parse(RequestMethod::Other, "/unknown"), -1);
+    EXPECT_EQ(chosen(), "refused 3") << "the method counts first";
+    EXPECT_EQ(parse(static_cast<RequestMethod>(3), "/common/info.cgi"), -1);
+    EXPECT_EQ(chosen(), "refused 3");
 }
 
 TEST_F(Dispatch, ReadsWithASelectorOfElevenCharacters)
 {
     for (const char *url : {"/config/video.cgi", "/config/rtspurl.cgi", "/video/mjpg.cgi", "/config/audio.cgi"}) {
-        (void)Parse(RequestMethod::Get, url, "profileid=1");
-        EXPECT_TRUE(Chosen().starts_with("get")) << url;
+        (void)parse(RequestMethod::Get, url, "profileid=1");
+        EXPECT_TRUE(chosen().starts_with("get")) << url;
         EXPECT_STREQ(slot->tRequest.acQeryString, "profileid=1&");
     }
-    (void)Parse(RequestMethod::Get, "/config/video.cgi", "anything=@=");
-    EXPECT_EQ(Chosen(), "get 3") << "it is the length that counts";
+    (void)parse(RequestMethod::Get, "/config/video.cgi", "anything=@=");
+    EXPECT_EQ(chosen(), "get 3") << "it is the length that counts";
     const std::pair<const char *, const char *> changes[] = {{"/config/video.cgi", "profileid="},
                                                              {"/config/video.cgi", "profileid=10"},
                                                              {"/config/mic.cgi", "profileid=1"},
                                                              {"/common/info.cgi", "profileid=1"}};
     for (const auto &[url, query] : changes) {
-        (void)Parse(RequestMethod::Get, url, query);
-        EXPECT_FALSE(Chosen().starts_with("get")) << url << "?" << query;
+        (void)parse(RequestMethod::Get, url, query);
+        EXPECT_FALSE(chosen().starts_with("get")) << url << "?" << query;
     }
 }
 

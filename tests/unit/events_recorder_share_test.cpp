@@ -15,16 +15,16 @@ class RecorderShare : public testing::Test
 {
   protected:
     /** Changes the share; a null part is not given. */
-    int Change(const char *server, const char *folder)
+    int change(const char *server, const char *folder)
     {
-        store.ClearRequests();
+        store.clearRequests();
         clock.sleeps.clear();
         return Recorder_SetShareLocation(server, folder);
     }
 
     RootEnvironment root;
     FakeStore store{
-        root.Path("/tmp/configer"),
+        root.path("/tmp/configer"),
         {{"event_i0_enable", "0"}, {"recording_i0_enable", "1"}, {"server_i0_ns_location", "\\\\old\\video"}}};
     FakeClock clock;
 };
@@ -36,10 +36,10 @@ TEST(UncSplitter, TakesServerAndShare)
     /** As much of both as fits into 8 bytes. */
     const auto parts = [](const char *unc) {
         PoisonedBuffer<8> server, share;
-        GetServerFromUNC(unc, server.Span());
-        GetShareFromUNC(unc, share.Span());
-        EXPECT_TRUE(server.Intact() && share.Intact()) << unc;
-        return std::string(server.Text()) + " + " + share.Text();
+        GetServerFromUNC(unc, server.span());
+        GetShareFromUNC(unc, share.span());
+        EXPECT_TRUE(server.intact() && share.intact()) << unc;
+        return std::string(server.text()) + " + " + share.text();
     };
     EXPECT_EQ(parts("\\\\nas\\video"), "nas + video");
     EXPECT_EQ(parts("\\\\nas\\"), "nas + ");
@@ -65,14 +65,14 @@ TEST_F(RecorderShare, RecordingStopsWhileItChanges)
                  {"", "", "\\\\\\"}}; // empty ones are given too
     for (const auto &c : cases) {
         SCOPED_TRACE(c.location);
-        store.Set("server_i0_ns_location", "\\\\old\\video");
-        EXPECT_EQ(Change(c.server, c.folder), 0);
-        EXPECT_EQ(store.Sets(), (Texts{STOP, "server_i0_ns_location=" + c.location + "&", resume}));
+        store.set("server_i0_ns_location", "\\\\old\\video");
+        EXPECT_EQ(change(c.server, c.folder), 0);
+        EXPECT_EQ(store.sets(), (Texts{STOP, "server_i0_ns_location=" + c.location + "&", resume}));
         EXPECT_EQ(clock.sleeps, std::vector<uint32_t>{3000});
     }
-    store.Set("recording_i0_enable", "0");
-    EXPECT_EQ(Change("nas1", "video"), 0);
-    EXPECT_EQ(store.Sets(), Texts{"server_i0_ns_location=\\\\nas1\\video&"});
+    store.set("recording_i0_enable", "0");
+    EXPECT_EQ(change("nas1", "video"), 0);
+    EXPECT_EQ(store.sets(), Texts{"server_i0_ns_location=\\\\nas1\\video&"});
     EXPECT_TRUE(clock.sleeps.empty()) << "there is nothing to stop";
 }
 
@@ -80,9 +80,9 @@ TEST_F(RecorderShare, KeptTheEventStateIsLookedForBehindItsValue)
 {
     /** What recording is switched back to, "" when it is not touched. */
     const auto resumed = [this](const char *states) {
-        store.Answer(states, 1);
-        EXPECT_EQ(Change("nas", "video"), 0);
-        const std::vector<std::string> sets = store.Sets();
+        store.answer(states, 1);
+        EXPECT_EQ(change("nas", "video"), 0);
+        const std::vector<std::string> sets = store.sets();
         const std::string location = "server_i0_ns_location=\\\\nas\\video&";
         EXPECT_EQ(sets, sets.size() == 1 ? Texts{location} : (Texts{STOP, location, sets.back()}));
         return sets.size() == 1 ? "" : sets.back();
@@ -102,24 +102,24 @@ TEST_F(RecorderShare, AFailureLeavesRecordingStopped)
     // The states, the stop, the stored share, the new share, the states again.
     for (int request = 1; request <= 5; ++request) {
         SCOPED_TRACE(request);
-        store.AnswerNothing(request);
-        EXPECT_EQ(Change("nas1", nullptr), -1);
-        EXPECT_EQ(store.Requests().size(), static_cast<size_t>(request));
+        store.answerNothing(request);
+        EXPECT_EQ(change("nas1", nullptr), -1);
+        EXPECT_EQ(store.requests().size(), static_cast<size_t>(request));
         EXPECT_EQ(clock.sleeps.size(), request > 2 ? 1U : 0U);
-        store.Set("recording_i0_enable", "1");
+        store.set("recording_i0_enable", "1");
     }
-    store.Set("server_i0_ns_location", std::string(64, 'x'));
-    EXPECT_EQ(Change("nas1", nullptr), -1) << "a stored share of 64 characters";
-    EXPECT_EQ(store.Value("recording_i0_enable"), "0");
-    store.Set("server_i0_ns_location", "\\\\" + std::string(29, 's') + "\\" + std::string(31, 'f'));
-    EXPECT_EQ(Change("nas1", nullptr), 0) << "one of 63 characters";
-    EXPECT_EQ(store.Value("server_i0_ns_location"), "\\\\nas1\\" + std::string(31, 'f'));
+    store.set("server_i0_ns_location", std::string(64, 'x'));
+    EXPECT_EQ(change("nas1", nullptr), -1) << "a stored share of 64 characters";
+    EXPECT_EQ(store.value("recording_i0_enable"), "0");
+    store.set("server_i0_ns_location", "\\\\" + std::string(29, 's') + "\\" + std::string(31, 'f'));
+    EXPECT_EQ(change("nas1", nullptr), 0) << "one of 63 characters";
+    EXPECT_EQ(store.value("server_i0_ns_location"), "\\\\nas1\\" + std::string(31, 'f'));
     for (const char *name : {"event_i0_enable", "recording_i0_enable"}) {
-        const std::string value = store.Value(name);
-        store.Remove(name);
-        EXPECT_EQ(Change("nas1", "f"), -1) << name;
-        EXPECT_TRUE(store.Sets().empty());
-        store.Set(name, value);
+        const std::string value = store.value(name);
+        store.remove(name);
+        EXPECT_EQ(change("nas1", "f"), -1) << name;
+        EXPECT_TRUE(store.sets().empty());
+        store.set(name, value);
     }
 }
 
@@ -129,14 +129,14 @@ TEST(RecorderShareRequest, IsAnsweredUpdateFailedWithTheMainSettingsWritten)
         {{"event_i0_enable", "1"}, {"recording_i0_enable", "1"}, {"server_i0_ns_location", "\\\\old\\video"}});
     const std::string query =
         "schedule=1&continuous=0&toUSB=0&toSamba=1&byMotion=0&byIn1=0&byIn2=0&enable=1&server=nas1";
-    daemon.store.AnswerNothing(4); // the main settings, the states, the stop, the stored share
-    EXPECT_EQ(daemon.Exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), UPDATE_FAILED);
-    EXPECT_EQ(daemon.store.Value("event_i0_name"), "kelpa_recorder");
-    EXPECT_EQ(daemon.store.Value("recording_i0_enable"), "0") << "recording stays off";
-    EXPECT_EQ(daemon.store.Value("server_i0_ns_location"), "\\\\old\\video");
+    daemon.store.answerNothing(4); // the main settings, the states, the stop, the stored share
+    EXPECT_EQ(daemon.exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), UPDATE_FAILED);
+    EXPECT_EQ(daemon.store.value("event_i0_name"), "kelpa_recorder");
+    EXPECT_EQ(daemon.store.value("recording_i0_enable"), "0") << "recording stays off";
+    EXPECT_EQ(daemon.store.value("server_i0_ns_location"), "\\\\old\\video");
 
-    EXPECT_EQ(daemon.Exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), XML_OK);
-    EXPECT_EQ(daemon.store.Value("server_i0_ns_location"), "\\\\nas1\\video");
-    EXPECT_EQ(daemon.store.Value("recording_i0_enable"), "1");
+    EXPECT_EQ(daemon.exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), XML_OK);
+    EXPECT_EQ(daemon.store.value("server_i0_ns_location"), "\\\\nas1\\video");
+    EXPECT_EQ(daemon.store.value("recording_i0_enable"), "1");
     EXPECT_EQ(daemon.clock.sleeps, (std::vector<uint32_t>{3000, 3000}));
 }

@@ -8,13 +8,13 @@ namespace
 
 using Items = std::vector<ScheduleItem>;
 
-ScheduleItem WholeDays(int32_t begin, int32_t end)
+ScheduleItem wholeDays(int32_t begin, int32_t end)
 {
     return {begin, 0, 0, end, 0, 0};
 }
 
 /** What Schedule_FromItems makes of the items, "mask begin end"; "refused" when it refuses them. */
-std::string Stored(const Items &items)
+std::string stored(const Items &items)
 {
     StoredSchedule stored;
     if (Schedule_FromItems(stored, items) != 0)
@@ -22,7 +22,7 @@ std::string Stored(const Items &items)
     return std::to_string(stored.iWeekdays) + " " + stored.acBegin + " " + stored.acEnd;
 }
 
-Items FromStore(int32_t mask, const std::string &begin, const std::string &end)
+Items fromStore(int32_t mask, const std::string &begin, const std::string &end)
 {
     StoredSchedule stored = {mask, "", ""};
     Text_Copy(stored.acBegin, begin);
@@ -32,7 +32,7 @@ Items FromStore(int32_t mask, const std::string &begin, const std::string &end)
     return count >= 0 ? Items(items, items + count) : Items{{-1, -1, -1, -1, -1, -1}};
 }
 
-std::string Text(const ScheduleItem &item)
+std::string text(const ScheduleItem &item)
 {
     std::string text;
     for (const int32_t number :
@@ -42,7 +42,7 @@ std::string Text(const ScheduleItem &item)
 }
 
 /** The mask of the days that a span of whole days covers: those nearer behind its begin than its end is. */
-int32_t SpanMask(int32_t begin, int32_t end)
+int32_t spanMask(int32_t begin, int32_t end)
 {
     int32_t mask = 0;
     for (int32_t day = 0; day < 7; ++day)
@@ -62,13 +62,13 @@ TEST(Schedule, EveryMaskComesBackFromItsItems)
         {"00:00", "24:00"}, {"08:30", "17:00"}, {"00:00", "00:01"}, {"23:58", "23:59"}, {"00:00", "23:59"}};
     for (const auto &time : times) {
         for (int32_t mask = 1; mask < 128; ++mask) {
-            const Items items = FromStore(mask, time.begin, time.end);
+            const Items items = fromStore(mask, time.begin, time.end);
             EXPECT_EQ(static_cast<int>(items.size()), __builtin_popcount(static_cast<unsigned>(mask)));
-            EXPECT_EQ(Stored(items), std::to_string(mask) + " " + time.begin + " " + time.end);
+            EXPECT_EQ(stored(items), std::to_string(mask) + " " + time.begin + " " + time.end);
         }
-        EXPECT_TRUE(FromStore(0, time.begin, time.end).empty());
+        EXPECT_TRUE(fromStore(0, time.begin, time.end).empty());
     }
-    EXPECT_EQ(Stored({}), "0 00:00 00:00");
+    EXPECT_EQ(stored({}), "0 00:00 00:00");
 }
 
 TEST(Schedule, EveryMaskThatEndsWithTheDayBecomesItemsUpToTheNextDay)
@@ -79,63 +79,63 @@ TEST(Schedule, EveryMaskThatEndsWithTheDayBecomesItemsUpToTheNextDay)
             if ((mask & (64 >> day)) != 0)
                 expected.push_back(std::to_string(day) + ",8,30," + std::to_string(day == 6 ? 0 : day + 1) +
                                    ",0,0");
-        for (const ScheduleItem &item : FromStore(mask, "08:30", "24:00"))
-            got.push_back(Text(item));
+        for (const ScheduleItem &item : fromStore(mask, "08:30", "24:00"))
+            got.push_back(text(item));
         EXPECT_EQ(got, expected) << mask;
     }
     // They cannot be sent back: a request has no window over midnight.
-    EXPECT_EQ(Stored(FromStore(64, "08:30", "24:00")), "refused");
-    EXPECT_EQ(FromStore(64, "08:30", "24:15")[0].iEndMinute, 15);
+    EXPECT_EQ(stored(fromStore(64, "08:30", "24:00")), "refused");
+    EXPECT_EQ(fromStore(64, "08:30", "24:15")[0].iEndMinute, 15);
 }
 
 TEST(Schedule, EverySpanOfWholeDaysAddsItsDays)
 {
     for (int32_t begin = 0; begin < 7; ++begin) {
         for (int32_t end = 0; end < 7; ++end) {
-            const std::string whole = std::to_string(SpanMask(begin, end)) + " 00:00 24:00";
-            EXPECT_EQ(Stored({WholeDays(begin, end)}), begin == end ? "refused" : whole) << begin << " to " << end;
+            const std::string whole = std::to_string(spanMask(begin, end)) + " 00:00 24:00";
+            EXPECT_EQ(stored({wholeDays(begin, end)}), begin == end ? "refused" : whole) << begin << " to " << end;
         }
     }
-    EXPECT_EQ(Stored({WholeDays(5, 2)}), "99 00:00 24:00");
-    EXPECT_EQ(Stored({WholeDays(1, 2), WholeDays(6, 0)}), "33 00:00 24:00") << "spans add up";
-    EXPECT_EQ(Stored({WholeDays(1, 2), WholeDays(3, 3)}), "refused");
+    EXPECT_EQ(stored({wholeDays(5, 2)}), "99 00:00 24:00");
+    EXPECT_EQ(stored({wholeDays(1, 2), wholeDays(6, 0)}), "33 00:00 24:00") << "spans add up";
+    EXPECT_EQ(stored({wholeDays(1, 2), wholeDays(3, 3)}), "refused");
 }
 
 TEST(Schedule, ASpanOrWindowToADayThatIsNoneIsRefused)
 {
     for (const int32_t day : {7, 13, INT32_MAX, -1}) {
-        EXPECT_EQ(Stored({WholeDays(1, day)}), "refused") << day;
-        EXPECT_EQ(Stored({WholeDays(day, 1)}), "refused") << day;
-        EXPECT_EQ(Stored({{1, 8, 0, day, 9, 0}}), "refused") << day;
-        EXPECT_EQ(Stored({{day, 8, 0, day, 9, 0}}), "refused") << day;
-        EXPECT_EQ(Stored({WholeDays(1, 2), WholeDays(3, day)}), "refused") << day;
+        EXPECT_EQ(stored({wholeDays(1, day)}), "refused") << day;
+        EXPECT_EQ(stored({wholeDays(day, 1)}), "refused") << day;
+        EXPECT_EQ(stored({{1, 8, 0, day, 9, 0}}), "refused") << day;
+        EXPECT_EQ(stored({{day, 8, 0, day, 9, 0}}), "refused") << day;
+        EXPECT_EQ(stored({wholeDays(1, 2), wholeDays(3, day)}), "refused") << day;
     }
 }
 
 TEST(Schedule, AWindowMustEndAfterItBeginsOnItsDay)
 {
-    EXPECT_EQ(Stored({{3, 0, 0, 3, 0, 1}}), "8 00:00 00:01");
-    EXPECT_EQ(Stored({{3, 8, 59, 3, 9, 0}}), "8 08:59 09:00");
-    EXPECT_EQ(Stored({{3, 8, 5, 3, 8, 6}}), "8 08:05 08:06");
-    EXPECT_EQ(Stored({{3, 8, 5, 3, 8, 5}}), "refused") << "empty";
-    EXPECT_EQ(Stored({{3, 8, 5, 3, 8, 4}}), "refused");
-    EXPECT_EQ(Stored({{3, 9, 0, 3, 8, 59}}), "refused");
-    EXPECT_EQ(Stored({{3, 0, 1, 3, 0, 0}}), "refused");
-    EXPECT_EQ(Stored({{3, 0, 1, 4, 0, 0}}), "refused") << "over midnight";
-    EXPECT_EQ(Stored({{3, 8, 0, 4, 9, 0}}), "refused") << "over midnight";
+    EXPECT_EQ(stored({{3, 0, 0, 3, 0, 1}}), "8 00:00 00:01");
+    EXPECT_EQ(stored({{3, 8, 59, 3, 9, 0}}), "8 08:59 09:00");
+    EXPECT_EQ(stored({{3, 8, 5, 3, 8, 6}}), "8 08:05 08:06");
+    EXPECT_EQ(stored({{3, 8, 5, 3, 8, 5}}), "refused") << "empty";
+    EXPECT_EQ(stored({{3, 8, 5, 3, 8, 4}}), "refused");
+    EXPECT_EQ(stored({{3, 9, 0, 3, 8, 59}}), "refused");
+    EXPECT_EQ(stored({{3, 0, 1, 3, 0, 0}}), "refused");
+    EXPECT_EQ(stored({{3, 0, 1, 4, 0, 0}}), "refused") << "over midnight";
+    EXPECT_EQ(stored({{3, 8, 0, 4, 9, 0}}), "refused") << "over midnight";
 }
 
 TEST(Schedule, ItemsShareOneWindow)
 {
     const ScheduleItem first = {1, 8, 10, 1, 17, 20};
-    EXPECT_EQ(Stored({first, {3, 8, 10, 3, 17, 20}}), "40 08:10 17:20");
-    EXPECT_EQ(Stored({first, first}), "32 08:10 17:20") << "the same day twice";
+    EXPECT_EQ(stored({first, {3, 8, 10, 3, 17, 20}}), "40 08:10 17:20");
+    EXPECT_EQ(stored({first, first}), "32 08:10 17:20") << "the same day twice";
     for (const ScheduleItem &other :
          {ScheduleItem{3, 9, 10, 3, 17, 20}, ScheduleItem{3, 8, 11, 3, 17, 20}, ScheduleItem{3, 8, 10, 3, 16, 20},
-          ScheduleItem{3, 8, 10, 3, 17, 21}, WholeDays(3, 4)}) {
-        EXPECT_EQ(Stored({first, other}), "refused") << Text(other);
-        EXPECT_EQ(Stored({other, first}), "refused") << Text(other);
-        EXPECT_EQ(Stored({first, {3, 8, 10, 3, 17, 20}, other}), "refused") << Text(other);
+          ScheduleItem{3, 8, 10, 3, 17, 21}, wholeDays(3, 4)}) {
+        EXPECT_EQ(stored({first, other}), "refused") << text(other);
+        EXPECT_EQ(stored({other, first}), "refused") << text(other);
+        EXPECT_EQ(stored({first, {3, 8, 10, 3, 17, 20}, other}), "refused") << text(other);
     }
 }
 
@@ -150,8 +150,8 @@ TEST(Schedule, StoredTimesMustBeReadable)
         Text_Copy(stored.acEnd, bad);
         EXPECT_EQ(Schedule_ToItems(stored, items), -1) << bad;
     }
-    EXPECT_EQ(Text(FromStore(1, "8:5", "9:30 pm")[0]), "6,8,5,6,9,30") << "read as scanf does";
-    EXPECT_EQ(FromStore(-1, "08:00", "09:00").size(), 7U) << "only the seven bits count";
+    EXPECT_EQ(text(fromStore(1, "8:5", "9:30 pm")[0]), "6,8,5,6,9,30") << "read as scanf does";
+    EXPECT_EQ(fromStore(-1, "08:00", "09:00").size(), 7U) << "only the seven bits count";
 }
 
 TEST(Schedule, ItemsAreTakenFromARequest)
@@ -175,8 +175,8 @@ TEST(Schedule, ItemsAreTakenFromARequest)
         EXPECT_FALSE(taken("item01=" + std::string(bad) + "&")) << bad;
     ScheduleItem items[2];
     ASSERT_EQ(GetScheduleItemsFromText("item02=6,5,4,3,2,1&item01=1,2,3,4,5,6&", items), 0);
-    EXPECT_EQ(Text(items[0]), "1,2,3,4,5,6");
-    EXPECT_EQ(Text(items[1]), "6,5,4,3,2,1");
+    EXPECT_EQ(text(items[0]), "1,2,3,4,5,6");
+    EXPECT_EQ(text(items[1]), "6,5,4,3,2,1");
 }
 
 TEST(Trigger, IsReadByTheBeginningOfItsWord)

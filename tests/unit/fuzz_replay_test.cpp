@@ -24,25 +24,25 @@ namespace
 class Mutator
 {
   public:
-    explicit Mutator(const std::vector<std::string> &corpus) : m_corpus(corpus) {}
+    explicit Mutator(const std::vector<std::string> &corpus) : corpus_(corpus) {}
 
-    std::string Next()
+    std::string next()
     {
-        std::string input = Pick();
-        for (uint32_t damages = 1 + m_random() % 4; damages > 0; --damages)
-            Damage(input);
+        std::string input = pick();
+        for (uint32_t damages = 1 + random_() % 4; damages > 0; --damages)
+            damage(input);
         return input;
     }
 
   private:
-    const std::string &Pick() { return m_corpus[m_random() % m_corpus.size()]; }
-    size_t Place(const std::string &input) { return m_random() % (input.size() + 1); }
-    std::string Piece(const std::string &input)
+    const std::string &pick() { return corpus_[random_() % corpus_.size()]; }
+    size_t place(const std::string &input) { return random_() % (input.size() + 1); }
+    std::string piece(const std::string &input)
     {
-        return input.empty() ? "" : input.substr(m_random() % input.size(), m_random() % 40);
+        return input.empty() ? "" : input.substr(random_() % input.size(), random_() % 40);
     }
 
-    void Damage(std::string &input)
+    void damage(std::string &input)
     {
         static constexpr std::string_view TOKENS[] = {"&",
                                                       "&&",
@@ -67,38 +67,38 @@ class Mutator
                                                       " ",
                                                       "4294967295",
                                                       "00000000000000000001"};
-        switch (m_random() % 8) {
+        switch (random_() % 8) {
         case 0:
             if (!input.empty())
-                input[m_random() % input.size()] = static_cast<char>(m_random());
+                input[random_() % input.size()] = static_cast<char>(random_());
             break;
         case 1:
-            input.insert(Place(input), TOKENS[m_random() % std::size(TOKENS)]);
+            input.insert(place(input), TOKENS[random_() % std::size(TOKENS)]);
             break;
         case 2:
-            input.erase(Place(input), m_random() % 20);
+            input.erase(place(input), random_() % 20);
             break;
         case 3:
-            input.resize(Place(input));
+            input.resize(place(input));
             break;
         case 4:
-            input.insert(Place(input), std::string(m_random() % 300, static_cast<char>('!' + m_random() % 90)));
+            input.insert(place(input), std::string(random_() % 300, static_cast<char>('!' + random_() % 90)));
             break;
         case 5:
-            input.insert(Place(input), Piece(Pick()));
+            input.insert(place(input), piece(pick()));
             break;
         case 6:
-            input.insert(Place(input), Piece(input));
+            input.insert(place(input), piece(input));
             break;
         default:
-            if (m_random() % 16 == 0)
-                input.append(m_random() % 20000, static_cast<char>('a' + m_random() % 26));
+            if (random_() % 16 == 0)
+                input.append(random_() % 20000, static_cast<char>('a' + random_() % 26));
             break;
         }
     }
 
-    const std::vector<std::string> &m_corpus;
-    std::mt19937 m_random{20240607};
+    const std::vector<std::string> &corpus_;
+    std::mt19937 random_{20240607};
 };
 
 struct Target {
@@ -128,13 +128,13 @@ TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)
         paths.insert(file.path());
     std::vector<std::string> corpus;
     for (const auto &path : paths)
-        corpus.push_back(ReadWholeFile(path));
+        corpus.push_back(readWholeFile(path));
     ASSERT_FALSE(corpus.empty());
 
     // The daemon's trace of thousands of requests is of no use; failures go to standard error meanwhile.
     fflush(stdout);
     const UniqueFd standardOutput(dup(STDOUT_FILENO)), null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    dup2(null.Get(), STDOUT_FILENO);
+    dup2(null.get(), STDOUT_FILENO);
     const auto run = [](const std::string &input) {
         // A copy of exactly this size, so that a sanitizer sees the first byte read too far.
         const std::vector<uint8_t> bytes(input.begin(), input.end());
@@ -144,7 +144,7 @@ TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)
         run(input);
     Mutator mutator(corpus);
     for (int i = 0; i < GetParam().mutations; ++i)
-        run(mutator.Next());
+        run(mutator.next());
     fflush(stdout);
-    dup2(standardOutput.Get(), STDOUT_FILENO);
+    dup2(standardOutput.get(), STDOUT_FILENO);
 }

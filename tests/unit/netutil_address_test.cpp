@@ -7,7 +7,7 @@ namespace
 {
 
 /** The text in a block of exactly its length, so that a read behind its end is seen. */
-std::vector<char> Exactly(std::string_view text)
+std::vector<char> exactly(std::string_view text)
 {
     return {text.begin(), text.end()};
 }
@@ -43,7 +43,7 @@ TEST(Address, IsThreeDotsWithDigitsBetween)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        const std::vector<char> text = Exactly(c.text);
+        const std::vector<char> text = exactly(c.text);
         EXPECT_EQ(NetUtility_IsValidIP(c.text.empty() ? "" : text.data(), text.size()), c.expected) << c.text;
         EXPECT_EQ(NetUtility_IsAddressText(c.text), c.expected == 1) << c.text;
     }
@@ -52,7 +52,7 @@ TEST(Address, IsThreeDotsWithDigitsBetween)
 TEST(Address, OfACardIsTwelveHexadecimalDigits)
 {
     for (const std::string_view good : {"AABBCCDDEEFF", "aabbccddeeff", "0123456789aF"})
-        EXPECT_EQ(NetUtility_IsValidMACAddr(Exactly(good).data(), good.size()), 1) << good;
+        EXPECT_EQ(NetUtility_IsValidMACAddr(exactly(good).data(), good.size()), 1) << good;
     for (const std::string_view bad : {"00112233445G", "g01122334455", "@01122334455", "`01122334455",
                                        "/01122334455", "00112233445:", "00112233445", "0011223344556"}) {
         testing::internal::CaptureStdout();
@@ -79,7 +79,7 @@ TEST(Address, ClassesBeginAndEndWhereTheirNetworksDo)
     };
     for (const auto &c : cases) {
         for (const std::string_view address : c.texts) {
-            const std::vector<char> text = Exactly(address);
+            const std::vector<char> text = exactly(address);
             EXPECT_EQ(NetUtility_GetIPClass(text.data(), text.size()), c.expected) << address;
             EXPECT_EQ(NetUtility_IsPrivateIP(text.data(), text.size()), c.expected == IPClass::Private);
             EXPECT_EQ(NetUtility_IsLinkLocalIP(text.data(), text.size()), c.expected == IPClass::LinkLocal);

@@ -36,8 +36,8 @@ TEST(DnsQuery, IsMadeForWhatIsAName)
     };
     const std::string label(63, 'a'), dotted = label + "." + label + "." + label + ".", longest(61, 'b');
     for (const std::string &good : {std::string("nas"), "www." + label + ".b", dotted + longest}) {
-        EXPECT_EQ(query(good), DnsQuestion(ID, good));
-        EXPECT_EQ(query(good + "."), DnsQuestion(ID, good)) << "the root's dot";
+        EXPECT_EQ(query(good), dnsQuestion(ID, good));
+        EXPECT_EQ(query(good + "."), dnsQuestion(ID, good)) << "the root's dot";
     }
     for (const std::string &bad :
          {std::string(), std::string("."), std::string(".."), std::string(".a"), std::string("a.."),
@@ -47,7 +47,7 @@ TEST(DnsQuery, IsMadeForWhatIsAName)
 
 TEST(DnsAnswer, GivesTheFirstAddress)
 {
-    const DnsRecord here = DnsA(), other = DnsA("\x09\x09\x09\x09"), alias = DnsCname("b.example.net");
+    const DnsRecord here = dnsA(), other = dnsA("\x09\x09\x09\x09"), alias = dnsCname("b.example.net");
     const std::string address = here.data, root(1, '\0');
     // 0xC1 as a length that stays inside: 193 bytes, the 0 byte, then the record that they hide.
     const std::string c1 = "\xC1" + std::string(193, '\x0C') + root;
@@ -57,8 +57,8 @@ TEST(DnsAnswer, GivesTheFirstAddress)
         const char *expected;
     } cases[] = {
         {"the first of two", {{here, other}}, "10.1.2.3"},
-        {"a chain of names", {{alias, DnsCname("c.example"), here}}, "10.1.2.3"},
-        {"an owner written out", {{{1, address, DnsLabels("cdn.example.net")}}}, "10.1.2.3"},
+        {"a chain of names", {{alias, dnsCname("c.example"), here}}, "10.1.2.3"},
+        {"an owner written out", {{{1, address, dnsLabels("cdn.example.net")}}}, "10.1.2.3"},
         {"an owner that is the root", {{{1, address, root}}}, "10.1.2.3"},
         {"a pointer to itself is not followed", {{{1, address, "\xC0\x13"}}}, "10.1.2.3"},
         {"records of other lengths", {{{1, "abc"}, {1, "abcdefgh"}, here}}, "10.1.2.3"},
@@ -79,12 +79,12 @@ TEST(DnsAnswer, GivesTheFirstAddress)
         {"no such name", {.records = {other}, .flags = 0x8183}, "no such name"},
     };
     for (const auto &c : cases) {
-        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example")), c.expected) << c.description;
-        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example"), ID ^ 0x0100), "not ours") << c.description;
-        EXPECT_EQ(Outcome(c.message.Bytes(ID, "a.example"), ID ^ 1), "not ours") << c.description;
+        EXPECT_EQ(Outcome(c.message.bytes(ID, "a.example")), c.expected) << c.description;
+        EXPECT_EQ(Outcome(c.message.bytes(ID, "a.example"), ID ^ 0x0100), "not ours") << c.description;
+        EXPECT_EQ(Outcome(c.message.bytes(ID, "a.example"), ID ^ 1), "not ours") << c.description;
     }
-    const std::string whole = DnsMessage{{alias, here}}.Bytes(ID, "a.example");
-    const size_t question = DnsQuestion(ID, "a.example").size();
+    const std::string whole = DnsMessage{{alias, here}}.bytes(ID, "a.example");
+    const size_t question = dnsQuestion(ID, "a.example").size();
     for (size_t size = 0; size < whole.size(); ++size)
         EXPECT_EQ(Outcome(whole.substr(0, size)), size < 12         ? "not ours"
                                                   : size < question ? "unusable"

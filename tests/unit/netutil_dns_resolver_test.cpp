@@ -15,28 +15,28 @@ namespace
 {
 
 constexpr uint32_t LONG_TIMEOUT_SEC = 600;
-const DnsDatagram HERE = {{{DnsA()}}}, ELSEWHERE = {{{DnsA("\6\6\6\6")}}}, ALIAS = {{{DnsCname("b.example")}}};
+const DnsDatagram HERE = {{{dnsA()}}}, ELSEWHERE = {{{dnsA("\6\6\6\6")}}}, ALIAS = {{{dnsCname("b.example")}}};
 const DnsDatagram FAILURE = {{.flags = 0x8182}}, UNKNOWN = {{.flags = 0x8183}};
 
 /** The datagram of somebody who has to guess the identifier. */
-DnsDatagram Guessed(DnsDatagram datagram)
+DnsDatagram guessed(DnsDatagram datagram)
 {
     datagram.wrongBits = 0x8001;
     return datagram;
 }
 
 /** Asks the fake server for a name; gives the result and what is stored, which is 7.7.7.7 before. */
-std::pair<int32_t, std::string> Resolve(const char *name)
+std::pair<int32_t, std::string> resolve(const char *name)
 {
-    const size_t descriptors = CountDescriptors();
+    const size_t descriptors = countDescriptors();
     in_addr_t address = inet_addr("7.7.7.7");
-    const int32_t result = NetUtility_DNSResolve(FakeDnsServer::Address(), name, LONG_TIMEOUT_SEC, &address);
-    EXPECT_EQ(CountDescriptors(), descriptors);
+    const int32_t result = NetUtility_DNSResolve(FakeDnsServer::address(), name, LONG_TIMEOUT_SEC, &address);
+    EXPECT_EQ(countDescriptors(), descriptors);
     return {result, inet_ntoa({address})};
 }
 
 /** What is traced by a call that has to give `expected`. */
-std::string Traced(int32_t expected, const std::function<int32_t()> &call)
+std::string traced(int32_t expected, const std::function<int32_t()> &call)
 {
     testing::internal::CaptureStdout();
     EXPECT_EQ(call(), expected);
@@ -48,10 +48,10 @@ std::string Traced(int32_t expected, const std::function<int32_t()> &call)
 TEST(DnsResolve, TakesTheServersAnswerInItsTime)
 {
     const char *const stored = "10.1.2.3", *const nothing = "7.7.7.7";
-    const DnsDatagram chain = {{{DnsCname("b.example"), DnsCname("c.example"), DnsA()}}};
-    const DnsDatagram hidden = {{{{1, DnsA().data, "\xC1\x0C"}}}}, tooLong = {HERE.message, 0, 1050};
+    const DnsDatagram chain = {{{dnsCname("b.example"), dnsCname("c.example"), dnsA()}}};
+    const DnsDatagram hidden = {{{{1, dnsA().data, "\xC1\x0C"}}}}, tooLong = {HERE.message, 0, 1050};
     const DnsDatagram otherPort = {ELSEWHERE.message, 0, SIZE_MAX, true};
-    DnsDatagrams late(20, Guessed(ELSEWHERE));
+    DnsDatagrams late(20, guessed(ELSEWHERE));
     late.push_back(HERE);
     const struct {
         const char *description;
@@ -65,22 +65,22 @@ TEST(DnsResolve, TakesTheServersAnswerInItsTime)
         {"the server's failure", {FAILURE, HERE}, -1, nothing},
         {"KEPT: an answer without an address succeeds and stores none", {ALIAS}, 0, nothing},
         {"KEPT: nor does one that is not found", {hidden}, 0, nothing},
-        {"a wrong identifier", {Guessed(ELSEWHERE), HERE}, 0, stored},
-        {"no such name, from somebody who guesses", {Guessed(UNKNOWN), HERE}, 0, stored},
+        {"a wrong identifier", {guessed(ELSEWHERE), HERE}, 0, stored},
+        {"no such name, from somebody who guesses", {guessed(UNKNOWN), HERE}, 0, stored},
         {"another port that knows the identifier", {otherPort, HERE}, 0, stored},
         {"too short", {{HERE.message, 0, 0}, {HERE.message, 0, 1}, {HERE.message, 0, 11}, HERE}, 0, stored},
         {"longer than the buffer", {tooLong}, 0, stored},
         {"many wrong answers before", late, 0, stored, 1},
         {"the time is over before the last of them", late, -1, nothing, LONG_TIMEOUT_SEC * 1000 / 10},
-        {"the second wait has only 10 ms left", {Guessed(HERE)}, -1, nothing, LONG_TIMEOUT_SEC * 1000 / 2 - 5},
+        {"the second wait has only 10 ms left", {guessed(HERE)}, -1, nothing, LONG_TIMEOUT_SEC * 1000 / 2 - 5},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
         const FakeDnsServer server(c.answers);
         const FakeClock clock(c.stepMs);
-        EXPECT_EQ(Resolve("camera.example.com"), std::pair(c.result, std::string(c.address)));
-        ASSERT_EQ(server.Queries().size(), 1U) << "asked once";
-        EXPECT_EQ(server.Queries()[0].name, "camera.example.com");
+        EXPECT_EQ(resolve("camera.example.com"), std::pair(c.result, std::string(c.address)));
+        ASSERT_EQ(server.queries().size(), 1U) << "asked once";
+        EXPECT_EQ(server.queries()[0].name, "camera.example.com");
     }
     EXPECT_EQ(static_cast<uint32_t>(NETUTILITY_NO_SUCH_NAME), 0x810E0003U);
 }
@@ -88,14 +88,14 @@ TEST(DnsResolve, TakesTheServersAnswerInItsTime)
 TEST(DnsResolve, NeedsNoServerForAnAddress)
 {
     const FakeDnsServer server;
-    EXPECT_EQ(Resolve("192.168.0.1"), std::pair(0, std::string("192.168.0.1")));
-    EXPECT_EQ(Resolve("1.2.3.999"), std::pair(0, std::string("255.255.255.255"))) << "what inet_addr makes of it";
-    EXPECT_TRUE(server.Queries().empty());
+    EXPECT_EQ(resolve("192.168.0.1"), std::pair(0, std::string("192.168.0.1")));
+    EXPECT_EQ(resolve("1.2.3.999"), std::pair(0, std::string("255.255.255.255"))) << "what inet_addr makes of it";
+    EXPECT_TRUE(server.queries().empty());
     // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
-    const UniqueFd taken = BindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiDNS);
-    ASSERT_EQ(connect(taken.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    EXPECT_EQ(Traced(-1, [] { return Resolve("a.example").first; }),
+    const UniqueFd taken = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    const sockaddr_in address = loopbackAddress(g_tRemotePorts.uiDNS);
+    ASSERT_EQ(connect(taken.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    EXPECT_EQ(traced(-1, [] { return resolve("a.example").first; }),
               "[NetUtility_DNSResolve] recvfrom failed (" + std::to_string(ECONNREFUSED) + ")\r\n");
 }
 
@@ -104,8 +104,8 @@ TEST(DnsResolve, IdentifiersDoNotRepeat)
     const FakeDnsServer server({UNKNOWN});
     std::set<uint16_t> identifiers;
     for (int i = 0; i < 64; ++i)
-        EXPECT_EQ(Resolve("a.example").first, NETUTILITY_NO_SUCH_NAME);
-    for (const DnsQuery &query : server.Queries())
+        EXPECT_EQ(resolve("a.example").first, NETUTILITY_NO_SUCH_NAME);
+    for (const DnsQuery &query : server.queries())
         identifiers.insert(query.identifier);
     // Of 64 random ones, 10 of 65536 coincide less than once in 10^20 runs.
     EXPECT_GT(identifiers.size(), 54U);
@@ -114,10 +114,10 @@ TEST(DnsResolve, IdentifiersDoNotRepeat)
 TEST(NetUtility, RefusesMissingArgumentsAndSaysSo)
 {
     const FakeDnsServer server;
-    const in_addr_t at = FakeDnsServer::Address();
+    const in_addr_t at = FakeDnsServer::address();
     in_addr_t address = 1;
     const auto resolve = [](in_addr_t from, const char *name, uint32_t timeoutSec, in_addr_t *into) {
-        return Traced(-1, [&] { return NetUtility_DNSResolve(from, name, timeoutSec, into); });
+        return traced(-1, [&] { return NetUtility_DNSResolve(from, name, timeoutSec, into); });
     };
     EXPECT_EQ(resolve(0, "192.168.0.1", 1, &address), "[NetUtility_DNSResolve] Need DNS server IP\r");
     for (const std::string &trace : {resolve(at, nullptr, 1, &address), resolve(at, "", 1, &address),
@@ -126,12 +126,12 @@ TEST(NetUtility, RefusesMissingArgumentsAndSaysSo)
     EXPECT_EQ(resolve(at, "a..example", 1, &address), "");
     EXPECT_EQ(address, 1U);
     for (const auto &[timeout, from] : {std::pair{0U, at}, std::pair{1U, 0U}})
-        EXPECT_EQ(Traced(-1, [&] { return NetUtility_ConnectToInternet(timeout, from); }),
+        EXPECT_EQ(traced(-1, [&] { return NetUtility_ConnectToInternet(timeout, from); }),
                   "[NetUtility_ConnectToInternet] Invalid arguments\r");
-    EXPECT_TRUE(server.Queries().empty());
-    EXPECT_EQ(Traced(0, [] { return NetUtility_IsValidIP(nullptr, 7); }),
+    EXPECT_TRUE(server.queries().empty());
+    EXPECT_EQ(traced(0, [] { return NetUtility_IsValidIP(nullptr, 7); }),
               "[NetUtility_IsValidIP] Invalid arguments\r");
-    EXPECT_EQ(Traced(0, [] { return NetUtility_IsValidMACAddr(nullptr, 12); }),
+    EXPECT_EQ(traced(0, [] { return NetUtility_IsValidMACAddr(nullptr, 12); }),
               "[NetUtility_IsValidMACAddr] Invalid arguments\r");
 }
 
@@ -142,10 +142,10 @@ TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
     });
     const RootEnvironment root;
     const auto checked = [&root](const char *name, int32_t expectedStatus, const std::string &file) {
-        root.Write("/etc/resolv.conf", file);
+        root.write("/etc/resolv.conf", file);
         int32_t status = 99;
         const int expected = expectedStatus == 0 ? 1 : 0;
-        const std::string trace = Traced(expected, [&] { return NetUtility_IsValidDomainName(name, status); });
+        const std::string trace = traced(expected, [&] { return NetUtility_IsValidDomainName(name, status); });
         EXPECT_EQ(status, expectedStatus);
         return trace;
     };
@@ -162,18 +162,18 @@ TEST(DomainName, IsAskedOfTheResolverFilesFirstServer)
 
 TEST(Connectivity, IsOneOfThreeWebHosts)
 {
-    const DnsDatagram local = {{{DnsA(std::string("\x7F\0\0\1", 4))}}};
-    const DnsDatagram nowhere = {{{DnsA("\xFF\xFF\xFF\xFF")}}}; // connect(2) fails at once
+    const DnsDatagram local = {{{dnsA(std::string("\x7F\0\0\1", 4))}}};
+    const DnsDatagram nowhere = {{{dnsA("\xFF\xFF\xFF\xFF")}}}; // connect(2) fails at once
     const auto serves = [](int web) { EXPECT_EQ(listen(web, 8), 0); };
     const auto refuses = [](int) {};
     std::vector<UniqueFd> waiting;
     // A listener with a full queue: further connections stay unanswered.
     const auto isFull = [&waiting](int web) {
         EXPECT_EQ(listen(web, 0), 0);
-        const sockaddr_in address = LoopbackAddress(g_tRemotePorts.uiHTTP);
+        const sockaddr_in address = loopbackAddress(g_tRemotePorts.uiHTTP);
         for (int i = 0; i < 4; ++i) {
             waiting.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-            (void)connect(waiting.back().Get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+            (void)connect(waiting.back().get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
         }
     };
     const struct {
@@ -195,15 +195,15 @@ TEST(Connectivity, IsOneOfThreeWebHosts)
         SCOPED_TRACE(c.description);
         size_t next = 0;
         const FakeDnsServer server([&](const std::string &) { return DnsDatagrams{c.answers.at(next++)}; });
-        const UniqueFd web = BindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
-        c.prepare(web.Get());
-        const size_t descriptors = CountDescriptors();
+        const UniqueFd web = bindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
+        c.prepare(web.get());
+        const size_t descriptors = countDescriptors();
         const uint32_t timeoutSec = waiting.empty() ? LONG_TIMEOUT_SEC : 1;
-        EXPECT_EQ(NetUtility_ConnectToInternet(timeoutSec, FakeDnsServer::Address()), c.result);
-        EXPECT_EQ(CountDescriptors(), descriptors);
+        EXPECT_EQ(NetUtility_ConnectToInternet(timeoutSec, FakeDnsServer::address()), c.result);
+        EXPECT_EQ(countDescriptors(), descriptors);
         waiting.clear();
         std::set<std::string> names;
-        for (const DnsQuery &query : server.Queries())
+        for (const DnsQuery &query : server.queries())
             names.insert(query.name);
         EXPECT_EQ(names.size(), 3U) << "three different names";
     }

@@ -20,7 +20,7 @@ namespace
 {
 
 /** The interface's first IPv4 address as the C library lists it. */
-std::optional<in_addr_t> ListedAddress(const std::string &interface)
+std::optional<in_addr_t> listedAddress(const std::string &interface)
 {
     ifaddrs *list = nullptr;
     EXPECT_EQ(getifaddrs(&list), 0);
@@ -43,7 +43,7 @@ TEST(ResolverFile, GivesTheServersOfAFileOfServers)
         return first + " " + inet_ntoa(secondary) + (good ? "" : " failed");
     };
     const auto of = [&](const std::string &content) {
-        root.Write("/etc/resolv.conf", content);
+        root.write("/etc/resolv.conf", content);
         return servers();
     };
     // A comment and then the text, 256 bytes together.
@@ -65,8 +65,8 @@ TEST(ResolverFile, GivesTheServersOfAFileOfServers)
     EXPECT_EQ(of(one + "nameserver 2.2.2.2"), "1.1.1.1 0.0.0.0 failed");
     EXPECT_EQ(of(filled(one) + "options x\n"), "1.1.1.1 0.0.0.0") << "the 256th byte ends the line";
     EXPECT_EQ(of(filled("nameserver 10.1.2") + "5.3\n"), "0.0.0.0 0.0.0.0 failed") << "cut inside the address";
-    std::filesystem::remove(root.Path("/etc/resolv.conf"));
-    std::filesystem::create_directory(root.Path("/etc/resolv.conf"));
+    std::filesystem::remove(root.path("/etc/resolv.conf"));
+    std::filesystem::create_directory(root.path("/etc/resolv.conf"));
     EXPECT_EQ(servers(), "0.0.0.0 0.0.0.0 failed") << "a folder";
 }
 
@@ -83,7 +83,7 @@ TEST(LocalAddress, IsTheInterfacesOrNone)
     for (const auto &c : cases) {
         SCOPED_TRACE(c.kind);
         in_addr_t address = 0x01020304;
-        const auto listed = ListedAddress(c.name);
+        const auto listed = listedAddress(c.name);
         testing::internal::CaptureStdout();
         EXPECT_EQ(NetUtility_GetLocalIP(c.kind, address), listed ? 0 : -1);
         EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex(listed ? "" : c.trace));
@@ -115,7 +115,7 @@ TEST(SocketHelpers, SetTheirOptionsAndCloseOnce)
 TEST(SocketHelpers, WaitsShareALimitAndSurviveSignals)
 {
     const UniqueFd event(eventfd(0, EFD_CLOEXEC));
-    pollfd wait[] = {{-1, POLLIN, 0}, {event.Get(), POLLIN, 0}};
+    pollfd wait[] = {{-1, POLLIN, 0}, {event.get(), POLLIN, 0}};
     {
         FakeClock clock;
         clock.now = 3600001;
@@ -132,7 +132,7 @@ TEST(SocketHelpers, WaitsShareALimitAndSurviveSignals)
             pthread_kill(waiter, SIGUSR2);
             std::this_thread::yield();
         }
-        eventfd_write(event.Get(), 1);
+        eventfd_write(event.get(), 1);
     });
     EXPECT_EQ(NetUtility_WaitSockets(wait, NetUtility_GetTickMs(), 60000), 1);
     EXPECT_NE(wait[1].revents & POLLIN, 0);

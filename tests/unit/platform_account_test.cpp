@@ -18,7 +18,7 @@ class Account : public testing::Test
     }
 
     /** The list as "name:uid" words, after checking that count and chain agree. */
-    std::string Users() const
+    std::string listedUsers() const
     {
         std::string users;
         int32_t count = 0;
@@ -37,7 +37,7 @@ class Account : public testing::Test
 TEST_F(Account, ConfigurationNamesTheGroups)
 {
     const auto groups = [this](const std::string &config) {
-        root.Write("/etc/accountmgr.conf", config);
+        root.write("/etc/accountmgr.conf", config);
         const bool read = AM_ParseConfigFile(context.get()) == 0;
         return (read ? "" : "failed, ") + std::string(context->acGroups);
     };
@@ -50,17 +50,17 @@ TEST_F(Account, ConfigurationNamesTheGroups)
     EXPECT_EQ(groups("groups=" + longest + "g"), "failed, " + standard);
     EXPECT_EQ(groups("groups\n"), "failed, " + standard);
     EXPECT_EQ(groups("=a\n"), "failed, " + standard);
-    std::filesystem::remove(root.Path("/etc/accountmgr.conf"));
+    std::filesystem::remove(root.path("/etc/accountmgr.conf"));
     EXPECT_EQ(AM_ParseConfigFile(context.get()), -1);
 }
 
 TEST_F(Account, UsersAreTheMembersOfTheGroups)
 {
     const auto users = [this](const std::string &group, const std::string &passwd) {
-        root.Write("/etc/group", group);
-        root.Write("/etc/passwd", passwd);
+        root.write("/etc/group", group);
+        root.write("/etc/passwd", passwd);
         EXPECT_EQ(AM_ParsePasswordFile(context.get()), 0);
-        return Users();
+        return listedUsers();
     };
     EXPECT_EQ(users("view:x:102:\nadmin:x:100:\n", "b:x:2:102:::\na:x:1:100:::\nc:x:3:103:::\n"), "b:2 a:1");
     EXPECT_EQ(users("admin:x:100:x, b ,c\n", "a:x:1:500:::\nb:x:2:500:::\nc:x:3:500:::\n"), "b:2 c:3");
@@ -81,22 +81,22 @@ TEST_F(Account, UsersAreTheMembersOfTheGroups)
 TEST_F(Account, AFileThatCannotBeReadLeavesTheList)
 {
     ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
-    const std::string before = Users();
+    const std::string before = listedUsers();
     EXPECT_EQ(before, "admin:1000 oscar:1001 vera:1002");
     for (const char *file : {"/etc/passwd", "/etc/group"}) {
-        const std::string content = ReadWholeFile(root.Path(file));
-        std::filesystem::remove(root.Path(file));
+        const std::string content = readWholeFile(root.path(file));
+        std::filesystem::remove(root.path(file));
         EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "no " << file;
-        std::filesystem::create_directory(root.Path(file));
+        std::filesystem::create_directory(root.path(file));
         EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "a folder " << file;
-        std::filesystem::remove(root.Path(file));
-        root.Write(file, std::string(65536, '#'));
+        std::filesystem::remove(root.path(file));
+        root.write(file, std::string(65536, '#'));
         EXPECT_NE(AM_ParsePasswordFile(context.get()), 0) << "too large " << file;
-        EXPECT_EQ(Users(), before);
-        root.Write(file, content);
+        EXPECT_EQ(listedUsers(), before);
+        root.write(file, content);
     }
     EXPECT_EQ(AM_ParsePasswordFile(context.get()), 0);
-    EXPECT_EQ(Users(), before);
+    EXPECT_EQ(listedUsers(), before);
 }
 
 TEST_F(Account, TakesAsManyUsersAsThereIsRoomFor)
@@ -104,18 +104,18 @@ TEST_F(Account, TakesAsManyUsersAsThereIsRoomFor)
     std::string passwd;
     for (int i = 0; i < 200; ++i)
         passwd += "user" + std::to_string(i) + ":x:" + std::to_string(2000 + i) + ":100:::\n";
-    root.Write("/etc/passwd", passwd);
+    root.write("/etc/passwd", passwd);
     ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
     EXPECT_EQ(AM_UserCount(context.get()), 128);
-    EXPECT_TRUE(Users().ends_with(" user127:2127"));
+    EXPECT_TRUE(listedUsers().ends_with(" user127:2127"));
 
     std::string group;
     for (int i = 0; i < 40; ++i)
         group += "admin:x:" + std::to_string(3000 + i) + ":" + std::string(1000, 'm') + ",late\n";
-    root.Write("/etc/group", group + "view:x:102:\n");
-    root.Write("/etc/passwd", "late:x:1:9:::\na:x:2:3015:::\nb:x:3:3016:::\n");
+    root.write("/etc/group", group + "view:x:102:\n");
+    root.write("/etc/passwd", "late:x:1:9:::\na:x:2:3015:::\nb:x:3:3016:::\n");
     ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
-    EXPECT_EQ(Users(), "late:1 a:2") << "sixteen group entries, and as many member lists as fit";
+    EXPECT_EQ(listedUsers(), "late:1 a:2") << "sixteen group entries, and as many member lists as fit";
 }
 
 TEST_F(Account, SurvivesRandomFiles)
@@ -129,12 +129,12 @@ TEST_F(Account, SurvivesRandomFiles)
         return content;
     };
     for (int i = 0; i < 300; ++i) {
-        root.Write("/etc/accountmgr.conf", text());
-        root.Write("/etc/group", "admin:x:1:\n" + text());
-        root.Write("/etc/passwd", text() + "\nlast:x:1:1:::\n");
+        root.write("/etc/accountmgr.conf", text());
+        root.write("/etc/group", "admin:x:1:\n" + text());
+        root.write("/etc/passwd", text() + "\nlast:x:1:1:::\n");
         (void)AM_ParseConfigFile(context.get());
         Text_Copy(context->acGroups, "admin");
         ASSERT_EQ(AM_ParsePasswordFile(context.get()), 0);
-        ASSERT_TRUE(Users().ends_with("last:1"));
+        ASSERT_TRUE(listedUsers().ends_with("last:1"));
     }
 }

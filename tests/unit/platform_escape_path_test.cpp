@@ -28,7 +28,7 @@ TEST(EscapeDecodeString, DecodesInPlace)
 class Path : public testing::Test
 {
   protected:
-    static void SetRoot(const std::string &root) { setenv(PATH_ROOT_VARIABLE, root.c_str(), 1); }
+    static void setRoot(const std::string &root) { setenv(PATH_ROOT_VARIABLE, root.c_str(), 1); }
     void TearDown() override { unsetenv(PATH_ROOT_VARIABLE); }
 };
 
@@ -38,22 +38,22 @@ TEST_F(Path, StandsBehindTheRoot)
     for (const bool set : {false, true}) {
         unsetenv(PATH_ROOT_VARIABLE);
         if (set)
-            SetRoot("");
-        EXPECT_EQ(Path_Resolve("/tmp/configer", out.Span()), 0);
-        EXPECT_STREQ(out.Text(), "/tmp/configer");
+            setRoot("");
+        EXPECT_EQ(Path_Resolve("/tmp/configer", out.span()), 0);
+        EXPECT_STREQ(out.text(), "/tmp/configer");
     }
-    SetRoot("/r");
-    EXPECT_EQ(Path_Resolve("/tmp/configer", out.Span()), 0) << "15 characters and the terminator fit";
-    EXPECT_STREQ(out.Text(), "/r/tmp/configer");
-    SetRoot("/ro");
-    EXPECT_EQ(Path_Resolve("/tmp/configer", out.Span()), -1) << "never shortened";
-    EXPECT_TRUE(out.Intact());
+    setRoot("/r");
+    EXPECT_EQ(Path_Resolve("/tmp/configer", out.span()), 0) << "15 characters and the terminator fit";
+    EXPECT_STREQ(out.text(), "/r/tmp/configer");
+    setRoot("/ro");
+    EXPECT_EQ(Path_Resolve("/tmp/configer", out.span()), -1) << "never shortened";
+    EXPECT_TRUE(out.intact());
 }
 
 TEST_F(Path, OfAProgramIsQuotedForTheShell)
 {
     const auto command = [](const char *root, const char *arguments) {
-        SetRoot(root);
+        setRoot(root);
         char acCommand[128];
         EXPECT_EQ(Path_ShellCommand("/bin/task", arguments, acCommand), 0);
         return std::string(acCommand);
@@ -67,25 +67,25 @@ TEST_F(Path, OfAProgramIsQuotedForTheShell)
 
 TEST_F(Path, OfAProgramIsNeverShortened)
 {
-    SetRoot("/'");
+    setRoot("/'");
     const std::string whole = "'/'\\''/bin/x' -e";
     for (size_t size = 1; size <= whole.size(); ++size) {
         PoisonedBuffer<32> out;
-        EXPECT_EQ(Path_ShellCommand("/bin/x", "-e", out.Span().first(size)), -1) << size;
-        EXPECT_TRUE(out.IntactFrom(size)) << size;
+        EXPECT_EQ(Path_ShellCommand("/bin/x", "-e", out.span().first(size)), -1) << size;
+        EXPECT_TRUE(out.intactFrom(size)) << size;
     }
     PoisonedBuffer<32> out;
-    EXPECT_EQ(Path_ShellCommand("/bin/x", "-e", out.Span().first(whole.size() + 1)), 0);
-    EXPECT_EQ(out.Text(), whole);
+    EXPECT_EQ(Path_ShellCommand("/bin/x", "-e", out.span().first(whole.size() + 1)), 0);
+    EXPECT_EQ(out.text(), whole);
 }
 
 TEST_F(Path, OfAProgramRunsWhateverTheRootIsCalled)
 {
     const TempRoot root;
-    const std::string folder = root.Path() + "/it's $HOME `date` \"q\" \\ ; * \n end";
+    const std::string folder = root.path() + "/it's $HOME `date` \"q\" \\ ; * \n end";
     std::filesystem::create_directories(folder + "/bin");
     std::filesystem::create_symlink("/bin/true", folder + "/bin/x");
-    SetRoot(folder);
+    setRoot(folder);
     char acCommand[512];
     ASSERT_EQ(Path_ShellCommand("/bin/x", "-e", acCommand), 0);
     EXPECT_EQ(system(acCommand), 0) << acCommand;

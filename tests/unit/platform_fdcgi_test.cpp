@@ -13,7 +13,7 @@ namespace
 {
 
 /** A netstring of these pairs with a body behind it. */
-std::string Payload(const std::string &pairs, const std::string &body = {})
+std::string payload(const std::string &pairs, const std::string &body = {})
 {
     return std::to_string(pairs.size()) + ":" + pairs + "," + body;
 }
@@ -34,17 +34,17 @@ class HandOverEndpoint : public testing::Test
     ~HandOverEndpoint() override { FDCGI_close(handle); }
 
     /** Sends the payload and reads it as the daemon does. */
-    int Read(std::string_view payload, int descriptors = 1)
+    int read(std::string_view payload, int descriptors = 1)
     {
-        client = HandOverRaw(path, payload, descriptors);
+        client = handOverRaw(path, payload, descriptors);
         int socket = -1;
         const int result = FDCGI_read(handle, &socket);
-        passed.Reset(socket);
+        passed.reset(socket);
         return result;
     }
 
     TempRoot root;
-    std::string path = root.Path("/tmp/endpoint");
+    std::string path = root.path("/tmp/endpoint");
     FDCGI_Handle handle = nullptr;
     ClientSide client;
     UniqueFd passed;
@@ -54,8 +54,8 @@ TEST_F(HandOverEndpoint, ReadsARequest)
 {
     const std::string payload =
         "86:" + HEAD + "REQUEST_METHOD\0GET\0SCRIPT_NAME\0/common/info.cgi\0QUERY_STRING\0\0,"s;
-    EXPECT_EQ(HandOverPayload({.url = "/common/info.cgi"}), payload);
-    ASSERT_EQ(Read(payload), 0);
+    EXPECT_EQ(handOverPayload({.url = "/common/info.cgi"}), payload);
+    ASSERT_EQ(read(payload), 0);
     EXPECT_STREQ(FDCGI_GetUrl(handle), "/common/info.cgi");
     EXPECT_STREQ(FDCGI_GetMethod(handle), "GET");
     EXPECT_STREQ(FDCGI_GetQueryString(handle), "");
@@ -63,26 +63,26 @@ TEST_F(HandOverEndpoint, ReadsARequest)
     EXPECT_EQ(FDCGI_GetPostBody(handle), nullptr);
     EXPECT_EQ(FDCGI_GetPostBodyLength(handle), 0U);
 
-    EXPECT_EQ(fcntl(passed.Get(), F_GETFD), FD_CLOEXEC);
-    ASSERT_EQ(send(passed.Get(), "hello", 5, 0), 5);
-    passed.Reset();
-    EXPECT_EQ(client.ReadAll(), "hello") << "the passed socket is the client's connection";
+    EXPECT_EQ(fcntl(passed.get(), F_GETFD), FD_CLOEXEC);
+    ASSERT_EQ(send(passed.get(), "hello", 5, 0), 5);
+    passed.reset();
+    EXPECT_EQ(client.readAll(), "hello") << "the passed socket is the client's connection";
 }
 
 TEST_F(HandOverEndpoint, ReadsBodiesAndSkipsUnknownNames)
 {
     const std::string body = "a=1\0b=2"s;
-    ASSERT_EQ(Read(Payload(HEAD + "HTTPS\0on\0SCRIPT_NAME\0/x\0"s, body)), 0);
+    ASSERT_EQ(read(payload(HEAD + "HTTPS\0on\0SCRIPT_NAME\0/x\0"s, body)), 0);
     EXPECT_STREQ(FDCGI_GetUrl(handle), "/x");
     EXPECT_EQ(FDCGI_GetMethod(handle), nullptr);
     EXPECT_EQ(FDCGI_GetQueryString(handle), nullptr);
     EXPECT_STREQ(FDCGI_GetPostBody(handle), "a=1");
     EXPECT_EQ(FDCGI_GetPostBodyLength(handle), body.size());
-    ASSERT_EQ(Read(Payload(HEAD)), 0);
+    ASSERT_EQ(read(payload(HEAD)), 0);
     EXPECT_EQ(FDCGI_GetUrl(handle), nullptr) << "nothing of the request before stays";
     EXPECT_EQ(FDCGI_GetPostBody(handle), nullptr);
-    const std::string longest(FDCGI_MAX_DATAGRAM - Payload(HEAD).size(), 'b');
-    ASSERT_EQ(Read(Payload(HEAD, longest)), 0);
+    const std::string longest(FDCGI_MAX_DATAGRAM - payload(HEAD).size(), 'b');
+    ASSERT_EQ(read(payload(HEAD, longest)), 0);
     EXPECT_EQ(FDCGI_GetPostBody(handle), longest);
 }
 
@@ -93,47 +93,47 @@ TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
         {"no netstring", "hello"},
         {"no digits", ":" + HEAD + ","},
         {"only digits", "24"},
-        {"leading zero", "0" + Payload(HEAD)},
-        {"leading blank", " " + Payload(HEAD)},
+        {"leading zero", "0" + payload(HEAD)},
+        {"leading blank", " " + payload(HEAD)},
         {"length beyond the datagram", "25:" + HEAD + ","},
         {"length far beyond the datagram", "99999999999999999999:" + HEAD + ","},
         {"length too small", "23:" + HEAD + ","},
         {"no comma", size + ":" + HEAD},
         {"another sign instead of the comma", size + ":" + HEAD + ";"},
-        {"no pairs", Payload("")},
-        {"a name without value", Payload(HEAD + "QUERY_STRING\0"s)},
-        {"a value without end", Payload(HEAD + "QUERY_STRING\0a=1"s)},
-        {"a name without end", Payload(HEAD + "QUERY_STRING"s)},
-        {"an empty name", Payload(HEAD + "\0x\0"s)},
-        {"content length not first", Payload("SCGI\0001\0CONTENT_LENGTH\0000\0"s)},
-        {"no SCGI", Payload("CONTENT_LENGTH\0000\0"s)},
-        {"another SCGI", Payload("CONTENT_LENGTH\0000\0SCGI\0002\0"s)},
-        {"empty content length", Payload("CONTENT_LENGTH\0\0SCGI\0001\0"s)},
-        {"negative content length", Payload("CONTENT_LENGTH\0-1\0SCGI\0001\0"s)},
-        {"a name twice", Payload(HEAD + "SCRIPT_NAME\0/a\0SCRIPT_NAME\0/b\0"s)},
-        {"one byte too many", Payload(HEAD, std::string(FDCGI_MAX_DATAGRAM + 1 - Payload(HEAD).size(), 'b'))},
+        {"no pairs", payload("")},
+        {"a name without value", payload(HEAD + "QUERY_STRING\0"s)},
+        {"a value without end", payload(HEAD + "QUERY_STRING\0a=1"s)},
+        {"a name without end", payload(HEAD + "QUERY_STRING"s)},
+        {"an empty name", payload(HEAD + "\0x\0"s)},
+        {"content length not first", payload("SCGI\0001\0CONTENT_LENGTH\0000\0"s)},
+        {"no SCGI", payload("CONTENT_LENGTH\0000\0"s)},
+        {"another SCGI", payload("CONTENT_LENGTH\0000\0SCGI\0002\0"s)},
+        {"empty content length", payload("CONTENT_LENGTH\0\0SCGI\0001\0"s)},
+        {"negative content length", payload("CONTENT_LENGTH\0-1\0SCGI\0001\0"s)},
+        {"a name twice", payload(HEAD + "SCRIPT_NAME\0/a\0SCRIPT_NAME\0/b\0"s)},
+        {"one byte too many", payload(HEAD, std::string(FDCGI_MAX_DATAGRAM + 1 - payload(HEAD).size(), 'b'))},
     };
-    const size_t before = CountDescriptors();
+    const size_t before = countDescriptors();
     for (const auto &[description, payload] : cases) {
         SCOPED_TRACE(description);
-        EXPECT_EQ(Read(payload), -1);
-        EXPECT_EQ(client.ReadAll(), "") << "closed";
-        client.Close();
-        EXPECT_EQ(CountDescriptors(), before);
+        EXPECT_EQ(read(payload), -1);
+        EXPECT_EQ(client.readAll(), "") << "closed";
+        client.close();
+        EXPECT_EQ(countDescriptors(), before);
     }
 }
 
 TEST_F(HandOverEndpoint, RefusesAndClosesAnyOtherNumberOfDescriptors)
 {
-    const size_t before = CountDescriptors();
+    const size_t before = countDescriptors();
     for (const int descriptors : {0, 2, 15, 16, 200}) {
         SCOPED_TRACE(descriptors);
-        EXPECT_EQ(Read(Payload(HEAD), descriptors), -1);
-        EXPECT_EQ(client.ReadAll(), "") << "closed";
-        client.Close();
-        EXPECT_EQ(CountDescriptors(), before);
+        EXPECT_EQ(read(payload(HEAD), descriptors), -1);
+        EXPECT_EQ(client.readAll(), "") << "closed";
+        client.close();
+        EXPECT_EQ(countDescriptors(), before);
     }
-    EXPECT_EQ(Read(Payload(HEAD)), 0) << "the next request is read";
+    EXPECT_EQ(read(payload(HEAD)), 0) << "the next request is read";
     int socket = -1;
     EXPECT_EQ(FDCGI_read(handle, &socket), -1) << "nothing is left to read";
     EXPECT_EQ(socket, -1);
@@ -147,11 +147,11 @@ TEST_F(HandOverEndpoint, IsForOwnerAndGroupOnly)
     EXPECT_EQ(fcntl(FDCGI_GetSocketFd(handle), F_GETFD), FD_CLOEXEC);
 
     FDCGI_Handle other = nullptr;
-    const size_t before = CountDescriptors();
+    const size_t before = countDescriptors();
     EXPECT_EQ(FDCGI_init(&other, path.c_str()), -1) << "the path is taken";
-    EXPECT_EQ(FDCGI_init(&other, root.Path("/no/such/folder").c_str()), -1);
-    EXPECT_EQ(FDCGI_init(&other, (root.Path("/tmp/") + std::string(108, 'x')).c_str()), -1) << "too long";
-    EXPECT_EQ(CountDescriptors(), before);
+    EXPECT_EQ(FDCGI_init(&other, root.path("/no/such/folder").c_str()), -1);
+    EXPECT_EQ(FDCGI_init(&other, (root.path("/tmp/") + std::string(108, 'x')).c_str()), -1) << "too long";
+    EXPECT_EQ(countDescriptors(), before);
 }
 
 TEST(FdcgiCompose, RefusesWhatCannotBeSent)

@@ -10,7 +10,7 @@ constexpr char PATH[] = "/var/run/http/fdipc1";
 TEST(HandBack, JoinsThePiecesAndFindsAWebServerThatWasRestarted)
 {
     const RootEnvironment root;
-    FakeHandBack webServer(root.Path(PATH));
+    FakeHandBack webServer(root.path(PATH));
     const UniqueFd socket(fdipc_client_socket(PATH));
     const auto handBack = [&] {
         int ends[2] = {-1, -1};
@@ -18,31 +18,31 @@ TEST(HandBack, JoinsThePiecesAndFindsAWebServerThatWasRestarted)
         ClientSide client{UniqueFd(ends[0])};
         UniqueFd daemonEnd(ends[1]);
         const std::string_view pieces[] = {"path=", "/mjpg", "", "\n"};
-        if (fdipc_send(socket.Get(), PATH, pieces, daemonEnd.Get()) < 0)
+        if (fdipc_send(socket.get(), PATH, pieces, daemonEnd.get()) < 0)
             return std::string("not sent");
-        daemonEnd.Reset();
-        const std::string text = webServer.Take("picture");
-        return text + client.ReadAll();
+        daemonEnd.reset();
+        const std::string text = webServer.take("picture");
+        return text + client.readAll();
     };
     EXPECT_EQ(handBack(), "path=/mjpg\npicture");
-    webServer.Close();
+    webServer.close();
     EXPECT_EQ(handBack(), "not sent") << "nobody there";
     for (const char *when : {"after a failure", "without a send in between"}) {
-        webServer.BindAnew();
+        webServer.bindAnew();
         EXPECT_EQ(handBack(), "path=/mjpg\npicture") << when;
     }
     const std::string_view nine[9] = {};
-    EXPECT_EQ(fdipc_send(socket.Get(), PATH, nine, socket.Get()), -1);
+    EXPECT_EQ(fdipc_send(socket.get(), PATH, nine, socket.get()), -1);
     EXPECT_EQ(errno, EMSGSIZE);
 }
 
 TEST(HandBack, FailsWithoutAWebServer)
 {
     const RootEnvironment root;
-    const size_t before = CountDescriptors();
+    const size_t before = countDescriptors();
     EXPECT_EQ(fdipc_client_socket(PATH), -1);
     const std::string tooLong = "/" + std::string(120, 'x');
     EXPECT_EQ(fdipc_client_socket(tooLong.c_str()), -1);
-    EXPECT_EQ(fdipc_server_socket(root.Path(tooLong).c_str()), -1);
-    EXPECT_EQ(CountDescriptors(), before);
+    EXPECT_EQ(fdipc_server_socket(root.path(tooLong).c_str()), -1);
+    EXPECT_EQ(countDescriptors(), before);
 }

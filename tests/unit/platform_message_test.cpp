@@ -24,7 +24,7 @@ namespace
 {
 
 /** The events of an XML text as "{index channel type state time}", or "failed". */
-std::string Parse(const std::string &xml, int32_t capacity = 10)
+std::string parse(const std::string &xml, int32_t capacity = 10)
 {
     std::vector<EventRecord> records(static_cast<size_t>(capacity) + 1, EventRecord{-9, -9, -9, -9, -9});
     int32_t count = capacity;
@@ -49,7 +49,7 @@ std::string Parse(const std::string &xml, int32_t capacity = 10)
 
 TEST(MessageParseEvent, ReadsTheEventElements)
 {
-    const auto inside = [](const std::string &elements) { return Parse("<eventmsg>" + elements + "</eventmsg>"); };
+    const auto inside = [](const std::string &elements) { return parse("<eventmsg>" + elements + "</eventmsg>"); };
     const std::string event = R"(<event index="1" type="1" state="1"/>)";
     EXPECT_EQ(inside(R"(<event index="1" channel="2" type="3" state="4" time="5"/>)"), "{1 2 3 4 5}");
     EXPECT_EQ(inside(R"(<event index="1" channel="" type="3" state="4" time="now"/>)"), "{1 0 3 4 0}");
@@ -58,7 +58,7 @@ TEST(MessageParseEvent, ReadsTheEventElements)
     EXPECT_EQ(inside(""), "");
     EXPECT_EQ(inside(event + R"(<event index="0" type="1" state="2"/>)"), "{1 0 1 1 0}{0 0 1 2 0}");
     EXPECT_EQ(inside(R"(<note><event index="x"/></note>)" + event), "{1 0 1 1 0}") << "inside other elements";
-    EXPECT_EQ(Parse("<?xml version=\"1.0\"?>\n<eventmsg a='b'>\n <event x='y' state='4' type='3' "
+    EXPECT_EQ(parse("<?xml version=\"1.0\"?>\n<eventmsg a='b'>\n <event x='y' state='4' type='3' "
                     "index='1'></event>\n</eventmsg>\n"),
               "{1 0 3 4 0}");
     for (const char *bad :
@@ -71,7 +71,7 @@ TEST(MessageParseEvent, ReadsTheEventElements)
     }
     for (const std::string &bad : {"<events>" + event + "</events>", "<eventmsg>" + event, std::string(),
                                    std::string("<eventmsg/>more"), std::string("<eventmsg a='\xFF'/>")})
-        EXPECT_EQ(Parse(bad), "failed") << bad;
+        EXPECT_EQ(parse(bad), "failed") << bad;
 }
 
 TEST(MessageParseEvent, DropsWhatIsBeyondTheRoom)
@@ -82,9 +82,9 @@ TEST(MessageParseEvent, DropsWhatIsBeyondTheRoom)
         if (i < 10)
             expected += "{" + std::to_string(i) + " 0 1 1 0}";
     }
-    EXPECT_EQ(Parse(xml + "</eventmsg>"), expected);
-    EXPECT_EQ(Parse(xml + "</eventmsg>", 1), "{0 0 1 1 0}");
-    EXPECT_EQ(Parse(xml + "<event index=\"bad\"/></eventmsg>"), "failed") << "it is still read";
+    EXPECT_EQ(parse(xml + "</eventmsg>"), expected);
+    EXPECT_EQ(parse(xml + "</eventmsg>", 1), "{0 0 1 1 0}");
+    EXPECT_EQ(parse(xml + "<event index=\"bad\"/></eventmsg>"), "failed") << "it is still read";
 }
 
 TEST(MessageParseEvent, DoesNotExpandBombs)
@@ -96,9 +96,9 @@ TEST(MessageParseEvent, DoesNotExpandBombs)
             xml += std::string("&") + static_cast<char>(c - 1) + ";";
         xml += "\">";
     }
-    EXPECT_EQ(Parse(xml + "]><eventmsg>&i;</eventmsg>"), "failed");
-    EXPECT_EQ(Parse("<?xml version=\"1.0\"?><eventmsg/>"), "");
-    EXPECT_EQ(Parse("<!DOCTYPE eventmsg><eventmsg/>"), "failed") << "not even one that does no harm";
+    EXPECT_EQ(parse(xml + "]><eventmsg>&i;</eventmsg>"), "failed");
+    EXPECT_EQ(parse("<?xml version=\"1.0\"?><eventmsg/>"), "");
+    EXPECT_EQ(parse("<!DOCTYPE eventmsg><eventmsg/>"), "failed") << "not even one that does no harm";
 }
 
 TEST(MessageComposeEvents, WritesWhatTheReceivingEndReads)

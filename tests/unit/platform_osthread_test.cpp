@@ -20,13 +20,13 @@ constexpr uint32_t FOREVER_MS = 1000000;
 
 using Message = std::array<char, OSMSG_SIZE>;
 
-int Send(OSMsgQueue &queue, uint64_t value)
+int send(OSMsgQueue &queue, uint64_t value)
 {
     return OSMsgQueue_Send(&queue, std::bit_cast<Message>(value).data());
 }
 
 /** The next message, or 0 when none came. */
-uint64_t Receive(OSMsgQueue &queue, uint32_t timeoutMs)
+uint64_t receive(OSMsgQueue &queue, uint32_t timeoutMs)
 {
     Message message;
     return OSMsgQueue_Receive(&queue, message.data(), timeoutMs) == 0 ? std::bit_cast<uint64_t>(message) : 0;
@@ -38,22 +38,22 @@ using Clock = std::chrono::steady_clock;
 class TestThread
 {
   public:
-    explicit TestThread(std::function<void()> body) : m_body(std::move(body))
+    explicit TestThread(std::function<void()> body) : body_(std::move(body))
     {
-        const OSThreadAttributes attributes = {[](void *self) { static_cast<TestThread *>(self)->m_body(); }, this};
+        const OSThreadAttributes attributes = {[](void *self) { static_cast<TestThread *>(self)->body_(); }, this};
         EXPECT_EQ(OSThread_KeyCreate(), 0);
-        EXPECT_EQ(OSThread_Initial(&m_thread, &attributes), 0);
-        EXPECT_EQ(OSThread_Start(&m_thread), 0);
+        EXPECT_EQ(OSThread_Initial(&thread_, &attributes), 0);
+        EXPECT_EQ(OSThread_Start(&thread_), 0);
     }
-    ~TestThread() { Release(); }
+    ~TestThread() { release(); }
     TestThread(const TestThread &) = delete;
     TestThread &operator=(const TestThread &) = delete;
 
-    void Release() { OSThread_Release(&m_thread); }
+    void release() { OSThread_Release(&thread_); }
 
   private:
-    std::function<void()> m_body;
-    OSThread m_thread = {};
+    std::function<void()> body_;
+    OSThread thread_ = {};
 };
 
 struct SocketPair {
@@ -61,8 +61,8 @@ struct SocketPair {
     {
         int ends[2] = {-1, -1};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-        ours.Reset(ends[0]);
-        theirs.Reset(ends[1]);
+        ours.reset(ends[0]);
+        theirs.reset(ends[1]);
     }
     UniqueFd ours;
     UniqueFd theirs;
@@ -77,18 +77,18 @@ TEST(OSMsgQueue, IsBoundedAndKeepsTheOrder)
     EXPECT_EQ(OSMsgQueue_Initial(&queue, 5), -1);
     OSMsgQueue_Release(&queue); // of one that was never created: nothing
     ASSERT_EQ(OSMsgQueue_Initial(&queue, 3), 0);
-    EXPECT_EQ(Receive(queue, 0), 0U);
-    EXPECT_EQ(Receive(queue, 5), 0U);
+    EXPECT_EQ(receive(queue, 0), 0U);
+    EXPECT_EQ(receive(queue, 5), 0U);
     for (uint64_t i = 1; i < 20; i += 2) { // around the ring several times
-        EXPECT_EQ(Send(queue, i), 0);
-        EXPECT_EQ(Send(queue, i + 1), 0);
-        EXPECT_EQ(Receive(queue, FOREVER_MS), i);
-        EXPECT_EQ(Receive(queue, FOREVER_MS), i + 1);
+        EXPECT_EQ(send(queue, i), 0);
+        EXPECT_EQ(send(queue, i + 1), 0);
+        EXPECT_EQ(receive(queue, FOREVER_MS), i);
+        EXPECT_EQ(receive(queue, FOREVER_MS), i + 1);
     }
     for (uint64_t i = 1; i <= 3; ++i)
-        EXPECT_EQ(Send(queue, i), 0);
-    EXPECT_EQ(Send(queue, 4), -1) << "full";
-    EXPECT_EQ(Receive(queue, 0), 1U) << "what was there is untouched";
+        EXPECT_EQ(send(queue, i), 0);
+    EXPECT_EQ(send(queue, 4), -1) << "full";
+    EXPECT_EQ(receive(queue, 0), 1U) << "what was there is untouched";
     OSMsgQueue_Release(&queue);
 }
 
@@ -102,16 +102,16 @@ TEST(OSThread, TalksThroughQueuesWithoutSignalsAndLeavesThemUnlocked)
         pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
         const bool signals = sigismember(&blocked, SIGTERM) == 0 || sigismember(&blocked, SIGUSR1) == 0;
         while (!OSThread_StopRequested()) {
-            const uint64_t question = Receive(questions, FOREVER_MS);
-            (void)Send(answers, signals ? 1 : question * 2);
+            const uint64_t question = receive(questions, FOREVER_MS);
+            (void)send(answers, signals ? 1 : question * 2);
         }
     });
-    EXPECT_EQ(Send(questions, 21), 0);
-    EXPECT_EQ(Receive(answers, FOREVER_MS), 42U);
-    thread.Release(); // it waits in the receive
-    thread.Release(); // nothing any more
-    EXPECT_EQ(Send(questions, 5), 0) << "the ended thread has not kept the queue locked";
-    EXPECT_EQ(Receive(questions, 0), 5U);
+    EXPECT_EQ(send(questions, 21), 0);
+    EXPECT_EQ(receive(answers, FOREVER_MS), 42U);
+    thread.release(); // it waits in the receive
+    thread.release(); // nothing any more
+    EXPECT_EQ(send(questions, 5), 0) << "the ended thread has not kept the queue locked";
+    EXPECT_EQ(receive(questions, 0), 5U);
     OSMsgQueue_Release(&questions);
     OSMsgQueue_Release(&answers);
 }
@@ -125,8 +125,8 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
         const char *description;
         std::function<void()> wait;
     } cases[] = {
-        {"receive", [&] { EXPECT_EQ(Receive(queue, FOREVER_MS), 0U); }},
-        {"wait for data", [&] { EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Stopped); }},
+        {"receive", [&] { EXPECT_EQ(receive(queue, FOREVER_MS), 0U); }},
+        {"wait for data", [&] { EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Stopped); }},
         {"sleep again and again",
          [] {
              for (int i = 0; i < 1000; ++i)
@@ -143,7 +143,7 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
             ended = true;
         });
         EXPECT_FALSE(ended);
-        thread.Release();
+        thread.release();
         EXPECT_TRUE(ended);
         EXPECT_LT(Clock::now() - begin, std::chrono::seconds(20));
     }
@@ -153,30 +153,30 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
 TEST(OSThread, AStopGoesBeforeData)
 {
     SocketPair pair;
-    ASSERT_EQ(write(pair.theirs.Get(), "x", 1), 1);
+    ASSERT_EQ(write(pair.theirs.get(), "x", 1), 1);
     std::atomic<int> rounds = 0;
     TestThread thread([&] {
-        while (OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS) == OSWait::Readable)
+        while (OSThread_WaitReadable(pair.ours.get(), FOREVER_MS) == OSWait::Readable)
             ++rounds;
     });
     while (rounds == 0)
         usleep(1000);
-    thread.Release(); // would wait for ever if the data went first
+    thread.release(); // would wait for ever if the data went first
 }
 
 TEST(OSThread, AWaitTellsWhatHappened)
 {
     SocketPair pair;
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), 0), OSWait::TimedOut);
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), 5), OSWait::TimedOut);
-    ASSERT_EQ(write(pair.theirs.Get(), "x", 1), 1);
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Readable);
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), 0), OSWait::TimedOut);
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), 5), OSWait::TimedOut);
+    ASSERT_EQ(write(pair.theirs.get(), "x", 1), 1);
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Readable);
     char byte = 0;
-    ASSERT_EQ(read(pair.ours.Get(), &byte, 1), 1);
-    pair.theirs.Reset();
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.Get(), FOREVER_MS), OSWait::Readable) << "the end is to be read";
-    const int closed = pair.ours.Get();
-    pair.ours.Reset();
+    ASSERT_EQ(read(pair.ours.get(), &byte, 1), 1);
+    pair.theirs.reset();
+    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Readable) << "the end is to be read";
+    const int closed = pair.ours.get();
+    pair.ours.reset();
     EXPECT_EQ(OSThread_WaitReadable(closed, FOREVER_MS), OSWait::Failed);
     EXPECT_EQ(errno, EBADF);
     EXPECT_FALSE(OSThread_StopRequested()) << "nobody asks the test's own thread to stop";
@@ -200,7 +200,7 @@ TEST(OSThread, ReleasingWhatWasNeverCreatedTouchesNothing)
     OSMsgQueue queue = {};
     OSThread_Release(&thread);
     OSMsgQueue_Release(&queue);
-    EXPECT_EQ(Send(queue, 1), -1);
-    EXPECT_EQ(Receive(queue, FOREVER_MS), 0U);
+    EXPECT_EQ(send(queue, 1), -1);
+    EXPECT_EQ(receive(queue, FOREVER_MS), 0U);
     EXPECT_NE(fcntl(0, F_GETFD), -1) << "descriptor 0 is not the queue's or the thread's";
 }

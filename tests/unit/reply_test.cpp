@@ -9,13 +9,13 @@ namespace
 {
 
 /** The reply that a slot's session sends. */
-std::string Compose(SessionSlot &slot)
+std::string compose(SessionSlot &slot)
 {
     Composer_Routine_KELPAAPI(slot);
     return {slot.acBuffer, static_cast<size_t>(slot.iBufferLength)};
 }
 
-std::unique_ptr<SessionSlot> MakeSlot(StatusKind status, StatusKind result)
+std::unique_ptr<SessionSlot> makeSlot(StatusKind status, StatusKind result)
 {
     auto slot = std::make_unique<SessionSlot>();
     slot->eStatusKind = status;
@@ -23,9 +23,9 @@ std::unique_ptr<SessionSlot> MakeSlot(StatusKind status, StatusKind result)
     return slot;
 }
 
-std::unique_ptr<SessionSlot> MakeChange(SetIndex index, const std::string &query, const std::string &body = {})
+std::unique_ptr<SessionSlot> makeChange(SetIndex index, const std::string &query, const std::string &body = {})
 {
-    auto slot = MakeSlot(StatusKind::Ok, StatusKind::Ok);
+    auto slot = makeSlot(StatusKind::Ok, StatusKind::Ok);
     slot->eMappingMethod = MappingMethod::Set;
     slot->iMappingIndex = static_cast<int32_t>(index);
     strcpy(slot->tRequest.acQeryString, query.c_str());
@@ -46,11 +46,11 @@ TEST(Reply, OfEachStatusKind)
     };
     for (const auto &c : cases) {
         const auto kind = static_cast<StatusKind>(c.kind);
-        EXPECT_EQ(Compose(*MakeSlot(kind, StatusKind::Ok)), c.reply) << c.kind;
-        EXPECT_EQ(Compose(*MakeSlot(StatusKind::Ok, kind)), c.reply) << "as mapping result " << c.kind;
-        EXPECT_EQ(Compose(*MakeSlot(StatusKind::InternalError, kind)), INTERNAL_ERROR) << "parsing counts first";
+        EXPECT_EQ(compose(*makeSlot(kind, StatusKind::Ok)), c.reply) << c.kind;
+        EXPECT_EQ(compose(*makeSlot(StatusKind::Ok, kind)), c.reply) << "as mapping result " << c.kind;
+        EXPECT_EQ(compose(*makeSlot(StatusKind::InternalError, kind)), INTERNAL_ERROR) << "parsing counts first";
     }
-    EXPECT_EQ(Compose(*MakeSlot(StatusKind::Ok, StatusKind::Ok)), OkReply("")) << "without a mapping method";
+    EXPECT_EQ(compose(*makeSlot(StatusKind::Ok, StatusKind::Ok)), okReply("")) << "without a mapping method";
 }
 
 TEST(Reply, LengthIsPatchedOverTheBlanks)
@@ -76,7 +76,7 @@ TEST(Reply, OfAChangeEchoesItsPairs)
         manyLines += "a\r\n";
     }
     const auto echo = [](const std::string &query, const std::string &body = {}) {
-        return ReplyBody(Compose(*MakeChange(SetIndex::NetworkConfig, query, body)));
+        return replyBody(compose(*makeChange(SetIndex::NetworkConfig, query, body)));
     };
     EXPECT_EQ(echo("a=1&b=&c&"), "a=1\r\nb=\r\nc\r\n");
     EXPECT_EQ(echo("", "a=1&"), "a=1\r\n") << "the body of a request without a query string";
@@ -89,14 +89,14 @@ TEST(Reply, OfAChangeEchoesItsPairs)
 
 TEST(Reply, OfANotifyStreamHasItsHeaderOnce)
 {
-    const auto slot = MakeSlot(StatusKind::Ok, StatusKind::Ok);
+    const auto slot = makeSlot(StatusKind::Ok, StatusKind::Ok);
     slot->eMappingMethod = MappingMethod::Get;
     slot->iMappingIndex = 15;
-    EXPECT_EQ(Compose(*slot), NOTIFY_HEADER);
+    EXPECT_EQ(compose(*slot), NOTIFY_HEADER);
     EXPECT_EQ(slot->iKeepOpen, 1);
-    EXPECT_EQ(Compose(*slot), "");
+    EXPECT_EQ(compose(*slot), "");
     slot->eMappingResult = StatusKind::InternalError;
     slot->iKeepOpen = 0;
-    EXPECT_EQ(Compose(*slot), INTERNAL_ERROR);
+    EXPECT_EQ(compose(*slot), INTERNAL_ERROR);
     EXPECT_EQ(slot->iKeepOpen, 0) << "an error keeps nothing open";
 }

@@ -22,24 +22,24 @@ struct OtherRecord {
     int32_t iNumber;
 };
 
-bool IsEven(int32_t iValue)
+bool isEven(int32_t iValue)
 {
     return iValue % 2 == 0;
 }
 
-bool IsLower(std::string_view value)
+bool isLower(std::string_view value)
 {
     return value.find_first_not_of("abc") == std::string_view::npos;
 }
 
 /** Takes what begins with the text that was taken before. */
-bool TakeSpecial(std::string_view value, Record &record)
+bool takeSpecial(std::string_view value, Record &record)
 {
     record.acSpecial[value.copy(record.acSpecial, sizeof record.acSpecial - 1)] = '\0';
     return value.starts_with(record.acText);
 }
 
-bool Refuse(std::string_view, Record &)
+bool refuse(std::string_view, Record &)
 {
     return false;
 }
@@ -47,15 +47,15 @@ bool Refuse(std::string_view, Record &)
 constexpr KeyRow<Record> KEYS[] = {
     KeyWord<&Record::iWord>("word=", 0x1, "on", "off"),
     KeyInt<&Record::iNumber>("number=", 0x2, -3, 10),
-    KeyInt<&Record::iEven>("even=", 0x4, 0, 10, IsEven),
+    KeyInt<&Record::iEven>("even=", 0x4, 0, 10, isEven),
     KeyText<&Record::acText>("text=", 0x8),
-    KeyText<&Record::acLower>("lower=", 0x10, IsLower),
+    KeyText<&Record::acLower>("lower=", 0x10, isLower),
     KeyText<&Record::acLong>("long=", 0x20),
     KeyText<&Record::tInner, &Inner::acName>("inner=", 0x40),
-    KeySpecial<TakeSpecial, 5>("special=", 0x80),
-    KeySpecial<Refuse, 5>("never=", 0),
+    KeySpecial<takeSpecial, 5>("special=", 0x80),
+    KeySpecial<refuse, 5>("never=", 0),
 };
-constexpr KeyRow<Record> CHECKED_KEY[] = {KeyInt<&Record::iEven>("even=", 0x100, IsEven)};
+constexpr KeyRow<Record> CHECKED_KEY[] = {KeyInt<&Record::iEven>("even=", 0x100, isEven)};
 constexpr KeyRow<Record> SAME_BIT[] = {KeyText<&Record::acText>("again=", 0x8)};
 
 static_assert(KeyBitsAreDistinct(KEYS, CHECKED_KEY));
@@ -76,14 +76,14 @@ static_assert(IntField<&Record::iWord> && !IntField<&Record::acText> && !IntFiel
 template <size_t N>
 concept SpecialOf = requires
 {
-    KeySpecial<TakeSpecial, N>("", 0);
+    KeySpecial<takeSpecial, N>("", 0);
 };
 static_assert(SpecialOf<127> && !SpecialOf<128>);
 
 constexpr uint32_t BIT_BEFORE = 0x80000000;
 
 /** What differs from the record below, and the mask's bits, "!" behind them after a bad value. */
-std::string Taken(const std::string &text)
+std::string taken(const std::string &text)
 {
     Record record = {BIT_BEFORE, -7, -7, -7, "-", "-", "-", {"-"}, "-"};
     const int result = Request_TakeKeys(text, KEYS, record);
@@ -147,7 +147,7 @@ TEST(RequestKeys, TakesWhatIsGivenAndGood)
         {"what is not given does not stop", "word=onononononononon&number=1&", "number=1 2"},
     };
     for (const auto &c : cases)
-        EXPECT_EQ(Taken(c.text), c.taken) << c.description;
+        EXPECT_EQ(taken(c.text), c.taken) << c.description;
 }
 
 TEST(RequestKeys, ANumberMayHaveACheckAlone)

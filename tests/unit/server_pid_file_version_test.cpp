@@ -10,20 +10,20 @@
 TEST(PidFile, IsForAllToReadAndRemovedOnlyWhileItHoldsThePid)
 {
     const TempRoot root;
-    const std::string path = root.Path("/pid");
+    const std::string path = root.path("/pid");
     const std::string own = std::to_string(getpid());
-    root.Write("/pid", "an older file with a longer text\n");
+    root.write("/pid", "an older file with a longer text\n");
     ASSERT_EQ(chmod(path.c_str(), 0600), 0);
     const mode_t mask = umask(0077);
     StashPid(path.c_str());
     umask(mask);
-    EXPECT_EQ(ReadWholeFile(path), own + "\n");
+    EXPECT_EQ(readWholeFile(path), own + "\n");
     struct stat status = {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0644U);
 
     const auto removed = [&](const std::string &content) {
-        root.Write("/pid", content);
+        root.write("/pid", content);
         RemovePid(path.c_str());
         return !std::filesystem::exists(path);
     };
@@ -31,8 +31,8 @@ TEST(PidFile, IsForAllToReadAndRemovedOnlyWhileItHoldsThePid)
     EXPECT_TRUE(removed(" \n" + own + " x")) << "with blanks before and anything behind";
     for (const std::string &other : {std::to_string(getpid() + 1) + "\n", own + "0\n", "x" + own, std::string()})
         EXPECT_FALSE(removed(other)) << other;
-    StashPid(root.Path("/no/folder/pid").c_str()); // logged, no more
-    RemovePid(root.Path("/no/folder/pid").c_str());
+    StashPid(root.path("/no/folder/pid").c_str()); // logged, no more
+    RemovePid(root.path("/no/folder/pid").c_str());
 }
 
 TEST(Version, IsWrittenWithTheLowestByteFirst)

@@ -19,17 +19,17 @@ class Rest : public testing::Test
 {
   protected:
     /** A stream that has said what it has to say. */
-    ClientSide OpenStream()
+    ClientSide openStream()
     {
-        ClientSide client = daemon.Open({.url = STREAM});
-        daemon.Rounds(3);
-        EXPECT_EQ(client.ReadNow(), NOTIFY_HEADER);
+        ClientSide client = daemon.open({.url = STREAM});
+        daemon.rounds(3);
+        EXPECT_EQ(client.readNow(), NOTIFY_HEADER);
         return client;
     }
     /** How long the loop would rest now, in milliseconds; -1 without limit. The rounds before write the traces. */
     int Duration()
     {
-        daemon.Rounds(3);
+        daemon.rounds(3);
         return daemon.clock.rests.back();
     }
 
@@ -48,26 +48,26 @@ class HeldStore
   public:
     explicit HeldStore(
         FakeStore &store, int nth = 0, std::function<void()> first = [] {})
-        : m_store(store)
+        : store_(store)
     {
-        store.Before(
+        store.before(
             [this, first] {
                 first();
-                m_released.wait(false);
+                released_.wait(false);
             },
             nth);
     }
-    void Release()
+    void release()
     {
-        m_released = true;
-        m_released.notify_all();
-        m_store.WaitUntilIdle();
-        m_store.Heal();
+        released_ = true;
+        released_.notify_all();
+        store_.waitUntilIdle();
+        store_.heal();
     }
 
   private:
-    FakeStore &m_store;
-    std::atomic<bool> m_released = false;
+    FakeStore &store_;
+    std::atomic<bool> released_ = false;
 };
 
 } // namespace
@@ -80,91 +80,91 @@ TEST_F(Rest, LastsUntilTheEarliestDeadline)
     daemon.clock.now += 9990;
     EXPECT_EQ(Duration(), 20);
     daemon.clock.now += 20;
-    daemon.Round();
-    EXPECT_EQ(daemon.store.LastSet(), "network_restart=1");
+    daemon.round();
+    EXPECT_EQ(daemon.store.lastSet(), "network_restart=1");
 
-    ClientSide stream = OpenStream();
+    ClientSide stream = openStream();
     EXPECT_EQ(Duration(), 25010) << "keep-alive";
-    daemon.SendEvents(std::span(&MOTION_ON, 1));
+    daemon.sendEvents(std::span(&MOTION_ON, 1));
     EXPECT_EQ(Duration(), 25010) << "an active window asks for nothing";
-    daemon.SendEvents(std::span(&MOTION_OFF, 1));
+    daemon.sendEvents(std::span(&MOTION_OFF, 1));
     EXPECT_EQ(Duration(), 1510) << "end of the motion";
     daemon.clock.now = UINT32_MAX - 99;
-    daemon.Rounds(1);
+    daemon.rounds(1);
     EXPECT_EQ(Duration(), 109) << "until the tick wraps around";
 }
 
 TEST_F(Rest, IsNoneWhileASessionHasToBeDrivenOn)
 {
-    const ClientSide client = daemon.Open({.method = "POST", .url = URL, .body = "name=", .contentLength = "20"});
+    const ClientSide client = daemon.open({.method = "POST", .url = URL, .body = "name=", .contentLength = "20"});
     EXPECT_EQ(Duration(), 1);
     EXPECT_EQ(daemon.clock.sleeps.back(), 100U) << "an unfinished body stalls the loop";
 }
 
 TEST_F(Rest, KeepsTheTimeOfAMotionThatNobodyLookedAt)
 {
-    ClientSide stream = OpenStream();
-    daemon.SendEvents(std::span(&MOTION_ON, 1));
-    daemon.Round();
-    EXPECT_EQ(stream.ReadNow(), "md1=on\r\n");
+    ClientSide stream = openStream();
+    daemon.sendEvents(std::span(&MOTION_ON, 1));
+    daemon.round();
+    EXPECT_EQ(stream.readNow(), "md1=on\r\n");
     daemon.clock.now += 20000; // no round in all this time
-    daemon.SendEvents(std::span(&MOTION_OFF, 1));
-    daemon.Round();
+    daemon.sendEvents(std::span(&MOTION_OFF, 1));
+    daemon.round();
     daemon.clock.now += 1500;
-    daemon.Round();
-    EXPECT_EQ(stream.ReadNow(), "") << "active until the event said otherwise";
+    daemon.round();
+    EXPECT_EQ(stream.readNow(), "") << "active until the event said otherwise";
     daemon.clock.now += 1;
-    daemon.Round();
-    EXPECT_EQ(stream.ReadNow(), "md1=off\r\n");
+    daemon.round();
+    EXPECT_EQ(stream.readNow(), "md1=off\r\n");
 }
 
 TEST_F(Rest, AStopRestoresARecordingThatWasSwitchedOffForAChange)
 {
-    daemon.store.Set({{"event_i0_enable", "0"}, {"recording_i0_enable", "1"}});
+    daemon.store.set({{"event_i0_enable", "0"}, {"recording_i0_enable", "1"}});
     daemon.clock.patienceMs = 20;
     HeldStore held(daemon.store, 5, [] { Wait_RequestStop(); }); // the write of the share, recording is off by then
-    (void)daemon.Open({.url = "/cgi/admin/recorder.cgi",
+    (void)daemon.open({.url = "/cgi/admin/recorder.cgi",
                        .query = "byMotion=0&byIn1=0&byIn2=0&toUSB=0&toSamba=1&schedule=0&continuous=1&server=nas&"
                                 "shareFolder=clips"});
-    daemon.Round();
-    held.Release();
-    EXPECT_EQ(daemon.store.Sets().at(2), "server_i0_ns_location=\\\\nas\\clips&");
-    EXPECT_EQ(daemon.store.LastSet(), "event_i0_enable=0&recording_i0_enable=1&");
+    daemon.round();
+    held.release();
+    EXPECT_EQ(daemon.store.sets().at(2), "server_i0_ns_location=\\\\nas\\clips&");
+    EXPECT_EQ(daemon.store.lastSet(), "event_i0_enable=0&recording_i0_enable=1&");
 }
 
 TEST_F(FairMode, AnUnfinishedBodyHoldsNobodyUp)
 {
-    ClientSide slow = daemon.Open({.method = "POST", .url = URL, .body = "name=", .contentLength = "8"});
+    ClientSide slow = daemon.open({.method = "POST", .url = URL, .body = "name=", .contentLength = "8"});
     EXPECT_EQ(Duration(), 8010) << "until its limit";
-    slow.Send("a");
-    daemon.Round();
-    EXPECT_EQ(daemon.Exchange({.url = URL}).substr(0, 15), "HTTP/1.1 200 OK");
+    slow.send("a");
+    daemon.round();
+    EXPECT_EQ(daemon.exchange({.url = URL}).substr(0, 15), "HTTP/1.1 200 OK");
     EXPECT_TRUE(daemon.clock.sleeps.empty());
-    slow.Send("bcd");
-    daemon.Rounds(2);
-    EXPECT_EQ(slow.ReadAll(), OkReply("name=\r\n"));
+    slow.send("bcd");
+    daemon.rounds(2);
+    EXPECT_EQ(slow.readAll(), okReply("name=\r\n"));
 
-    ClientSide silent = daemon.Open({.method = "POST", .url = URL, .body = "name=", .contentLength = "8"});
-    daemon.Round();
+    ClientSide silent = daemon.open({.method = "POST", .url = URL, .body = "name=", .contentLength = "8"});
+    daemon.round();
     daemon.clock.now += 8001;
-    daemon.Round();
-    EXPECT_EQ(silent.ReadAll(), "");
+    daemon.round();
+    EXPECT_EQ(silent.readAll(), "");
 }
 
 TEST_F(FairMode, AClientThatDoesNotReadHoldsNobodyUp)
 {
-    ClientSide stuck = OpenStream();
-    ClientSide other = OpenStream();
+    ClientSide stuck = openStream();
+    ClientSide other = openStream();
     for (int i = 0; i < 2000; ++i) {
         const EventRecord event = {0, 0, 1, i % 2 == 0 ? 2 : 1, 0};
-        daemon.SendEvents(std::span(&event, 1));
-        daemon.Round();
-        ASSERT_EQ(other.ReadNow(), i % 2 == 0 ? "input1=on\r\ninput2=off\r\n" : "input1=off\r\ninput2=off\r\n")
+        daemon.sendEvents(std::span(&event, 1));
+        daemon.round();
+        ASSERT_EQ(other.readNow(), i % 2 == 0 ? "input1=on\r\ninput2=off\r\n" : "input1=off\r\ninput2=off\r\n")
             << i;
     }
     EXPECT_TRUE(daemon.clock.sleeps.empty());
-    EXPECT_EQ(daemon.BusySlots(), 2);
-    EXPECT_FALSE(stuck.ReadNow().empty());
+    EXPECT_EQ(daemon.busySlots(), 2);
+    EXPECT_FALSE(stuck.readNow().empty());
 }
 
 TEST_F(FairMode, AStoreThatSaysNothingIsGivenUp)
@@ -172,10 +172,10 @@ TEST_F(FairMode, AStoreThatSaysNothingIsGivenUp)
     HeldStore held(daemon.store);
     daemon.clock.patienceMs = 20;
     const uint32_t begin = daemon.clock.now;
-    ClientSide client = daemon.Open({.url = URL});
-    daemon.Rounds(2);
+    ClientSide client = daemon.open({.url = URL});
+    daemon.rounds(2);
     EXPECT_GT(daemon.clock.now - begin, 8000U);
-    EXPECT_EQ(client.ReadAll(), "") << "too late for any reply";
-    held.Release();
-    EXPECT_EQ(daemon.Exchange({.url = URL}), OkReply("name=Entrance\r\n"));
+    EXPECT_EQ(client.readAll(), "") << "too late for any reply";
+    held.release();
+    EXPECT_EQ(daemon.exchange({.url = URL}), okReply("name=Entrance\r\n"));
 }

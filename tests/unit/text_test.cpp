@@ -11,7 +11,7 @@ TEST(TextBuilder, KeepsWhatFitsAndTellsWhatWasCut)
     for (const bool formatted : {false, true}) {
         const auto built = [formatted](const std::vector<std::string> &pieces) {
             PoisonedBuffer<8> buffer;
-            TextBuilder text(buffer.Span());
+            TextBuilder text(buffer.span());
             for (const std::string &piece : pieces) {
                 if (formatted)
                     text.Addf("%s", piece.c_str());
@@ -19,7 +19,7 @@ TEST(TextBuilder, KeepsWhatFitsAndTellsWhatWasCut)
                     text.Add(piece);
             }
             EXPECT_EQ(text.View(), text.Text());
-            EXPECT_TRUE(buffer.Intact());
+            EXPECT_TRUE(buffer.intact());
             return text.Text() + std::string(text.Cut() ? " (cut)" : "");
         };
         EXPECT_EQ(built({""}), "");
@@ -35,11 +35,11 @@ TEST(TextBuilder, KeepsWhatFitsAndTellsWhatWasCut)
 TEST(TextBuilder, WorksInASingleByte)
 {
     PoisonedBuffer<1> buffer;
-    TextBuilder text(buffer.Span());
+    TextBuilder text(buffer.span());
     text.Add("x");
     text.Addf("%d", 5);
     EXPECT_STREQ(text.Text(), "");
-    EXPECT_TRUE(text.Cut() && text.Empty() && buffer.Intact());
+    EXPECT_TRUE(text.Cut() && text.Empty() && buffer.intact());
 }
 
 TEST(TextBuilder, TakesBackAndStartsAnew)
@@ -62,14 +62,14 @@ TEST(TextBuilder, LetsASecondBuilderWriteBehindIt)
 {
     for (const std::string added : {"body", "body567890", "body567890x"}) {
         PoisonedBuffer<16> buffer;
-        TextBuilder text(buffer.Span());
+        TextBuilder text(buffer.span());
         text.Add("head|");
         TextBuilder body(text.Rest());
         body.Add(added);
         text.Extend(body);
         EXPECT_EQ(text.View(), "head|" + added.substr(0, 10));
         EXPECT_EQ(text.Cut(), added.size() > 10);
-        EXPECT_TRUE(buffer.Intact());
+        EXPECT_TRUE(buffer.intact());
     }
 }
 
@@ -78,9 +78,9 @@ TEST(TextCopy, CopiesAtMostOneByteLessThanTheField)
     for (const std::string source : {"", "1234567", "12345678"}) {
         SCOPED_TRACE(source);
         PoisonedBuffer<8> field;
-        Text_Copy(field.Span(), source);
-        EXPECT_EQ(field.Text(), source.substr(0, 7));
-        EXPECT_TRUE(field.IntactFrom(std::min<size_t>(source.size(), 7) + 1));
+        Text_Copy(field.span(), source);
+        EXPECT_EQ(field.text(), source.substr(0, 7));
+        EXPECT_TRUE(field.intactFrom(std::min<size_t>(source.size(), 7) + 1));
     }
 }
 
