@@ -47,8 +47,8 @@ Client sendRequest(int handOver, const FDCGI_Request &request)
 {
     int ends[2];
     check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
-    Client client{.socket = Descriptor(ends[0]), .begin = {}, .received = {}};
-    const Descriptor passed(ends[1]);
+    Client client{.socket = FileDescriptor(ends[0]), .begin = {}, .received = {}};
+    const FileDescriptor passed(ends[1]);
     client.begin = steady_clock::now();
     check(FDCGI_send(handOver, request, passed.get(), 0), "hand-over");
     return client;
@@ -76,12 +76,6 @@ bool receiveNext(Client &client)
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (fd_ >= 0)
-        close(fd_);
-}
-
 Exchange::Exchange(const std::filesystem::path &root)
     : store_(check(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
 {
@@ -100,7 +94,7 @@ void Exchange::serveStart()
 
 void Exchange::serveStore(std::string_view request, std::string_view reply)
 {
-    const Descriptor caller(check(accept4(store_.get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
+    const FileDescriptor caller(check(accept4(store_.get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
     std::array<char, 4096> buffer;
     const int got = check(static_cast<int>(read(caller.get(), buffer.data(), buffer.size())), "store: read");
     compare(request, {buffer.data(), static_cast<size_t>(got)});
@@ -158,13 +152,13 @@ void Exchange::closeStreams(std::vector<Client> &streams)
     streams.clear();
 }
 
-Descriptor connectTo(const std::filesystem::path &path)
+FileDescriptor connectTo(const std::filesystem::path &path)
 {
     const auto end = steady_clock::now() + PATIENCE;
     for (;;) {
         const int socket = FDCGI_client_socket(path.c_str());
         if (socket >= 0)
-            return Descriptor(socket);
+            return FileDescriptor(socket);
         if (steady_clock::now() > end)
             check(socket, path.c_str());
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

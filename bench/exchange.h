@@ -1,34 +1,18 @@
 #pragma once
 
 #include "bench/kinds.h"
+#include "camera/base/file_descriptor.h"
 
 #include <chrono>
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
-/** A descriptor that is closed with its owner. */
-class Descriptor
-{
-  public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor &operator=(Descriptor &&other) noexcept
-    {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor();
-    [[nodiscard]] int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
+using camera::FileDescriptor;
 
 /** One request on its way, seen from the client. */
 struct Client {
-    Descriptor socket;
+    FileDescriptor socket;
     std::chrono::steady_clock::time_point begin;
     std::string received;
 };
@@ -60,8 +44,8 @@ class Exchange
   private:
     void serveStore(std::string_view request, std::string_view reply);
 
-    Descriptor store_;
+    FileDescriptor store_;
 };
 
 /** Waits until a program has bound its hand-over socket; returns a socket connected to it. */
-Descriptor connectTo(const std::filesystem::path &path);
+FileDescriptor connectTo(const std::filesystem::path &path);

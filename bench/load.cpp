@@ -80,7 +80,7 @@ void layOut(const fs::path &root)
 
 struct Measured {
     const Program &program;
-    Descriptor handOver;
+    FileDescriptor handOver;
     std::vector<double> cpuPerRequest; ///< microseconds, one for each round
     std::vector<nanoseconds> latencies;
 };
@@ -223,7 +223,7 @@ void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::p
     for (int start = 0; start < MEMORY_STARTS; ++start) {
         const fs::path folder = root / ("memory-" + std::to_string(start));
         const Program kelpa = startKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
-        const Descriptor handOver = connectTo(folder / "kelpa");
+        const FileDescriptor handOver = connectTo(folder / "kelpa");
         for (const Kind &kind : KINDS)
             exchange.run(kind, handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
         // Before they are measured, streams have been open in every slot: what a session has touched stays

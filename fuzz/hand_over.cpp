@@ -20,8 +20,8 @@ struct Endpoint {
     }
     ~Endpoint() { FDCGI_close(handle); }
     FDCGI_Handle handle = nullptr;
-    UniqueFd webServer;
-    UniqueFd client{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    FileDescriptor webServer;
+    FileDescriptor client{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
 };
 
 } // namespace
@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     require((result == 0) == (passed >= 0));
     if (result != 0)
         return 0;
-    const UniqueFd owned(passed);
+    const FileDescriptor owned(passed);
 
     const auto slot = std::make_unique<SessionSlot>();
     KelpaFdServer_Accept_FDIPC(endpoint.handle, *slot);

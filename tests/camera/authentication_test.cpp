@@ -88,10 +88,8 @@ TEST(CameraLogin, WrongPasswordCostsItsSenderTimeAndNobodyElse)
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
 
     const Clock::time_point begin = Clock::now();
-    const camera::FileDescriptor guesser =
-        camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("admin", "guess") + "\r\n");
-    const camera::FileDescriptor other =
-        camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("nobody", "guess") + "\r\n");
+    const FileDescriptor guesser = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("admin", "guess") + "\r\n");
+    const FileDescriptor other = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("nobody", "guess") + "\r\n");
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
     EXPECT_EQ(statusOf(readUntil(guesser.get())), 401);

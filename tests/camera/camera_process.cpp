@@ -28,7 +28,7 @@ void CameraProcess::start()
     if (pipe2(ends, O_CLOEXEC) != 0)
         throw std::runtime_error("pipe");
     pipe_.reset(ends[0]);
-    const camera::FileDescriptor writeEnd(ends[1]);
+    const FileDescriptor writeEnd(ends[1]);
 
     std::vector<std::string> texts = {KELPA_CAMERA_PROGRAM, "--root", root(), "--listen", "127.0.0.1:0"};
     texts.insert(texts.end(), arguments_.begin(), arguments_.end());
@@ -76,9 +76,9 @@ std::string CameraProcess::adminPassword() const
     return output_.substr(at + sign.size(), output_.find('\n', at) - at - sign.size());
 }
 
-camera::FileDescriptor CameraProcess::send(const std::string &text) const
+FileDescriptor CameraProcess::send(const std::string &text) const
 {
-    camera::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_port = htons(port_);
@@ -122,9 +122,9 @@ pid_t CameraProcess::daemonPid(pid_t other) const
     })["daemon"]["pid"];
 }
 
-camera::FileDescriptor CameraProcess::say(const std::string &socketPath, std::string_view bytes) const
+FileDescriptor CameraProcess::say(const std::string &socketPath, std::string_view bytes) const
 {
-    camera::FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
+    FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
     EXPECT_EQ(UnixSocket_Connect(socket.get(), (root() + socketPath).c_str()), 0);
     [[maybe_unused]] const ssize_t sent = ::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     return socket;

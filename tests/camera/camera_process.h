@@ -1,7 +1,7 @@
 #pragma once
 
-#include "camera/base/file_descriptor.h"
 #include "temporary_folder.h"
+#include "tests/fakes/test_support.h"
 
 #include <chrono>
 #include <nlohmann/json.hpp>
@@ -42,7 +42,7 @@ class CameraProcess
     [[nodiscard]] std::string adminPassword() const;
 
     /** Opens a connection and sends the text on it. */
-    [[nodiscard]] camera::FileDescriptor send(const std::string &text) const;
+    [[nodiscard]] FileDescriptor send(const std::string &text) const;
     /** Sends a request and returns all of the reply. */
     [[nodiscard]] std::string exchange(const std::string &request) const;
     /** The same for a request without a body; `fields` are lines of the head. */
@@ -66,7 +66,7 @@ class CameraProcess
     [[nodiscard]] pid_t daemonPid(pid_t other = 0) const;
 
     /** Connects to the socket of a neighbour and sends the bytes. */
-    [[nodiscard]] camera::FileDescriptor say(const std::string &socketPath, std::string_view bytes) const;
+    [[nodiscard]] FileDescriptor say(const std::string &socketPath, std::string_view bytes) const;
     /** Sends a request to the configuration store and returns its answer. */
     [[nodiscard]] std::string askStore(const std::string &request) const;
     /** Sets keys of the store, past the API and its limits. */
@@ -77,7 +77,7 @@ class CameraProcess
     TemporaryFolder folder_;
     std::vector<std::string> arguments_;
     std::string output_;
-    camera::FileDescriptor pipe_;
+    FileDescriptor pipe_;
     pid_t pid_ = -1;
     unsigned short port_ = 0;
 };

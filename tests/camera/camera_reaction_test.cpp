@@ -86,7 +86,7 @@ TEST_F(CameraReaction, HeadGoesWhereTheClientSendsItAndKeepsPresets)
 TEST_F(CameraReaction, PtzDaemonOutlivesHostileClients)
 {
     const auto say = [&](const std::string &line) { return camera.say("/tmp/ptzctrl", line); };
-    const camera::FileDescriptor silent = say("");
+    const FileDescriptor silent = say("");
     EXPECT_EQ(readUntil(say("rubbish").get()), "") << "closed after the line";
     readUntil(say(std::string(2000, '&')).get());
     readUntil(say("channel=0&camid=1&cam=preset&name=\xff\xfe").get());
@@ -102,7 +102,7 @@ TEST_F(CameraReaction, AlarmRuleSwitchesTheOutputInsideItsScheduleOnly)
     ask("/config/io.cgi?out2=off&out1=off");
     EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
 
-    const camera::FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
     readUntil(stream.get(), "\r\n\r\n");
     postMotion(1, "on");
     readUntil(stream.get(), "md1=on\r\n");

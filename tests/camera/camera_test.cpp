@@ -15,7 +15,6 @@
 namespace
 {
 
-using camera::FileDescriptor;
 namespace fs = std::filesystem;
 
 /** The descriptors that a process holds. */

@@ -15,8 +15,6 @@
 namespace
 {
 
-using camera::FileDescriptor;
-
 class HandOverTest : public testing::Test
 {
   protected:

@@ -126,7 +126,7 @@ TEST_P(RoundTrip, WhatIsReadCanBeSentBackAndChangesNothing)
     TestCamera camera({.settings = settingsOf(resource)});
     const std::string fifo = camera.root.path("/var/run/iod/iodfifo"); // "/config/io.cgi" waits for a reader
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    const UniqueFd reader(open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    const FileDescriptor reader(open(fifo.c_str(), O_RDWR | O_CLOEXEC));
 
     const FakeStore::Settings before = camera.store.all();
     const auto read = [&] {

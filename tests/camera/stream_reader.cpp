@@ -4,9 +4,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-StreamReader::StreamReader(camera::FileDescriptor socket) : socket_(std::move(socket)), head_(takeUntil("\r\n\r\n"))
-{
-}
+StreamReader::StreamReader(FileDescriptor socket) : socket_(std::move(socket)), head_(takeUntil("\r\n\r\n")) {}
 
 std::string StreamReader::readPart()
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/base/file_descriptor.h"
 #include "camera_process.h"
 #include "jpeg_reader.h"
+#include "tests/fakes/test_support.h"
 
 #include <string>
 
@@ -16,7 +16,7 @@ class StreamReader
     {
     }
     /** Takes a connection on which the reply's head is about to come. */
-    explicit StreamReader(camera::FileDescriptor socket);
+    explicit StreamReader(FileDescriptor socket);
 
     /** The next part's JPEG; throws when the part is not exactly as it should be. */
     std::string readPart();
@@ -31,7 +31,7 @@ class StreamReader
     std::string takeUntil(const std::string &sign);
     std::string take(size_t length);
 
-    camera::FileDescriptor socket_;
+    FileDescriptor socket_;
     std::string buffer_;
     std::string head_;
 };

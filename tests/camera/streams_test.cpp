@@ -19,7 +19,6 @@ namespace
 {
 
 using camera::Colour;
-using camera::FileDescriptor;
 using camera::Image;
 using camera::Resolution;
 

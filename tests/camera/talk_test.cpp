@@ -21,7 +21,6 @@
 namespace
 {
 
-using camera::FileDescriptor;
 using camera::readFile;
 using nlohmann::json;
 
@@ -194,12 +193,12 @@ TEST(Talk, RefusalsAreUnderstood)
 TEST(Talk, WhatIsNoWebServerIsSaid)
 {
     uint16_t port = 0;
-    const UniqueFd listener = bindToLoopback(SOCK_STREAM, port);
+    const FileDescriptor listener = bindToLoopback(SOCK_STREAM, port);
     ASSERT_EQ(listen(listener.get(), 1), 0);
     const TemporaryFolder folder;
     const std::string file = folder.path("tone.wav"), output = folder.path("output");
     std::jthread other([&] {
-        const UniqueFd client(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const FileDescriptor client(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         EXPECT_EQ(readFile(output), file + ": 0.1 s\n") << "what comes is said before it comes";
         send(client.get(), "SSH-2.0-something\r\n", 19, MSG_NOSIGNAL);
     });

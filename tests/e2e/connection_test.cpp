@@ -40,11 +40,11 @@ TEST(Connections, ARefusedClientThatReadsNothingHoldsNobodyUp)
     }
     int ends[2];
     checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
-    const UniqueFd client(ends[0]);
-    const UniqueFd daemon(ends[1]);
+    const FileDescriptor client(ends[0]);
+    const FileDescriptor daemon(ends[1]);
     while (send(daemon.get(), "full", 4, MSG_DONTWAIT | MSG_NOSIGNAL) > 0)
         continue;
-    const UniqueFd socket(FDCGI_client_socket(camera.socketPath().c_str()));
+    const FileDescriptor socket(FDCGI_client_socket(camera.socketPath().c_str()));
     checked(FDCGI_send(socket.get(), {"GET", URL, "", "0", ""}, daemon.get(), 0), "hand-over");
     EXPECT_EQ(camera.get(URL), SERVICE_UNAVAILABLE);
     camera.waitForTrace("[KelpaFdServer_Accept]Send error ");

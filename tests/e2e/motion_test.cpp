@@ -57,7 +57,7 @@ std::string enable(int window, int value)
  * Sensitivity, percentage and rectangle of five windows, the switch of the first `enabled`. The first `longNumbers`
  * numbers of the rectangles have three digits, the others two. The last of two texts is window 5 alone.
  */
-ChangeCase LongChange(const std::string &description, int enabled, int longNumbers, int texts)
+ChangeCase longChange(const std::string &description, int enabled, int longNumbers, int texts)
 {
     ChangeCase made = {description, "sensitivity=100&percentage=100", ""};
     for (int i = 0; i < 5; ++i) {
@@ -157,17 +157,17 @@ TEST(Motion, WindowsAreBoundedByTheRequestTheCameraAndTheMask)
 TEST(Motion, AChangeOfMoreThan1023CharactersIsWrittenInTwoTexts)
 {
     TestCamera camera({.settings = windows(5, {})});
-    expectChanges(camera, URL, {LongChange("all keys at their longest", 5, 20, 2)});
+    expectChanges(camera, URL, {longChange("all keys at their longest", 5, 20, 2)});
     camera.store.set(windows(5, {}));
-    const ChangeCase longest = LongChange("the longest of one text", 3, 14, 1);
+    const ChangeCase longest = longChange("the longest of one text", 3, 14, 1);
     ASSERT_EQ(longest.written.find('\n'), 1023U);
-    expectChanges(camera, URL, {longest, LongChange("a character more", 3, 15, 2)});
+    expectChanges(camera, URL, {longest, longChange("a character more", 3, 15, 2)});
 }
 
 TEST(Motion, AFailureHalfWayKeepsWhatIsWritten)
 {
     TestCamera camera;
-    const ChangeCase change = LongChange("", 5, 20, 2);
+    const ChangeCase change = longChange("", 5, 20, 2);
     const Texts texts = split(change.written, '\n');
     const struct {
         const char *description;

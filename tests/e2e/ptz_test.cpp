@@ -151,10 +151,10 @@ TEST_F(Ptz, ADaemonThatTakesNoConnectionsHoldsNobodyUpForLong)
 {
     ptz.refuse();
     const std::string path = camera.root.path("/tmp/ptzctrl");
-    const UniqueFd hung(UnixSocket_Open(SOCK_STREAM));
+    const FileDescriptor hung(UnixSocket_Open(SOCK_STREAM));
     checked(UnixSocket_Bind(hung.get(), path.c_str()), path);
     checked(listen(hung.get(), 0), path);
-    std::vector<UniqueFd> queue;
+    std::vector<FileDescriptor> queue;
     do
         queue.emplace_back(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK));
     while (UnixSocket_Connect(queue.back().get(), path.c_str()) == 0);

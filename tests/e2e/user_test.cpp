@@ -21,7 +21,7 @@ void writeUsers(const TestCamera &camera, int count)
         passwords << "user" << i << ":x:" << 999 + i << ":102::/:/bin/false\n";
 }
 
-std::vector<std::string> queries(const FakeProgram &program)
+std::vector<std::string> queriesOf(const FakeProgram &program)
 {
     std::vector<std::string> queries;
     for (const FakeProgram::Run &run : program.runs())

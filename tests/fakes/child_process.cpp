@@ -10,9 +10,9 @@
 namespace
 {
 
-UniqueFd openOutput(const std::string &path)
+FileDescriptor openOutput(const std::string &path)
 {
-    return UniqueFd(checked(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
+    return FileDescriptor(checked(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), path));
 }
 
 std::vector<char *> pointers(const std::vector<std::string> &texts)
@@ -27,9 +27,9 @@ std::vector<char *> pointers(const std::vector<std::string> &texts)
 
 ChildProcess::ChildProcess(const std::vector<std::string> &command, const Options &options)
 {
-    const UniqueFd output = openOutput(options.outputFile);
-    const UniqueFd error = openOutput(options.errorFile);
-    const UniqueFd input(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor output = openOutput(options.outputFile);
+    const FileDescriptor error = openOutput(options.errorFile);
+    const FileDescriptor input(open("/dev/null", O_RDONLY | O_CLOEXEC));
     std::vector<char *> arguments = pointers(command);
     arguments.push_back(nullptr);
     std::vector<char *> environment = pointers(options.environment); // first, so that they win

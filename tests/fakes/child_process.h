@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <string>
 #include <sys/types.h>
@@ -33,7 +33,7 @@ class ChildProcess
     void reap();
 
     pid_t pid_ = -1;
-    UniqueFd pidFd_;
+    FileDescriptor pidFd_;
     bool ended_ = false;
     int status_ = -1;
 };

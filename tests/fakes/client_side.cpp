@@ -13,20 +13,20 @@ namespace
 {
 
 struct Connection {
-    UniqueFd client;
-    UniqueFd daemon;
+    FileDescriptor client;
+    FileDescriptor daemon;
 };
 
 Connection makeConnection()
 {
     int ends[2];
     checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-UniqueFd connectTo(const std::string &socketPath)
+FileDescriptor connectTo(const std::string &socketPath)
 {
-    return UniqueFd(checked(FDCGI_client_socket(socketPath.c_str()), socketPath));
+    return FileDescriptor(checked(FDCGI_client_socket(socketPath.c_str()), socketPath));
 }
 
 FDCGI_Request toPlatform(const TestRequest &request, std::string &length)
@@ -92,7 +92,7 @@ ClientSide handOver(const std::string &socketPath, const TestRequest &request)
 {
     Connection connection = makeConnection();
     std::string length;
-    const UniqueFd socket = connectTo(socketPath);
+    const FileDescriptor socket = connectTo(socketPath);
     checked(FDCGI_send(socket.get(), toPlatform(request, length), connection.daemon.get(), 0), request.url);
     return ClientSide(std::move(connection.client));
 }
@@ -115,7 +115,7 @@ ClientSide handOverRaw(const std::string &socketPath, std::string_view payload, 
         header->cmsg_len = CMSG_LEN(sizeof(int) * passed.size());
         memcpy(CMSG_DATA(header), passed.data(), sizeof(int) * passed.size());
     }
-    const UniqueFd socket = connectTo(socketPath);
+    const FileDescriptor socket = connectTo(socketPath);
     checked(static_cast<int>(sendmsg(socket.get(), &message, MSG_NOSIGNAL)), "raw hand-over");
     return ClientSide(std::move(connection.client));
 }
@@ -131,7 +131,7 @@ std::string handOverPayload(const TestRequest &request)
 void sendEventText(const TempRoot &root, std::string_view datagram)
 {
     const std::string path = root.path("/var/run/eventmgr/emkelpa");
-    const UniqueFd socket = connectTo(path);
+    const FileDescriptor socket = connectTo(path);
     checked(static_cast<int>(send(socket.get(), datagram.data(), datagram.size(), 0)), path);
 }
 

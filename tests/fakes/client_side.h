@@ -2,7 +2,7 @@
 
 #include "platform/message.h"
 #include "tests/fakes/temp_root.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <span>
 #include <string>
@@ -16,7 +16,7 @@ class ClientSide
 {
   public:
     ClientSide() = default;
-    explicit ClientSide(UniqueFd socket) : socket_(std::move(socket)) {}
+    explicit ClientSide(FileDescriptor socket) : socket_(std::move(socket)) {}
 
     /** Every byte until the daemon closes; bytes already given are not given again. */
     std::string readAll();
@@ -33,7 +33,7 @@ class ClientSide
     enum class Got { Bytes, Nothing, End };
     Got readSome(std::string &into, bool wait);
 
-    UniqueFd socket_;
+    FileDescriptor socket_;
 };
 
 /** One HTTP request as the web server hands it over. */

@@ -53,7 +53,7 @@ void FakeDecoder::block()
 {
     // A sender is stopped by the full queue or by what it has in flight itself: only a new one tells which.
     for (bool taken = true; taken;) {
-        UniqueFd &filler = fillers_.emplace_back(UnixSocket_Open(SOCK_DGRAM | SOCK_NONBLOCK));
+        FileDescriptor &filler = fillers_.emplace_back(UnixSocket_Open(SOCK_DGRAM | SOCK_NONBLOCK));
         checked(UnixSocket_Connect(filler.get(), path_.c_str()), path_);
         taken = false;
         while (send(filler.get(), &FILLER, sizeof FILLER, 0) > 0)

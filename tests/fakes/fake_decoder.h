@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <string>
 #include <vector>
@@ -41,6 +41,6 @@ class FakeDecoder
     bool receive(std::string &message, bool wait);
 
     std::string path_;
-    UniqueFd socket_;
-    std::vector<UniqueFd> fillers_;
+    FileDescriptor socket_;
+    std::vector<FileDescriptor> fillers_;
 };

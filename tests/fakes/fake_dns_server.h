@@ -20,9 +20,9 @@
 }
 
 /** Binds a socket of this type to a free port of loopback and gives the port. */
-[[nodiscard]] inline UniqueFd bindToLoopback(int type, uint16_t &port)
+[[nodiscard]] inline FileDescriptor bindToLoopback(int type, uint16_t &port)
 {
-    UniqueFd bound(socket(AF_INET, type | SOCK_CLOEXEC, 0));
+    FileDescriptor bound(socket(AF_INET, type | SOCK_CLOEXEC, 0));
     sockaddr_in address = loopbackAddress(0);
     socklen_t length = sizeof address;
     checked(bind(bound.get(), reinterpret_cast<sockaddr *>(&address), length), "bind to loopback");
@@ -103,8 +103,8 @@ class FakeDnsServer
     Script script_;
     NetUtility_RemotePorts realPorts_ = g_tRemotePorts;
     uint16_t otherPort_ = 0;
-    UniqueFd socket_ = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
-    UniqueFd otherSocket_ = bindToLoopback(SOCK_DGRAM, otherPort_);
+    FileDescriptor socket_ = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    FileDescriptor otherSocket_ = bindToLoopback(SOCK_DGRAM, otherPort_);
     mutable std::mutex mutex_;
     std::vector<DnsQuery> queries_;
     ServiceThread thread_{socket_.get(), [this] { serveOne(); }};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,7 +34,7 @@ class FakeFifo
     /** Fills the pipe up to this many bytes; read() does not give the filling. */
     void leaveRoom(size_t bytes)
     {
-        const UniqueFd writer(open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+        const FileDescriptor writer(open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         filling_ = static_cast<size_t>(checked(fcntl(writer.get(), F_SETPIPE_SZ, getpagesize()), path_)) - bytes;
         const std::string filling(filling_, '-');
         if (write(writer.get(), filling.data(), filling.size()) != static_cast<ssize_t>(filling.size()))
@@ -45,6 +45,6 @@ class FakeFifo
 
   private:
     std::string path_;
-    UniqueFd reader_;
+    FileDescriptor reader_;
     size_t filling_ = 0;
 };

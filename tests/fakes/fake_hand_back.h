@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/fdipc.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -32,7 +32,7 @@ class FakeHandBack
         int passed = -1;
         const bool came = poll(&waiting, 1, static_cast<int>(TEST_DEADLINE.count())) == 1;
         const long length = came ? fdipc_receive(socket_.get(), text, &passed) : -1;
-        const UniqueFd client(passed);
+        const FileDescriptor client(passed);
         if (length < 0) {
             ADD_FAILURE() << (came ? "a hand-back without exactly one descriptor" : "no socket was handed back");
             return {};
@@ -44,5 +44,5 @@ class FakeHandBack
 
   private:
     std::string path_;
-    UniqueFd socket_;
+    FileDescriptor socket_;
 };

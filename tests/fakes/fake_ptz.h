@@ -34,7 +34,7 @@ class FakePtz
     void wait() const
     {
         // Connections are served in turn, so when one of our own has been served, all before it have been.
-        const UniqueFd socket(UnixSocket_Open(SOCK_STREAM));
+        const FileDescriptor socket(UnixSocket_Open(SOCK_STREAM));
         checked(UnixSocket_Connect(socket.get(), ownPath_.c_str()), ownPath_);
         send(socket.get(), OWN_LINE.data(), OWN_LINE.size(), MSG_NOSIGNAL);
         shutdown(socket.get(), SHUT_WR);

@@ -23,7 +23,7 @@ InProcessServer::InProcessServer(const FakeStore::Settings &settings)
 InProcessServer::~InProcessServer()
 {
     for (const SessionSlot &slot : server->atSessions)
-        UniqueFd(slot.tRequest.iClientSocket).reset();
+        FileDescriptor(slot.tRequest.iClientSocket).reset();
     KelpaFdServer_Destroy(server);
 }
 
@@ -31,7 +31,7 @@ std::string InProcessServer::exchange(const TestRequest &request)
 {
     ClientSide client = open(request);
     round();
-    for (int round = 0; busySlots() > 0 && round < 1000; ++round)
+    for (int i = 0; busySlots() > 0 && i < 1000; ++i)
         round();
     return client.readAll();
 }

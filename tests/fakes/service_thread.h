@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <functional>
 #include <poll.h>
@@ -28,6 +28,6 @@ class ServiceThread
     ServiceThread &operator=(const ServiceThread &) = delete;
 
   private:
-    UniqueFd stop_{eventfd(0, EFD_CLOEXEC)};
+    FileDescriptor stop_{eventfd(0, EFD_CLOEXEC)};
     std::thread thread_;
 };

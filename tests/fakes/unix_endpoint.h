@@ -56,7 +56,8 @@ class UnixEndpoint
     void serveOne()
     {
         busy_ = true;
-        if (const UniqueFd connection(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)); connection.valid()) {
+        if (const FileDescriptor connection(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            connection.valid()) {
             const timeval limit = {TEST_DEADLINE.count() / 1000, 0};
             setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
             serve_(connection.get());
@@ -67,7 +68,7 @@ class UnixEndpoint
 
     std::string path_;
     Serve serve_;
-    UniqueFd socket_;
+    FileDescriptor socket_;
     std::atomic<bool> busy_ = false;
     std::optional<ServiceThread> thread_;
 };

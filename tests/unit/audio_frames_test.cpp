@@ -36,7 +36,7 @@ class AudioFrames : public testing::Test
     }
     ~AudioFrames() override
     {
-        UniqueFd(state_.iDecoderSocket).reset();
+        FileDescriptor(state_.iDecoderSocket).reset();
         g_tAudioUpstreamWaits = savedWaits_;
         Debug_Init(0);
     }

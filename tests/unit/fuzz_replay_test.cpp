@@ -1,5 +1,5 @@
 #include "tests/fakes/temp_root.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -133,7 +133,7 @@ TEST_P(FuzzReplay, SurvivesTheCorpusAndItsMutations)
 
     // The daemon's trace of thousands of requests is of no use; failures go to standard error meanwhile.
     fflush(stdout);
-    const UniqueFd standardOutput(dup(STDOUT_FILENO)), null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    const FileDescriptor standardOutput(dup(STDOUT_FILENO)), null(open("/dev/null", O_WRONLY | O_CLOEXEC));
     dup2(null.get(), STDOUT_FILENO);
     const auto run = [](const std::string &input) {
         // A copy of exactly this size, so that a sanitizer sees the first byte read too far.

@@ -92,7 +92,7 @@ TEST(DnsResolve, NeedsNoServerForAnAddress)
     EXPECT_EQ(resolve("1.2.3.999"), std::pair(0, std::string("255.255.255.255"))) << "what inet_addr makes of it";
     EXPECT_TRUE(server.queries().empty());
     // A socket that is connected to itself refuses everybody else, and nobody else can have its port.
-    const UniqueFd taken = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
+    const FileDescriptor taken = bindToLoopback(SOCK_DGRAM, g_tRemotePorts.uiDNS);
     const sockaddr_in address = loopbackAddress(g_tRemotePorts.uiDNS);
     ASSERT_EQ(connect(taken.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     EXPECT_EQ(traced(-1, [] { return resolve("a.example").first; }),
@@ -166,7 +166,7 @@ TEST(Connectivity, IsOneOfThreeWebHosts)
     const DnsDatagram nowhere = {{{dnsA("\xFF\xFF\xFF\xFF")}}}; // connect(2) fails at once
     const auto serves = [](int web) { EXPECT_EQ(listen(web, 8), 0); };
     const auto refuses = [](int) {};
-    std::vector<UniqueFd> waiting;
+    std::vector<FileDescriptor> waiting;
     // A listener with a full queue: further connections stay unanswered.
     const auto isFull = [&waiting](int web) {
         EXPECT_EQ(listen(web, 0), 0);
@@ -195,7 +195,7 @@ TEST(Connectivity, IsOneOfThreeWebHosts)
         SCOPED_TRACE(c.description);
         size_t next = 0;
         const FakeDnsServer server([&](const std::string &) { return DnsDatagrams{c.answers.at(next++)}; });
-        const UniqueFd web = bindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
+        const FileDescriptor web = bindToLoopback(SOCK_STREAM, g_tRemotePorts.uiHTTP);
         c.prepare(web.get());
         const size_t descriptors = countDescriptors();
         const uint32_t timeoutSec = waiting.empty() ? LONG_TIMEOUT_SEC : 1;

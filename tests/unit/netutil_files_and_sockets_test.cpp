@@ -3,7 +3,7 @@
 #include "daemon/netutil/socket_helpers.h"
 #include "tests/fakes/fake_clock.h"
 #include "tests/fakes/temp_root.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -114,7 +114,7 @@ TEST(SocketHelpers, SetTheirOptionsAndCloseOnce)
 
 TEST(SocketHelpers, WaitsShareALimitAndSurviveSignals)
 {
-    const UniqueFd event(eventfd(0, EFD_CLOEXEC));
+    const FileDescriptor event(eventfd(0, EFD_CLOEXEC));
     pollfd wait[] = {{-1, POLLIN, 0}, {event.get(), POLLIN, 0}};
     {
         FakeClock clock;

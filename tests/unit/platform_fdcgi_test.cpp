@@ -47,7 +47,7 @@ class HandOverEndpoint : public testing::Test
     std::string path = root.path("/tmp/endpoint");
     FDCGI_Handle handle = nullptr;
     ClientSide client;
-    UniqueFd passed;
+    FileDescriptor passed;
 };
 
 TEST_F(HandOverEndpoint, ReadsARequest)

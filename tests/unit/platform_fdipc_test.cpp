@@ -11,12 +11,12 @@ TEST(HandBack, JoinsThePiecesAndFindsAWebServerThatWasRestarted)
 {
     const RootEnvironment root;
     FakeHandBack webServer(root.path(PATH));
-    const UniqueFd socket(fdipc_client_socket(PATH));
+    const FileDescriptor socket(fdipc_client_socket(PATH));
     const auto handBack = [&] {
         int ends[2] = {-1, -1};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        ClientSide client{UniqueFd(ends[0])};
-        UniqueFd daemonEnd(ends[1]);
+        ClientSide client{FileDescriptor(ends[0])};
+        FileDescriptor daemonEnd(ends[1]);
         const std::string_view pieces[] = {"path=", "/mjpg", "", "\n"};
         if (fdipc_send(socket.get(), PATH, pieces, daemonEnd.get()) < 0)
             return std::string("not sent");

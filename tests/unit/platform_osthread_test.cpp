@@ -1,5 +1,5 @@
 #include "platform/osthread.h"
-#include "tests/fakes/unique_fd.h"
+#include "tests/fakes/test_support.h"
 
 #include <array>
 #include <atomic>
@@ -64,8 +64,8 @@ struct SocketPair {
         ours.reset(ends[0]);
         theirs.reset(ends[1]);
     }
-    UniqueFd ours;
-    UniqueFd theirs;
+    FileDescriptor ours;
+    FileDescriptor theirs;
 };
 
 } // namespace

@@ -27,7 +27,7 @@ class Rest : public testing::Test
         return client;
     }
     /** How long the loop would rest now, in milliseconds; -1 without limit. The rounds before write the traces. */
-    int Duration()
+    int duration()
     {
         daemon.rounds(3);
         return daemon.clock.rests.back();
@@ -74,30 +74,30 @@ class HeldStore
 
 TEST_F(Rest, LastsUntilTheEarliestDeadline)
 {
-    EXPECT_EQ(Duration(), -1) << "nobody is there";
+    EXPECT_EQ(duration(), -1) << "nobody is there";
     NetUtility_RequestNetworkRestart();
-    EXPECT_EQ(Duration(), 10010) << "the tick is 10 ms long";
+    EXPECT_EQ(duration(), 10010) << "the tick is 10 ms long";
     daemon.clock.now += 9990;
-    EXPECT_EQ(Duration(), 20);
+    EXPECT_EQ(duration(), 20);
     daemon.clock.now += 20;
     daemon.round();
     EXPECT_EQ(daemon.store.lastSet(), "network_restart=1");
 
     ClientSide stream = openStream();
-    EXPECT_EQ(Duration(), 25010) << "keep-alive";
+    EXPECT_EQ(duration(), 25010) << "keep-alive";
     daemon.sendEvents(std::span(&MOTION_ON, 1));
-    EXPECT_EQ(Duration(), 25010) << "an active window asks for nothing";
+    EXPECT_EQ(duration(), 25010) << "an active window asks for nothing";
     daemon.sendEvents(std::span(&MOTION_OFF, 1));
-    EXPECT_EQ(Duration(), 1510) << "end of the motion";
+    EXPECT_EQ(duration(), 1510) << "end of the motion";
     daemon.clock.now = UINT32_MAX - 99;
     daemon.rounds(1);
-    EXPECT_EQ(Duration(), 109) << "until the tick wraps around";
+    EXPECT_EQ(duration(), 109) << "until the tick wraps around";
 }
 
 TEST_F(Rest, IsNoneWhileASessionHasToBeDrivenOn)
 {
     const ClientSide client = daemon.open({.method = "POST", .url = URL, .body = "name=", .contentLength = "20"});
-    EXPECT_EQ(Duration(), 1);
+    EXPECT_EQ(duration(), 1);
     EXPECT_EQ(daemon.clock.sleeps.back(), 100U) << "an unfinished body stalls the loop";
 }
 
@@ -135,7 +135,7 @@ TEST_F(Rest, AStopRestoresARecordingThatWasSwitchedOffForAChange)
 TEST_F(FairMode, AnUnfinishedBodyHoldsNobodyUp)
 {
     ClientSide slow = daemon.open({.method = "POST", .url = URL, .body = "name=", .contentLength = "8"});
-    EXPECT_EQ(Duration(), 8010) << "until its limit";
+    EXPECT_EQ(duration(), 8010) << "until its limit";
     slow.send("a");
     daemon.round();
     EXPECT_EQ(daemon.exchange({.url = URL}).substr(0, 15), "HTTP/1.1 200 OK");

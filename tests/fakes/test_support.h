@@ -1,42 +1,18 @@
 #pragma once
 
+#include "camera/base/file_descriptor.h"
+
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <string>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 /** How long a test waits for something that must happen; only a failing test ever waits this long. */
 inline constexpr std::chrono::milliseconds TEST_DEADLINE{20000};
 
-/** Owns a descriptor. */
-class UniqueFd
-{
-  public:
-    UniqueFd() = default;
-    explicit UniqueFd(int fd) : fd_(fd) {}
-    UniqueFd(UniqueFd &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    UniqueFd &operator=(UniqueFd &&other) noexcept
-    {
-        reset(std::exchange(other.fd_, -1));
-        return *this;
-    }
-    ~UniqueFd() { reset(); }
-
-    void reset(int fd = -1)
-    {
-        if (fd_ >= 0)
-            close(fd_);
-        fd_ = fd;
-    }
-    [[nodiscard]] int get() const { return fd_; }
-    [[nodiscard]] bool valid() const { return fd_ >= 0; }
-
-  private:
-    int fd_ = -1;
-};
+using camera::FileDescriptor;
 
 /** Gives the result of a system call on; throws when it is -1, naming what was called for. */
 inline int checked(int result, const std::string &what)
