@@ -3,6 +3,7 @@
 #include "daemon/audio/audio_thread.h"
 #include "daemon/base/text_builder.h"
 #include "daemon/configer/configer.h"
+#include "daemon/configer/read_rows.h"
 #include "daemon/request/request_text.h"
 #include "daemon/session/globals.h"
 #include "platform/log.h"
@@ -21,6 +22,22 @@ void Clear(AudioUpstreamContext &context)
     context.uiSpeakerEnable = 0;
     context.tQueue = {};
     context.acClientName[0] = '\0';
+}
+
+/** Reads a switch from the store; one that is missing is traced as a failure of `pcMissing`, unless that is null.
+ */
+int ReadSwitch(const char *pcCaller, std::string_view key, const char *pcMissing, int32_t &iValue)
+{
+    char acReply[1024];
+    if (Get_Configer_Parameter(acReply, {key, "&"}) != 0) {
+        Trace("[%s]Get_Configer_Parameter failed\n", pcCaller);
+        return -1;
+    }
+    if (Get_Configer_BOOL_Value(acReply, StoreKey(key).View(), iValue) == 0)
+        return 0;
+    if (pcMissing != nullptr)
+        Trace("[%s]%s failed\n", pcCaller, pcMissing);
+    return -1;
 }
 
 int StartThread(const char *pcCaller, AudioUpstreamContext &context)
@@ -56,26 +73,14 @@ void HandOver(AudioUpstreamContext &context, SessionSlot &slot)
 int AudioUpstream_Initial(AudioUpstreamContext &context)
 {
     Clear(context);
-    char acReply[1024];
-    if (Get_Configer_Parameter(acReply, {"capability_naudioout&"}) != 0) {
-        Trace("[%s]Get_Configer_Parameter failed\n", __func__);
-        return -1;
-    }
     int32_t iAudioOut = 0;
-    if (Get_Configer_BOOL_Value(acReply, "capability_naudioout=", iAudioOut) != 0)
+    if (ReadSwitch(__func__, "capability_naudioout", nullptr, iAudioOut) != 0)
         return -1;
     if (iAudioOut == 0)
         return 0;
-
-    if (Get_Configer_Parameter(acReply, {"audioout_c0_speaker_enable&"}) != 0) {
-        Trace("[%s]Get_Configer_Parameter failed\n", __func__);
-        return -1;
-    }
     int32_t iEnable = 0;
-    if (Get_Configer_BOOL_Value(acReply, "audioout_c0_speaker_enable=", iEnable) != 0) {
-        Trace("[%s]Get_Configer_BOOL_Value failed\n", __func__);
+    if (ReadSwitch(__func__, "audioout_c0_speaker_enable", "Get_Configer_BOOL_Value", iEnable) != 0)
         return -1;
-    }
     context.uiSpeakerEnable = static_cast<uint32_t>(iEnable);
 
     if (OSMsgQueue_Initial(&context.tQueue, 1) != 0) {

@@ -2,33 +2,20 @@
 
 #include "platform/log.h"
 
-#include <cstdarg>
-#include <cstdio>
-
-Key::Key(const char *pcFormat, ...)
+void ConfigerReader::AskFor(std::string_view keys)
 {
-    char acText[64];
-    va_list args;
-    va_start(args, pcFormat);
-    vsnprintf(acText, sizeof acText, pcFormat, args);
-    va_end(args);
-    Add(acText);
-}
-
-void ConfigerReader::Get(std::initializer_list<std::string_view> keys)
-{
-    if (m_failed || Get_Configer_Parameter(m_buffer, keys) == 0)
+    if (m_failed || Get_Configer_Parameter(m_buffer, {keys}) == 0)
         return;
     Log_Crit("[%s]Get_Configer_Parameter failed\n", m_pcCaller);
     m_failed = true;
 }
 
-void ConfigerReader::Int(std::string_view key, int32_t &iValue)
+void ConfigerReader::TakeInt(std::string_view key, int32_t &iValue)
 {
     m_failed = m_failed || Get_Configer_INT_Value(View(), key, iValue) != 0;
 }
 
-void ConfigerReader::Bool(std::string_view key, int32_t &iValue)
+void ConfigerReader::TakeBool(std::string_view key, int32_t &iValue)
 {
     if (m_failed || Get_Configer_BOOL_Value(View(), key, iValue) == 0)
         return;
@@ -36,13 +23,68 @@ void ConfigerReader::Bool(std::string_view key, int32_t &iValue)
     m_failed = true;
 }
 
-void ConfigerReader::Text(std::string_view key, std::span<char> out)
+void ConfigerReader::TakeText(std::string_view key, std::span<char> out)
 {
     m_failed = m_failed || Get_Configer_STRING_Value(View(), key, out) != 0;
 }
 
-void ConfigerReader::TextIfGiven(std::string_view key, std::span<char> out) const
+void ConfigerReader::AskKey(std::string_view key, const KeyParts &parts)
 {
-    if (!m_failed)
-        (void)Get_Configer_STRING_Value(View(), key, out);
+    TextBuffer<64> keys;
+    Read_AddKey(keys, key, parts);
+    AskFor(keys.View());
+}
+
+void ConfigerReader::ReadInt(std::string_view key, int32_t &iValue, const KeyParts &parts)
+{
+    AskKey(key, parts);
+    Int(StoreKey(key, parts), iValue);
+}
+
+void ConfigerReader::ReadBool(std::string_view key, int32_t &iValue, const KeyParts &parts)
+{
+    AskKey(key, parts);
+    Bool(StoreKey(key, parts), iValue);
+}
+
+void ConfigerReader::ReadText(std::string_view key, std::span<char> out, const KeyParts &parts)
+{
+    AskKey(key, parts);
+    Text(StoreKey(key, parts), out);
+}
+
+void ConfigerReader::TakeValue(const ReadRule &rule, std::string_view key, void *pvRecord)
+{
+    char acValue[MAX_READ_TEXT + 1];
+    switch (rule.eKind) {
+    case ReadRule::Kind::AskOnly:
+        break;
+    case ReadRule::Kind::Int:
+        TakeInt(key, *static_cast<int32_t *>(rule.pfnField(pvRecord)));
+        break;
+    case ReadRule::Kind::Bool:
+        TakeBool(key, *static_cast<int32_t *>(rule.pfnField(pvRecord)));
+        break;
+    case ReadRule::Kind::Text:
+        TakeText(key, {static_cast<char *>(rule.pfnField(pvRecord)), rule.uiSize});
+        break;
+    case ReadRule::Kind::TextIfGiven:
+        (void)Get_Configer_STRING_Value(View(), key, {static_cast<char *>(rule.pfnField(pvRecord)), rule.uiSize});
+        break;
+    case ReadRule::Kind::Special:
+        TakeText(key, {acValue, rule.uiSize});
+        if (!m_failed)
+            rule.pfnTake(acValue, pvRecord);
+        break;
+    }
+}
+
+void ConfigerReader::TakeRow(const ReadRule &rule, void *pvRecord, const KeyParts &parts)
+{
+    if (m_failed)
+        return;
+    if (rule.hasParts)
+        TakeValue(rule, StoreKey(rule.Key(), parts).View(), pvRecord);
+    else
+        TakeValue(rule, rule.LookedUp(), pvRecord);
 }

@@ -14,6 +14,11 @@ namespace
 constexpr uint32_t MOTION_OFF_MS = 1500;
 constexpr uint32_t KEEP_ALIVE_MS = 25000;
 
+constexpr ReadRow<NotifyState> COUNTS[] = {
+    ReadInt<&NotifyState::iDINum>("capability_ndi"),
+    ReadInt<&NotifyState::iMotionNum>("capability_nmotion"),
+};
+
 /** Says "on" once when a window becomes active, "off" once it has stayed inactive long enough. */
 void WriteMotionLines(TextBuilder &body, const NotifyState &state, NotifyStreamResult &stream)
 {
@@ -48,9 +53,7 @@ int NotifyStream_Initial(NotifyState &state)
 {
     state = {};
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"capability_ndi&", "capability_nmotion&"});
-    reply.Int("capability_ndi=", state.iDINum);
-    reply.Int("capability_nmotion=", state.iMotionNum);
+    reply.Read(COUNTS, state);
     if (reply.Failed()) {
         Trace("[%s]NotifyStream Initial failed!\n", __func__);
         return -1;

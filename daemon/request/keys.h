@@ -1,11 +1,11 @@
 #pragma once
 
+#include "daemon/base/record_field.h"
 #include "daemon/request/request_text.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <type_traits>
 
 /*
  * Optional keys of a request. A key that is absent, or whose text is longer than its field, is not given; one that
@@ -119,41 +119,20 @@ constexpr bool KeyBitsAreDistinct(const KeyRow<Record> (&...tables)[N])
  * check)`, or two, of a record in the record and of the field in that. */
 
 template <auto... Members>
-struct KeyField;
-template <typename R, typename F, F R::*Member>
-struct KeyField<Member> {
-    using Record = R;
-    using Field = F;
-    static void *Of(void *pvRecord) { return &(static_cast<R *>(pvRecord)->*Member); }
-};
-template <typename R, typename Inner, Inner R::*Outer, typename F, F Inner::*Member>
-struct KeyField<Outer, Member> {
-    using Record = R;
-    using Field = F;
-    static void *Of(void *pvRecord) { return &(static_cast<R *>(pvRecord)->*Outer.*Member); }
-};
-
-template <typename Field>
-inline constexpr bool IS_KEY_TEXT = false;
-template <size_t N>
-inline constexpr bool IS_KEY_TEXT<char[N]> = N <= MAX_KEY_TEXT + 1;
-
-template <auto... Members>
-concept TextField = IS_KEY_TEXT<typename KeyField<Members...>::Field>;
-template <auto Member>
-concept IntField = std::is_same_v<typename KeyField<Member>::Field, int32_t>;
+concept KeyTextField = TextField<Members...> && TEXT_FIELD_SIZE<typename RecordField<Members...>::Field>
+<= MAX_KEY_TEXT + 1;
 
 /** A text that fits the field; with a check, one that passes it. */
 template <auto... Members>
-requires TextField<Members...>
+requires KeyTextField<Members...>
 constexpr auto KeyText(std::string_view key, uint32_t uiBit, bool (*pfnCheck)(std::string_view) = nullptr)
 {
-    using Field = KeyField<Members...>;
+    using Field = RecordField<Members...>;
     return KeyRow<typename Field::Record>({.eKind = KeyRule::Kind::Text,
                                            .uiBit = uiBit,
                                            .key = key,
                                            .pfnField = Field::Of,
-                                           .tText = {sizeof(typename Field::Field), pfnCheck}});
+                                           .tText = {TEXT_FIELD_SIZE<typename Field::Field>, pfnCheck}});
 }
 
 /** A word of two, kept as 1 or 0. */
@@ -161,7 +140,7 @@ template <auto Member>
 requires IntField<Member>
 constexpr auto KeyWord(std::string_view key, uint32_t uiBit, std::string_view one, std::string_view zero)
 {
-    using Field = KeyField<Member>;
+    using Field = RecordField<Member>;
     return KeyRow<typename Field::Record>(
         {.eKind = KeyRule::Kind::Word, .uiBit = uiBit, .key = key, .pfnField = Field::Of, .tWord = {one, zero}});
 }
@@ -172,7 +151,7 @@ requires IntField<Member>
 constexpr auto KeyInt(std::string_view key, uint32_t uiBit, int32_t iMin, int32_t iMax,
                       bool (*pfnCheck)(int32_t) = nullptr)
 {
-    using Field = KeyField<Member>;
+    using Field = RecordField<Member>;
     return KeyRow<typename Field::Record>({.eKind = KeyRule::Kind::Int,
                                            .uiBit = uiBit,
                                            .key = key,

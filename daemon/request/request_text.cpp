@@ -1,9 +1,9 @@
 #include "daemon/request/request_text.h"
 
-#include "daemon/base/text_builder.h"
 #include "daemon/base/text_finder.h"
 #include "platform/log.h"
 
+#include <cstdarg>
 #include <cstring>
 
 namespace
@@ -34,6 +34,14 @@ int XSS_Protect(std::string_view text)
         return -1;
     }
     return 0;
+}
+
+Key::Key(const char *pcFormat, ...)
+{
+    va_list args;
+    va_start(args, pcFormat);
+    Addv(pcFormat, args);
+    va_end(args);
 }
 
 int GetStringValueFromText(std::string_view text, std::string_view key, std::span<char> out)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "daemon/base/text_builder.h"
 #include "daemon/session/index.h"
 #include "daemon/session/session.h"
 
@@ -21,6 +22,14 @@
  * long, and for any text that begins with the digit "0".
  */
 [[nodiscard]] int GetStringValueFromText(std::string_view text, std::string_view key, std::span<char> out);
+
+/** A key that carries a number: `Key("mdw%d=", iWindow)`. At most 63 characters. */
+class Key : public TextBuffer<64>
+{
+  public:
+    explicit Key(const char *pcFormat, ...) __attribute__((format(printf, 2, 3)));
+    operator std::string_view() const { return View(); }
+};
 
 /** The longest text that is read as a number. */
 inline constexpr size_t MAX_INT_TEXT = 127;

@@ -97,27 +97,74 @@ TEST(ConfigerValues, AreTakenUpToTheLineFeed)
     EXPECT_EQ(flag, 0);
 }
 
-TEST_F(Configer, ReaderRemembersItsFirstFailure)
+namespace
 {
-    int32_t number = -1, flag = -1;
-    char acText[8] = "old";
-    ConfigerReply<64> reply("Test");
-    reply.Get({"a&", "b&"});
-    reply.Text("b=", acText);
-    reply.Bool("a=", flag);
-    EXPECT_FALSE(reply.Failed());
-    EXPECT_STREQ(acText, "two");
-    EXPECT_EQ(flag, 1);
-    reply.Int("missing=", number);
-    EXPECT_TRUE(reply.Failed());
-    reply.Int("a=", number);
-    EXPECT_TRUE(reply.Failed());
-    EXPECT_EQ(number, -1) << "nothing is taken after a failure";
 
+struct Taken {
+    int32_t iNumber = -1, iFlag = -1;
+    char acText[4] = "old";
+    struct {
+        char acText[4] = "old";
+    } tInner;
+    size_t length = 99;
+};
+using Inner = decltype(Taken::tInner);
+
+void TakeLength(std::string_view value, Taken &taken)
+{
+    taken.length = value.size();
+}
+
+constexpr ReadRow<Taken> ROWS[] = {
+    ReadInt<&Taken::iNumber>("n#_*_n"),
+    AskOnly("unused"),
+    ReadBool<&Taken::iFlag>("flag").AskedWith("=&"),
+    ReadText<&Taken::acText>("text"),
+    ReadTextIfGiven<&Taken::tInner, &Inner::acText>("inner#").AskedWith(""),
+    ReadSpecial<TakeLength, 5>("special"),
+};
+
+} // namespace
+
+TEST_F(Configer, RowsAreAskedForAndTakenUpToTheFirstFailure)
+{
+    // What is taken of each answer: the number, the flag, the two texts, the length of the last one.
+    const struct {
+        const char *answer;
+        bool failed;
+        std::string taken;
+    } cases[] = {
+        {"n-7_w#_n=12\nflag=1\ntext=abc\ninner-7=\nspecial=12345\n", false, "12 1 abc  5"},
+        {"n-7_w#_n=-3\nflag=\ntext=\nspecial=\n", false, "-3 0  old 0"},
+        {"n-7_w#_n=1\nflag=1\ntext=abc\ninner-7=long\nspecial=1\n", false, "1 1 abc old 1"},
+        {"n-7_w#_n=1\nflag=1\ntext=abc\nspecial=123456\n", true, "1 1 abc old 99"},
+        {"n-7_w#_n=1\nflag=1\ntext=long\ninner-7=x\nspecial=1\n", true, "1 1 old old 99"},
+        {"n-7_w#_n=12345678\nflag=1\ntext=x\nspecial=1\n", true, "-1 -1 old old 99"},
+        {"n-7_w#_n=1\ntext=abc\ninner-7=x\nspecial=1\n", true, "1 -1 old old 99"},
+        {"xn-7_w#_n=4\nn-7_w#_n=5\nflag=1\ntext=a\nspecial=1\n", false, "4 1 a old 1"}, // a longer name's tail
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.answer);
+        store.answer(c.answer);
+        Taken taken;
+        TextBuffer<64> keys;
+        Read_AddKeys(keys, ROWS, {-7, "w#"});
+        ConfigerReply<128> reply("Test");
+        reply.AskFor(keys.View());
+        EXPECT_EQ(store.requests().back(), "get NameValue 99 0\nn-7_w#_n&unused&flag=&text&inner-7special&");
+        reply.Take(ROWS, taken, {-7, "w#"});
+        EXPECT_EQ(std::to_string(taken.iNumber) + " " + std::to_string(taken.iFlag) + " " + taken.acText + " " +
+                      taken.tInner.acText + " " + std::to_string(taken.length),
+                  c.taken);
+        EXPECT_EQ(reply.Failed(), c.failed);
+    }
     store.refuse();
+    Taken taken;
     ConfigerReply<64> dead("Test");
-    dead.Get({"a&"});
+    dead.Read(ROWS, taken);
+    dead.ReadText("b", taken.acText);
     EXPECT_TRUE(dead.Failed());
+    EXPECT_EQ(taken.iNumber, -1);
 }
 
 TEST_F(Configer, PairsThatWereCutAreNotWritten)
@@ -134,10 +181,4 @@ TEST_F(Configer, PairsThatWereCutAreNotWritten)
     EXPECT_EQ(Session_AddPairs(*slot, pairs, group, StatusKind::UpdateFailed), -1);
     EXPECT_EQ(slot->eMappingResult, StatusKind::UpdateFailed);
     EXPECT_TRUE(store.requests().empty());
-}
-
-TEST(ConfigerKey, IsFormattedAndBounded)
-{
-    EXPECT_EQ(std::string_view(Key("motion_c0_win_i%d_left=", 4)), "motion_c0_win_i4_left=");
-    EXPECT_EQ(Key("%s", std::string(100, 'x').c_str()).Length(), 63U);
 }

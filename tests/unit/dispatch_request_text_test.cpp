@@ -122,3 +122,9 @@ TEST(ParserBegin, GivesAnEmptyRequestTheFamilysOwnReason)
     EXPECT_EQ(Parser_Begin(*slot, SetIndex::CameraInfo, "Parser_Test", text, StatusKind::InvalidParameter), -1);
     EXPECT_EQ(slot->eStatusKind, StatusKind::BadRequest) << "forbidden characters are a bad request for everybody";
 }
+
+TEST(RequestKey, IsFormattedAndBounded)
+{
+    EXPECT_EQ(std::string_view(Key("item%02d=", 4)), "item04=");
+    EXPECT_EQ(Key("%s", std::string(100, 'x').c_str()).Length(), 63U);
+}

@@ -70,8 +70,9 @@ struct BadFields {
     int8_t acBytes[4];
     char acTooLong[129];
 };
-static_assert(TextField<&Record::acText> && TextField<&Record::tInner, &Inner::acName>);
-static_assert(!TextField<&Record::iWord> && !TextField<&BadFields::acBytes> && !TextField<&BadFields::acTooLong>);
+static_assert(KeyTextField<&Record::acText> && KeyTextField<&Record::tInner, &Inner::acName>);
+static_assert(!KeyTextField<&Record::iWord> && !KeyTextField<&BadFields::acBytes> &&
+              !KeyTextField<&BadFields::acTooLong>);
 static_assert(IntField<&Record::iWord> && !IntField<&Record::acText> && !IntField<&BadFields::uiNumber>);
 template <size_t N>
 concept SpecialOf = requires

@@ -23,6 +23,8 @@ constexpr std::string_view FIXED_PAIRS =
 constexpr KeyRow<AlarmParam> KEYS[] = {KeyInt<&AlarmParam::iEnable>("toOut1=", GIVEN_ENABLE, 0, 1)};
 static_assert(KeyBitsAreDistinct(KEYS));
 
+constexpr ReadRow<AlarmResult> SWITCH[] = {ReadBool<&AlarmResult::iEnable>("event_i2_enable")};
+
 } // namespace
 
 int Parser_Alarm_Set(SessionSlot &slot)
@@ -52,10 +54,10 @@ int MappingGetRoutine_Alarm(SessionSlot &slot)
 {
     auto &result = Session_Result<AlarmResult>(slot);
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"event_i2_enable&event_i2_trigger&", "event_i2_di&"});
+    reply.Ask({EVENT_SLOT}, SWITCH, TRIGGER_KEYS);
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::ServiceUnavailable);
-    reply.Bool("event_i2_enable=", result.iEnable);
+    reply.Take(SWITCH, result);
     Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }

@@ -94,20 +94,27 @@ int SendCommands(const char *pcCaller, const DIDOConfigParam &param)
     return iResult;
 }
 
+constexpr ReadRow<DIDOConfigResult> COUNTS[] = {
+    ReadInt<&DIDOConfigResult::iInputs>("capability_ndi"),
+    ReadInt<&DIDOConfigResult::iOutputs>("capability_ndo"),
+};
+constexpr std::string_view INPUT_KEY = "status_di_i#";
+constexpr std::string_view OUTPUT_STATE_KEY = "status_do_i#";
+
 void ReadStates(ConfigerReader &reply, DIDOConfigResult &result)
 {
     if (result.iInputs + result.iOutputs == 0)
         return;
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < result.iInputs; ++i)
-        keys.Addf("status_di_i%d&", i);
+        Read_AddKey(keys, INPUT_KEY, {i});
     for (int32_t i = 0; i < result.iOutputs; ++i)
-        keys.Addf("status_do_i%d&", i);
-    reply.Get({keys.View()});
+        Read_AddKey(keys, OUTPUT_STATE_KEY, {i});
+    reply.AskFor(keys.View());
     for (int32_t i = 0; i < result.iInputs; ++i)
-        reply.Bool(Key("status_di_i%d=", i), result.aiInputState[i]);
+        reply.Bool(StoreKey(INPUT_KEY, {i}), result.aiInputState[i]);
     for (int32_t i = 0; i < result.iOutputs; ++i)
-        reply.Bool(Key("status_do_i%d=", i), result.aiOutputState[i]);
+        reply.Bool(StoreKey(OUTPUT_STATE_KEY, {i}), result.aiOutputState[i]);
 }
 
 } // namespace
@@ -135,9 +142,7 @@ int MappingGetRoutine_DIDOConfig(SessionSlot &slot)
 {
     auto &result = Session_Result<DIDOConfigResult>(slot);
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"capability_ndi&", "capability_ndo&"});
-    reply.Int("capability_ndi=", result.iInputs);
-    reply.Int("capability_ndo=", result.iOutputs);
+    reply.Read(COUNTS, result);
     result.iInputs = std::clamp(result.iInputs, 0, MAX_IO);
     result.iOutputs = std::clamp(result.iOutputs, 0, MAX_IO);
     ReadStates(reply, result);

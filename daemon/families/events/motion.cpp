@@ -24,6 +24,8 @@ constexpr uint32_t GivenRectangle(int32_t iWindow)
     return 1U << (iWindow + 16);
 }
 
+constexpr std::string_view ENABLE_KEY = "motion_c0_win_i#_enable";
+
 constexpr int32_t MAX_LEFT = 320;
 constexpr int32_t MAX_TOP = 240;
 
@@ -65,13 +67,6 @@ bool TakeWindow(std::string_view text, int32_t iWindow, MotionParam &param)
            IsWithin(window.iWidth, 0, MAX_LEFT) && IsWithin(window.iHeight, 0, MAX_TOP);
 }
 
-/** Reads the number of windows, bounded by what a mask can hold. */
-void TakeWindowCount(ConfigerReader &reply, int32_t &iCount)
-{
-    reply.Int("capability_nmotion=", iCount);
-    iCount = std::min(iCount, MOTION_MAX_WINDOWS);
-}
-
 void AddWindowPairs(PairBuilder &pairs, const MotionParam &param, int32_t iWindow)
 {
     pairs.AddGiven(GIVEN_SENSITIVITY, "motion_c0_win_i%d_sensitivity=%d&", iWindow, param.iSensitivity);
@@ -93,26 +88,47 @@ int ReadWindowMask(const char *pcCaller, int32_t iCount, int32_t &iMask)
 {
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < iCount; ++i)
-        keys.Addf("motion_c0_win_i%d_enable&", i);
+        Read_AddKey(keys, ENABLE_KEY, {i});
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({keys.View()});
+    reply.AskFor(keys.View());
     iMask = 0;
     for (int32_t i = 0; i < iCount; ++i) {
         int32_t iEnable = 0;
-        reply.Bool(Key("motion_c0_win_i%d_enable=", i), iEnable);
+        reply.Bool(StoreKey(ENABLE_KEY, {i}), iEnable);
         iMask |= iEnable << i;
     }
     return reply.Failed() ? -1 : 0;
 }
 
-void ReadWindow(ConfigerReader &reply, int32_t iWindow, bool switchedOn, MotionWindow &window)
+constexpr ReadRow<MotionResult> SETTINGS[] = {
+    ReadInt<&MotionResult::iWindowCount>("capability_nmotion"),
+    ReadBool<&MotionResult::iEnable>("motion_c0_enable"),
+    ReadInt<&MotionResult::iPercentage>("motion_c0_win_i0_objsize"),
+    ReadInt<&MotionResult::iSensitivity>("motion_c0_win_i0_sensitivity"),
+};
+// A window's keys are asked for with "=" as well.
+constexpr ReadRow<MotionWindow> WINDOW_SWITCH[] = {ReadBool<&MotionWindow::iEnable>(ENABLE_KEY).AskedWith("=&")};
+constexpr ReadRow<MotionWindow> WINDOW[] = {
+    ReadInt<&MotionWindow::iLeft>("motion_c0_win_i#_left").AskedWith("=&"),
+    ReadInt<&MotionWindow::iTop>("motion_c0_win_i#_top").AskedWith("=&"),
+    ReadInt<&MotionWindow::iWidth>("motion_c0_win_i#_width").AskedWith("=&"),
+    ReadInt<&MotionWindow::iHeight>("motion_c0_win_i#_height").AskedWith("=&"),
+};
+
+/** Reads the windows; whether one is on matters only while the switch of all is. */
+void ReadWindows(ConfigerReader &reply, MotionResult &result)
 {
-    if (switchedOn)
-        reply.Bool(Key("motion_c0_win_i%d_enable=", iWindow), window.iEnable);
-    reply.Int(Key("motion_c0_win_i%d_left=", iWindow), window.iLeft);
-    reply.Int(Key("motion_c0_win_i%d_top=", iWindow), window.iTop);
-    reply.Int(Key("motion_c0_win_i%d_width=", iWindow), window.iWidth);
-    reply.Int(Key("motion_c0_win_i%d_height=", iWindow), window.iHeight);
+    TextBuffer<1024> keys;
+    for (int32_t i = 0; i < result.iWindowCount; ++i) {
+        Read_AddKeys(keys, WINDOW_SWITCH, {i});
+        Read_AddKeys(keys, WINDOW, {i});
+    }
+    reply.AskFor(keys.View());
+    for (int32_t i = 0; i < result.iWindowCount; ++i) {
+        if (result.iEnable == 1)
+            reply.Take(WINDOW_SWITCH, result.atWindows[i], {i});
+        reply.Take(WINDOW, result.atWindows[i], {i});
+    }
 }
 
 } // namespace
@@ -133,8 +149,8 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
 {
     auto &param = Session_Param<MotionParam>(slot);
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"capability_nmotion&"});
-    TakeWindowCount(reply, param.iWindowCount);
+    reply.ReadInt("capability_nmotion", param.iWindowCount);
+    param.iWindowCount = std::min(param.iWindowCount, MOTION_MAX_WINDOWS);
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::InternalError);
 
@@ -161,23 +177,11 @@ int MappingSetRoutine_Motion(SessionSlot &slot)
 int MappingGetRoutine_Motion(SessionSlot &slot)
 {
     auto &result = Session_Result<MotionResult>(slot);
-    int32_t iSwitch = 0;
     ConfigerReply<2048> reply(__func__); // eight windows have more than 1024 bytes to say
-    reply.Get({"capability_nmotion&motion_c0_enable&motion_c0_win_i0_objsize&motion_c0_win_i0_sensitivity&"});
-    TakeWindowCount(reply, result.iWindowCount);
-    reply.Bool("motion_c0_enable=", iSwitch);
-    reply.Int("motion_c0_win_i0_objsize=", result.iPercentage);
-    reply.Int("motion_c0_win_i0_sensitivity=", result.iSensitivity);
-    if (!reply.Failed() && result.iWindowCount >= 1) {
-        TextBuffer<1024> keys;
-        for (int32_t i = 0; i < result.iWindowCount; ++i)
-            keys.Addf("motion_c0_win_i%1$d_enable=&motion_c0_win_i%1$d_left=&motion_c0_win_i%1$d_top=&"
-                      "motion_c0_win_i%1$d_width=&motion_c0_win_i%1$d_height=&",
-                      i);
-        reply.Get({keys.View()});
-        for (int32_t i = 0; i < result.iWindowCount; ++i)
-            ReadWindow(reply, i, iSwitch == 1, result.atWindows[i]);
-    }
+    reply.Read(SETTINGS, result);
+    result.iWindowCount = std::min(result.iWindowCount, MOTION_MAX_WINDOWS);
+    if (!reply.Failed() && result.iWindowCount >= 1)
+        ReadWindows(reply, result);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

@@ -28,6 +28,7 @@ struct MotionParam {
 
 struct MotionResult {
     int32_t iWindowCount;
+    int32_t iEnable; ///< the switch of all windows
     int32_t iSensitivity;
     int32_t iPercentage;
     MotionWindow atWindows[MOTION_MAX_WINDOWS];

@@ -94,8 +94,7 @@ StatusKind CheckProfile(const char *pcCaller, const Param &param)
         return StatusKind::Ok;
     int32_t iStreamCount = 0;
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({"capability_nmediastream&"});
-    reply.Int("capability_nmediastream=", iStreamCount);
+    reply.ReadInt("capability_nmediastream", iStreamCount);
     if (reply.Failed())
         return StatusKind::UpdateFailed;
     return IsWithin(param.iProfileID, 1, iStreamCount) ? StatusKind::Ok : StatusKind::InvalidParameter;
@@ -108,8 +107,7 @@ int FindEnable(const char *pcCaller, const Param &param, int32_t &iEnable)
     if (Request_Gave(param, GIVEN_ENABLE) || Trigger_Any(param.tTrigger))
         return 0;
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({"event_i0_enable&"});
-    reply.Bool("event_i0_enable=", iEnable);
+    reply.ReadBool("event_i0_enable", iEnable);
     return reply.Failed() ? -1 : 0;
 }
 
@@ -167,28 +165,47 @@ void AddFilePairs(PairBuilder &pairs, const Param &param)
     pairs.AddGiven(GIVEN_RECYCLE, "recording_i0_cyclic=%1$d&disk_i0_cyclic_enabled=%1$d&", param.iRecycle);
 }
 
-void ReadShare(ConfigerReader &reply, Result &result)
+void TakeLocation(std::string_view location, Result &result)
 {
-    char acLocation[64] = {};
-    reply.Text("server_i0_ns_username=", result.acUser);
-    reply.Text("server_i0_ns_passwd=", result.acPassword);
-    reply.Text("server_i0_ns_location=", acLocation);
-    GetServerFromUNC(acLocation, result.acServer);
-    GetShareFromUNC(acLocation, result.acShareFolder);
-    const bool anonymous = std::string_view(result.acUser).starts_with("anonymous") && result.acPassword[0] == '\0';
-    result.iAnonymous = anonymous ? 1 : 0;
+    GetServerFromUNC(location, result.acServer);
+    GetShareFromUNC(location, result.acShareFolder);
 }
 
-void ReadFiles(ConfigerReader &reply, Result &result)
+constexpr ReadRow<Result> SWITCH[] = {ReadBool<&Result::iEnable>("event_i0_enable")};
+constexpr ReadRow<Result> TARGETS[] = {
+    ReadBool<&Result::iToUSB>("event_i0_action_cf_enable"),
+    ReadBool<&Result::iToSamba>("event_i0_action_server_i0_enable"),
+};
+/** The profile as a stream, and after the event the clip's whole length. */
+constexpr ReadRow<Result> CLIP[] = {
+    ReadInt<&Result::iProfileID>("media_i0_videoclip_source"),
+    ReadInt<&Result::iPreRecord>("media_i0_videoclip_preevent"),
+    ReadInt<&Result::iPostRecord>("media_i0_videoclip_maxduration"),
+};
+constexpr ReadRow<Result> SHARE[] = {
+    ReadText<&Result::acUser>("server_i0_ns_username"),
+    ReadText<&Result::acPassword>("server_i0_ns_passwd"),
+    ReadSpecial<TakeLocation, 63>("server_i0_ns_location"),
+};
+struct Limit {
+    int32_t iSize;
+};
+constexpr ReadRow<Limit> LIMIT[] = {ReadBool<&Limit::iSize>("recording_i0_limitsize")};
+constexpr ReadRow<Result> RESERVE[] = {ReadInt<&Result::iKeepSpace>("recording_i0_reserveamount")};
+/** The length in seconds. */
+constexpr ReadRow<Result> FILES[] = {
+    ReadInt<&Result::iFileLenMin>("recording_i0_duration"),
+    ReadBool<&Result::iRecycle>("recording_i0_cyclic"),
+};
+
+/** Turns what is stored into what is reported. */
+void Convert(Result &result)
 {
-    int32_t iLimited = 0;
-    int32_t iDuration = 0;
-    reply.Bool("recording_i0_limitsize=", iLimited);
-    if (iLimited == 1)
-        reply.Int("recording_i0_reserveamount=", result.iKeepSpace);
-    reply.Int("recording_i0_duration=", iDuration);
-    reply.Bool("recording_i0_cyclic=", result.iRecycle);
-    result.iFileLenMin = iDuration / SECONDS_PER_MINUTE;
+    result.iProfileID += 1;
+    result.iPostRecord -= result.iPreRecord;
+    result.iFileLenMin /= SECONDS_PER_MINUTE;
+    const bool anonymous = std::string_view(result.acUser).starts_with("anonymous") && result.acPassword[0] == '\0';
+    result.iAnonymous = anonymous ? 1 : 0;
 }
 
 } // namespace
@@ -240,28 +257,22 @@ int MappingSetRoutine_Recorder(SessionSlot &slot)
 int MappingGetRoutine_Recorder(SessionSlot &slot)
 {
     auto &result = Session_Result<Result>(slot);
-    int32_t iSource = 0;
-    int32_t iClipLength = 0;
+    Limit limit = {};
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"event_i0_enable&event_i0_weekday&event_i0_begintime&event_i0_endtime&event_i0_trigger&event_i0_di&"
-               "event_i0_action_cf_enable&event_i0_action_server_i0_enable&media_i0_videoclip_source&"
-               "media_i0_videoclip_preevent&media_i0_videoclip_maxduration&server_i0_ns_username&"
-               "server_i0_ns_passwd&server_i0_ns_location&recording_i0_limitsize&recording_i0_reserveamount&"
-               "recording_i0_duration&recording_i0_cyclic&"});
+    reply.Ask({EVENT_SLOT}, SWITCH, SCHEDULE_KEYS, TRIGGER_KEYS, TARGETS, CLIP, SHARE, LIMIT, RESERVE, FILES);
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::ServiceUnavailable);
-    reply.Bool("event_i0_enable=", result.iEnable);
-    reply.Int("media_i0_videoclip_source=", iSource);
-    reply.Int("media_i0_videoclip_preevent=", result.iPreRecord);
-    reply.Int("media_i0_videoclip_maxduration=", iClipLength);
-    reply.Bool("event_i0_action_cf_enable=", result.iToUSB);
-    reply.Bool("event_i0_action_server_i0_enable=", result.iToSamba);
+    reply.Take(SWITCH, result);
+    reply.Take(CLIP, result);
+    reply.Take(TARGETS, result);
     Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
-    ReadShare(reply, result);
+    reply.Take(SHARE, result);
     Schedule_Read(reply, EVENT_SLOT, result.tSchedule);
-    ReadFiles(reply, result);
-    result.iProfileID = iSource + 1;
-    result.iPostRecord = iClipLength - result.iPreRecord;
+    reply.Take(LIMIT, limit);
+    if (limit.iSize == 1)
+        reply.Take(RESERVE, result);
+    reply.Take(FILES, result);
+    Convert(result);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

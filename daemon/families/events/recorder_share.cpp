@@ -25,14 +25,18 @@ struct RecordingState {
     int32_t iRecording;
 };
 
+constexpr ReadRow<RecordingState> RECORDING[] = {
+    AskOnly("event_i0_enable"), // looked up by its place
+    ReadBool<&RecordingState::iRecording>("recording_i0_enable"),
+};
+
 int ReadRecordingState(const char *pcCaller, RecordingState &state)
 {
     constexpr std::string_view EVENT_KEY = "event_i0_enable=";
     // KEPT: looks four characters behind the value; in the store's usual order that is never "1".
     constexpr size_t EVENT_OFFSET = 20;
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({"event_i0_enable&", "recording_i0_enable&"});
-    reply.Bool("recording_i0_enable=", state.iRecording);
+    reply.Read(RECORDING, state);
     const std::string_view text = reply.View();
     const size_t at = text.find(EVENT_KEY);
     if (reply.Failed() || at == std::string_view::npos)
@@ -64,8 +68,7 @@ int ChangeLocation(const char *pcCaller, const char *pcServer, const char *pcFol
     if (pcServer == nullptr || pcFolder == nullptr) {
         char acLocation[64] = {};
         ConfigerReply<1024> reply(pcCaller);
-        reply.Get({"server_i0_ns_location&"});
-        reply.Text("server_i0_ns_location=", acLocation);
+        reply.ReadText("server_i0_ns_location", acLocation);
         if (reply.Failed())
             return -1;
         if (pcServer != nullptr)

@@ -151,9 +151,7 @@ int Schedule_ToStore(const EventSchedule &schedule, bool itemsGiven, StoredSched
 void Schedule_Read(ConfigerReader &reply, int32_t iEventSlot, EventSchedule &schedule)
 {
     StoredSchedule stored = {};
-    reply.Int(Key("event_i%d_weekday=", iEventSlot), stored.iWeekdays);
-    reply.Text(Key("event_i%d_begintime=", iEventSlot), stored.acBegin);
-    reply.Text(Key("event_i%d_endtime=", iEventSlot), stored.acEnd);
+    reply.Take(SCHEDULE_KEYS, stored, {iEventSlot});
     const int iCount = reply.Failed() ? -1 : Schedule_ToItems(stored, schedule.atItems);
     if (iCount < 0) {
         reply.Fail();

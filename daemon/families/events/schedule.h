@@ -62,6 +62,13 @@ struct EventSchedule {
 [[nodiscard]] int Schedule_ToStore(const EventSchedule &schedule, bool itemsGiven, StoredSchedule &stored,
                                    bool &changes);
 
+/** The keys of an event slot's schedule. */
+inline constexpr ReadRow<StoredSchedule> SCHEDULE_KEYS[] = {
+    ReadInt<&StoredSchedule::iWeekdays>("event_i#_weekday"),
+    ReadText<&StoredSchedule::acBegin>("event_i#_begintime"),
+    ReadText<&StoredSchedule::acEnd>("event_i#_endtime"),
+};
+
 /** Takes an event slot's schedule out of a store reply; what cannot be read fails the reader. */
 void Schedule_Read(ConfigerReader &reply, int32_t iEventSlot, EventSchedule &schedule);
 

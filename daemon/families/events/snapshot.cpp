@@ -110,35 +110,40 @@ void AddMailPairs(PairBuilder &pairs, const Param &param)
     pairs.AddGiven(GIVEN_SMTP_PORT, "server_i1_email_port=%d&", param.iSmtpPort1);
 }
 
-int32_t BeginsWith(const char *pcText, std::string_view word)
+void TakeMailType(std::string_view type, Result &result)
 {
-    return std::string_view(pcText).starts_with(word) ? 1 : 0;
+    result.iSmtpEnable1 = type.starts_with("email") ? 1 : 0;
 }
 
-void ReadServers(ConfigerReader &reply, Result &result)
+void TakeFtpType(std::string_view type, Result &result)
 {
-    char acMailType[64] = {};
-    char acFtpType[64] = {};
-    int32_t iMinutes = 0;
-    reply.Text("server_i1_type=", acMailType);
-    reply.Text("server_i2_type=", acFtpType);
-    reply.Text("server_i1_email_address=", result.acSmtpServer1);
-    reply.Text("server_i1_email_username=", result.acSmtpUser1);
-    reply.Text("server_i1_email_passwd=", result.acSmtpPass1);
-    reply.Text("server_i1_email_senderemail=", result.acSender1);
-    reply.Text("server_i1_email_recipientemail=", result.acReceiver1);
-    reply.Text("server_i2_ftp_address=", result.acFtpServer1);
-    reply.Text("server_i2_ftp_username=", result.acFtpUser1);
-    reply.Text("server_i2_ftp_passwd=", result.acFtpPass1);
-    reply.Text("server_i2_ftp_location=", result.acFolder1);
-    reply.Text("media_i2_snapshot_prefix=", result.acFixFile1);
-    reply.Int("server_i1_email_port=", result.iSmtpPort1);
-    reply.Int("server_i2_ftp_port=", result.iFtpPort1);
-    reply.Int("event_i1_inter=", iMinutes);
-    result.iSmtpEnable1 = BeginsWith(acMailType, "email");
-    result.iFtpEnable1 = BeginsWith(acFtpType, "ftp");
-    result.iFtpInterval = iMinutes * SECONDS_PER_MINUTE;
+    result.iFtpEnable1 = type.starts_with("ftp") ? 1 : 0;
 }
+
+/** The interval in minutes. */
+constexpr ReadRow<Result> SWITCH[] = {
+    ReadBool<&Result::iEnable>("event_i1_enable"),
+    ReadInt<&Result::iFtpInterval>("event_i1_inter"),
+};
+constexpr ReadRow<Result> TARGETS[] = {
+    ReadBool<&Result::iToSmtp>("event_i1_action_server_i1_enable"),
+    ReadBool<&Result::iToFtp>("event_i1_action_server_i2_enable"),
+    ReadSpecial<TakeMailType, 63>("server_i1_type"),
+    ReadText<&Result::acSmtpServer1>("server_i1_email_address"),
+    ReadInt<&Result::iSmtpPort1>("server_i1_email_port"),
+    ReadText<&Result::acSmtpUser1>("server_i1_email_username"),
+    ReadText<&Result::acSmtpPass1>("server_i1_email_passwd"),
+    ReadText<&Result::acSender1>("server_i1_email_senderemail"),
+    ReadText<&Result::acReceiver1>("server_i1_email_recipientemail"),
+    ReadSpecial<TakeFtpType, 63>("server_i2_type"),
+    ReadText<&Result::acFtpServer1>("server_i2_ftp_address"),
+    ReadText<&Result::acFtpUser1>("server_i2_ftp_username"),
+    ReadText<&Result::acFtpPass1>("server_i2_ftp_passwd"),
+    ReadInt<&Result::iFtpPort1>("server_i2_ftp_port"),
+    ReadBool<&Result::iPassive1>("server_i2_ftp_passive"),
+    ReadText<&Result::acFolder1>("server_i2_ftp_location"),
+    ReadText<&Result::acFixFile1>("media_i2_snapshot_prefix"),
+};
 
 } // namespace
 
@@ -180,19 +185,15 @@ int MappingGetRoutine_Snapshot(SessionSlot &slot)
 {
     auto &result = Session_Result<Result>(slot);
     ConfigerReply<2048> reply(__func__);
-    reply.Get({"event_i1_enable&event_i1_inter&event_i1_weekday&event_i1_begintime&event_i1_endtime&"
-               "event_i1_trigger&event_i1_di&event_i1_action_server_i1_enable&event_i1_action_server_i2_enable&"
-               "server_i1_type&server_i1_email_address&server_i1_email_port&server_i1_email_username&"
-               "server_i1_email_passwd&server_i1_email_senderemail&server_i1_email_recipientemail&server_i2_type&"
-               "server_i2_ftp_address&server_i2_ftp_username&server_i2_ftp_passwd&server_i2_ftp_port&"
-               "server_i2_ftp_passive&server_i2_ftp_location&media_i2_snapshot_prefix&"});
+    reply.Ask({EVENT_SLOT}, SWITCH, SCHEDULE_KEYS, TRIGGER_KEYS, TARGETS);
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::ServiceUnavailable);
-    reply.Bool("event_i1_enable=", result.iEnable);
-    reply.Bool("event_i1_action_server_i1_enable=", result.iToSmtp);
-    reply.Bool("event_i1_action_server_i2_enable=", result.iToFtp);
-    reply.Bool("server_i2_ftp_passive=", result.iPassive1);
-    ReadServers(reply, result);
+    // Switches first: of several missing values, theirs is the failure that is logged.
+    reply.TakeBools(SWITCH, result);
+    reply.TakeBools(TARGETS, result);
+    reply.Take(SWITCH, result);
+    reply.Take(TARGETS, result);
+    result.iFtpInterval *= SECONDS_PER_MINUTE;
     Trigger_Read(reply, EVENT_SLOT, result.tTrigger);
     Schedule_Read(reply, EVENT_SLOT, result.tSchedule);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);

@@ -29,7 +29,7 @@ void Trigger_AddPairs(TextBuilder &pairs, int32_t iEventSlot, const EventTrigger
 int GetEventTriggerFromText(std::string_view reply, EventTrigger &trigger, int32_t iEventSlot)
 {
     char acTrigger[16];
-    if (Get_Configer_STRING_Value(reply, Key("event_i%d_trigger=", iEventSlot), acTrigger) != 0)
+    if (Get_Configer_STRING_Value(reply, StoreKey(TRIGGER_KEY, {iEventSlot}).View(), acTrigger) != 0)
         return -1;
     const std::string_view word = acTrigger;
     if (word.starts_with("motion"))
@@ -37,7 +37,7 @@ int GetEventTriggerFromText(std::string_view reply, EventTrigger &trigger, int32
     if (!word.starts_with("di"))
         return 0;
     int32_t iInputs = 0;
-    if (Get_Configer_INT_Value(reply, Key("event_i%d_di=", iEventSlot), iInputs) != 0)
+    if (Get_Configer_INT_Value(reply, StoreKey(TRIGGER_INPUTS_KEY, {iEventSlot}).View(), iInputs) != 0)
         return -1;
     if ((iInputs & INPUT_1) != 0)
         trigger.iByIn1 = 1;

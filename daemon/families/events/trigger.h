@@ -14,6 +14,11 @@ struct EventTrigger {
     int32_t iByIn2;
 };
 
+inline constexpr std::string_view TRIGGER_KEY = "event_i#_trigger";
+inline constexpr std::string_view TRIGGER_INPUTS_KEY = "event_i#_di";
+/** What has to be asked for before Trigger_Read. */
+inline constexpr ReadRow<EventTrigger> TRIGGER_KEYS[] = {AskOnly(TRIGGER_KEY), AskOnly(TRIGGER_INPUTS_KEY)};
+
 inline bool Trigger_Any(const EventTrigger &trigger)
 {
     return trigger.iByMotion == 1 || trigger.iByIn1 == 1 || trigger.iByIn2 == 1;

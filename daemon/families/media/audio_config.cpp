@@ -36,12 +36,13 @@ constexpr struct {
 } REPORTED_CODECS[] = {
     {"aac4", "AAC", 0, 2}, {"gamr", "AMR", 8000, 1}, {"pcmu", "MU-LAW", 8000, 1}, {"pcma", "A-LAW", 8000, 1}};
 
+constexpr std::string_view CODEC_KEY = "audioin_c0_s#_codectype";
+
 /** Reads the number of audio profiles. */
 int Capability_GetAudioProfiles(const char *pcCaller, int32_t &iCount)
 {
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({"capability_naudiosetting&"});
-    reply.Int("capability_naudiosetting=", iCount);
+    reply.ReadInt("capability_naudiosetting", iCount);
     return reply.Failed() ? -1 : 0;
 }
 
@@ -54,7 +55,7 @@ bool Capability_CheckAudioCodec(std::span<char> codec, std::span<char> g711Mode)
         Text_Copy(codec, ptAlias->store);
     }
     char acAnswer[128];
-    return Capability_Lists(acAnswer, "capability_audioin_codec&", "capability_audioin_codec=", codec.data());
+    return Capability_Lists(acAnswer, "capability_audioin_codec", codec.data());
 }
 
 int TakeProfile(SessionSlot &slot, const char *pcParser, std::string_view text, Param &param)
@@ -74,9 +75,7 @@ int TakeCodec(SessionSlot &slot, const char *pcParser, std::string_view text, Pa
         return Capability_CheckAudioCodec(param.acCodec, param.acG711Mode)
                    ? 0
                    : Session_Refuse(slot, StatusKind::BadRequest);
-    const int32_t iStream = param.iProfileID - 1;
-    return Profile_ReadCodec(slot, pcParser, Key("audioin_c0_s%d_codectype&", iStream),
-                             Key("audioin_c0_s%d_codectype=", iStream), param.acCodec);
+    return Profile_ReadCodec(slot, pcParser, CODEC_KEY, param.iProfileID - 1, param.acCodec);
 }
 
 int32_t AacSampleRate(int32_t iBitRate)
@@ -112,15 +111,11 @@ int ReadProfile(const char *pcCaller, Result &result)
 {
     const int32_t iStream = result.iProfileID - 1;
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({Key("audioin_c0_s%d_codectype&", iStream)});
-    reply.Text(Key("audioin_c0_s%d_codectype=", iStream), result.acCodec);
-    if (std::string_view(result.acCodec).starts_with("g711")) {
-        reply.Get({Key("audioin_c0_s%d_g711_mode&", iStream)});
-        reply.Text(Key("audioin_c0_s%d_g711_mode=", iStream), result.acCodec);
-    }
+    reply.ReadText(CODEC_KEY, result.acCodec, {iStream});
+    if (std::string_view(result.acCodec).starts_with("g711"))
+        reply.ReadText("audioin_c0_s#_g711_mode", result.acCodec, {iStream});
     // KEPT: of a G.711 profile the rate is read under the word of its law, while a change writes it under "g711".
-    reply.Get({Key("audioin_c0_s%d_%s_bitrate&", iStream, result.acCodec)});
-    reply.Int(Key("audioin_c0_s%d_%s_bitrate=", iStream, result.acCodec), result.iBitRate);
+    reply.ReadInt("audioin_c0_s#_*_bitrate", result.iBitRate, {iStream, result.acCodec});
     return reply.Failed() ? -1 : 0;
 }
 

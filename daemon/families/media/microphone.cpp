@@ -19,6 +19,16 @@ constexpr KeyRow<Param> KEYS[] = {
 };
 static_assert(KeyBitsAreDistinct(KEYS));
 
+constexpr ReadRow<Result> VOLUME[] = {
+    ReadBool<&Result::iMute>("audioin_c0_mute"),
+    ReadInt<&Result::iVolume>("audioin_c0_gain"),
+};
+
+struct Capability {
+    int32_t iAudio;
+};
+constexpr ReadRow<Capability> CAPABILITY[] = {ReadBool<&Capability::iAudio>("capability_supportaudio")};
+
 } // namespace
 
 int Parser_MicroPhoneConfig_Set(SessionSlot &slot)
@@ -43,15 +53,13 @@ int MappingSetRoutine_MicroPhoneConfig(SessionSlot &slot)
 
 int MappingGetRoutine_MicroPhoneConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Result>(slot);
-    int32_t iSupported = 0;
+    Capability capability = {};
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"audioin_c0_mute&", "audioin_c0_gain&", "capability_supportaudio&"});
-    reply.Bool("capability_supportaudio=", iSupported);
-    if (!reply.Failed() && iSupported == 0)
+    reply.Ask(NO_PARTS, VOLUME, CAPABILITY);
+    reply.Take(CAPABILITY, capability);
+    if (!reply.Failed() && capability.iAudio == 0)
         return Session_Fail(slot, StatusKind::BadRequest);
-    reply.Bool("audioin_c0_mute=", result.iMute);
-    reply.Int("audioin_c0_gain=", result.iVolume);
+    reply.Take(VOLUME, Session_Result<Result>(slot));
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

@@ -17,20 +17,22 @@ int g_iHandOverSocket = -1;
 
 using Result = MjpgStreamResult;
 
+constexpr ReadRow<Result> STREAM[] = {ReadText<&Result::acCodec>("videoin_c0_s#_codectype")};
+
 void ReadCodecs(ConfigerReader &reply, int32_t iStreamCount)
 {
     if (iStreamCount <= 0)
         return; // there is nothing to ask for
     TextBuffer<256> keys;
     for (int32_t i = 0; i < iStreamCount && !keys.Cut(); ++i)
-        keys.Addf("videoin_c0_s%d_codectype&", i);
-    reply.Get({keys.View()});
+        Read_AddKeys(keys, STREAM, {i});
+    reply.AskFor(keys.View());
 }
 
 /** Takes a stream's codec; true when it is MJPEG. A stream that is not there fails the reader. */
 bool IsMjpeg(ConfigerReader &reply, int32_t iStream, Result &result)
 {
-    reply.Text(Key("videoin_c0_s%d_codectype=", iStream), result.acCodec);
+    reply.Take(STREAM, result, {iStream});
     return !reply.Failed() && result.acCodec == MJPEG;
 }
 

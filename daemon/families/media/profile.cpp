@@ -11,6 +11,15 @@ namespace
 constexpr CodecWords VIDEO_CODECS[] = {
     {"mpeg4", "MPEG4", "MPEG4"}, {"mjpeg", "MJPEG", "MJPEG"}, {"h264", "H.264", "H264"}};
 
+struct VideoStreams {
+    int32_t iCount;
+    char acCodecs[32];
+};
+constexpr ReadRow<VideoStreams> VIDEO_STREAMS[] = {
+    ReadInt<&VideoStreams::iCount>("capability_nmediastream"),
+    ReadText<&VideoStreams::acCodecs>("capability_videoin_codec").AskedWith(""),
+};
+
 bool IsProfile(int32_t iProfileID, int32_t iCount)
 {
     return iProfileID >= 1 && iProfileID <= iCount;
@@ -20,25 +29,24 @@ bool IsProfile(int32_t iProfileID, int32_t iCount)
 
 int Capability_GetVideoStreams(int32_t &iStreamCount, int32_t &iH264)
 {
-    char acCodecs[32] = {};
+    VideoStreams streams = {};
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"capability_nmediastream&", "capability_videoin_codec"});
-    reply.Int("capability_nmediastream=", iStreamCount);
-    reply.Text("capability_videoin_codec=", acCodecs);
+    reply.Read(VIDEO_STREAMS, streams);
     if (reply.Failed())
         return -1;
-    if (std::string_view(acCodecs).find("h264") != std::string_view::npos)
+    iStreamCount = streams.iCount;
+    if (std::string_view(streams.acCodecs).find("h264") != std::string_view::npos)
         iH264 = 1;
     return 0;
 }
 
-bool Capability_Lists(std::span<char> answer, std::string_view ask, std::string_view key, std::string_view word)
+bool Capability_Lists(std::span<char> answer, std::string_view key, std::string_view word)
 {
     ConfigerReader reply(__func__, answer);
-    reply.Get({ask});
+    reply.AskKey(key);
     std::string_view list;
     // KEPT: a piece of a listed word, even an empty one, counts as listed.
-    return !reply.Failed() && Text_FindValue(reply.View(), key, '\n', list) == 0 &&
+    return !reply.Failed() && Text_FindValue(reply.View(), StoreKey(key).View(), '\n', list) == 0 &&
            list.find(word) != std::string_view::npos;
 }
 
@@ -58,12 +66,11 @@ const CodecAlias *Codec_FindAlias(std::span<const CodecAlias> aliases, std::stri
     return nullptr;
 }
 
-int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view ask, std::string_view key,
+int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view key, int32_t iStream,
                       std::span<char> codec)
 {
     ConfigerReply<1024> reply(pcParser);
-    reply.Get({ask});
-    reply.Text(key, codec);
+    reply.ReadText(key, codec, {iStream});
     return reply.Failed() ? Session_Refuse(slot, StatusKind::InternalError) : 0;
 }
 

@@ -21,10 +21,9 @@ inline constexpr int32_t MAX_LISTED_PROFILES = 8;
 
 /**
  * Reads a list from the store into `answer`, whose size limits it, and tells whether the word occurs anywhere in
- * it; false also when the read fails. `ask` is the key with "&", `key` with "=".
+ * it; false also when the read fails.
  */
-[[nodiscard]] bool Capability_Lists(std::span<char> answer, std::string_view ask, std::string_view key,
-                                    std::string_view word);
+[[nodiscard]] bool Capability_Lists(std::span<char> answer, std::string_view key, std::string_view word);
 
 /** A codec's spellings: in the store, in a profile's reply, in the list of streams. */
 struct CodecWords {
@@ -46,11 +45,11 @@ struct CodecAlias {
 [[nodiscard]] const CodecAlias *Codec_FindAlias(std::span<const CodecAlias> aliases, std::string_view text);
 
 /**
- * Reads, for a SET parser, the codec that a stream has now; `ask` is the key with "&", `key` with "=". Returns 0,
+ * Reads, for a SET parser, the codec that a stream has now; "#" in the key stands for the stream. Returns 0,
  * or -1 with the status kind set.
  */
-[[nodiscard]] int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view ask,
-                                    std::string_view key, std::span<char> codec);
+[[nodiscard]] int Profile_ReadCodec(SessionSlot &slot, const char *pcParser, std::string_view key, int32_t iStream,
+                                    std::span<char> codec);
 
 /** Takes "profileid=" out of a read's query string; 0 when it is there and from 1 to `iCount`, else -1. */
 [[nodiscard]] int Profile_FromQuery(const SessionSlot &slot, int32_t iCount, int32_t &iProfileID);

@@ -52,6 +52,19 @@ constexpr KeyRow<Param> KEYS[] = {
 };
 static_assert(KeyBitsAreDistinct(KEYS));
 
+constexpr ReadRow<Result> ADJUSTMENTS[] = {
+    ReadInt<&Result::iBrightness>("image_c0_brightness"),
+    ReadInt<&Result::iSaturation>("image_c0_saturation"),
+    ReadInt<&Result::iContrast>("image_c0_contrast"),
+    ReadInt<&Result::iSharpness>("image_c0_sharpness"),
+    ReadText<&Result::acWhiteBalance>("videoin_c0_whitebalance"),
+    ReadInt<&Result::iMaxExposure>("videoin_c0_maxexposure"),
+    ReadBool<&Result::iBacklightComp>("videoin_c0_enableblc"),
+    ReadBool<&Result::iMirror>("videoin_c0_mirror"),
+    ReadBool<&Result::iFlip>("videoin_c0_flip"),
+    ReadBool<&Result::iColor>("videoin_c0_color"),
+};
+
 } // namespace
 
 int Parser_SensorConfig_Set(SessionSlot &slot)
@@ -84,21 +97,8 @@ int MappingSetRoutine_SensorConfig(SessionSlot &slot)
 
 int MappingGetRoutine_SensorConfig(SessionSlot &slot)
 {
-    auto &result = Session_Result<Result>(slot);
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"image_c0_brightness&", "image_c0_saturation&", "image_c0_contrast&", "image_c0_sharpness&",
-               "videoin_c0_whitebalance&", "videoin_c0_maxexposure&", "videoin_c0_enableblc&", "videoin_c0_mirror&",
-               "videoin_c0_flip&", "videoin_c0_color&"});
-    reply.Int("image_c0_brightness=", result.iBrightness);
-    reply.Int("image_c0_saturation=", result.iSaturation);
-    reply.Int("image_c0_contrast=", result.iContrast);
-    reply.Int("image_c0_sharpness=", result.iSharpness);
-    reply.Text("videoin_c0_whitebalance=", result.acWhiteBalance);
-    reply.Int("videoin_c0_maxexposure=", result.iMaxExposure);
-    reply.Bool("videoin_c0_enableblc=", result.iBacklightComp);
-    reply.Bool("videoin_c0_mirror=", result.iMirror);
-    reply.Bool("videoin_c0_flip=", result.iFlip);
-    reply.Bool("videoin_c0_color=", result.iColor);
+    reply.Read(ADJUSTMENTS, Session_Result<Result>(slot));
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

@@ -39,8 +39,7 @@ int MappingSetRoutine_Speaker(SessionSlot &slot)
 int MappingGetRoutine_Speaker(SessionSlot &slot)
 {
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"audioout_c0_speaker_enable&"});
-    reply.Bool("audioout_c0_speaker_enable=", Session_Result<SpeakerResult>(slot).iEnable);
+    reply.ReadBool("audioout_c0_speaker_enable", Session_Result<SpeakerResult>(slot).iEnable);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

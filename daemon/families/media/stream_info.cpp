@@ -4,7 +4,7 @@
 #include "daemon/netutil/text_case.h"
 
 #include <algorithm>
-#include <cstring>
+#include <type_traits>
 
 namespace
 {
@@ -21,59 +21,81 @@ constexpr AudioCodec AUDIO_CODECS[] = {{"aac4", "AAC"}, {"gamr", "AMR"}};
 using Result = StreamInfoResult;
 using StreamReply = ConfigerReply<1536>;
 
-bool Contains(const char *pcList, std::string_view word)
+void TakeVideoCodecs(std::string_view codecs, Result &result)
 {
-    return std::string_view(pcList).find(word) != std::string_view::npos;
+    Text_Copy(result.acVideoCodecs, codecs);
+    (void)NetUtility_ToUpper(result.acVideoCodecs, static_cast<int32_t>(codecs.size()));
 }
 
-void TakeAudioCapabilities(ConfigerReader &reply, Result &result)
+void TakeAudioCodecs(std::string_view stored, Result &result)
 {
-    char acCodecs[64] = {};
-    reply.Text("capability_audioin_codec=", acCodecs);
     TextBuilder codecs(result.acAudioCodecs);
-    if (Contains(acCodecs, "aac4"))
+    if (stored.find("aac4") != std::string_view::npos)
         codecs.Add("AAC,"); // KEPT: the comma stays when nothing follows it
-    if (Contains(acCodecs, "gamr"))
+    if (stored.find("gamr") != std::string_view::npos)
         codecs.Add("AMR");
-
-    char acCurrent[8] = {};
-    reply.Text("audioin_c0_s0_codectype=", acCurrent);
-    const std::string_view current = acCurrent;
-    if (current.starts_with("aac4")) {
-        reply.Text("capability_audioin_aac4_bitrate=", result.acAudioBitRates);
-        reply.Text("capability_audioin_aac4_samplerate=", result.acSampleRates);
-    } else if (current.starts_with("gamr")) {
-        reply.Text("capability_audioin_gamr_bitrate=", result.acAudioBitRates);
-        reply.Text("capability_audioin_gamr_samplerate=", result.acSampleRates);
-    }
 }
+
+constexpr ReadRow<Result> VIDEO_CODECS[] = {
+    ReadSpecial<TakeVideoCodecs, sizeof Result::acVideoCodecs - 1>("capability_videoin_codec"),
+};
+constexpr ReadRow<Result> VIDEO[] = {
+    ReadText<&Result::acResolutions>("capability_videoin_resolution"),
+    ReadInt<&Result::iVideoProfiles>("capability_nmediastream"),
+    ReadText<&Result::acVideoBitRates>("capability_videoin_vbitrates"),
+    ReadText<&Result::acFrameRates>("capability_videoin_framerates"),
+    ReadText<&Result::acQualities>("capability_videoin_qualities"),
+};
+constexpr ReadRow<Result> AUDIO[] = {
+    ReadSpecial<TakeAudioCodecs, 63>("capability_audioin_codec"),
+    ReadInt<&Result::iAudioProfiles>("capability_naudiosetting"),
+};
+constexpr ReadRow<Result> AAC_RATES[] = {
+    ReadText<&Result::acAudioBitRates>("capability_audioin_aac4_bitrate"),
+    ReadText<&Result::acSampleRates>("capability_audioin_aac4_samplerate"),
+};
+constexpr ReadRow<Result> AMR_RATES[] = {
+    ReadText<&Result::acAudioBitRates>("capability_audioin_gamr_bitrate"),
+    ReadText<&Result::acSampleRates>("capability_audioin_gamr_samplerate"),
+};
+
+/** What is not reported itself. */
+struct Current {
+    char acAudioCodec[8];
+    int32_t iAudio;
+};
+constexpr ReadRow<Current> AUDIO_CODEC[] = {ReadText<&Current::acAudioCodec>("audioin_c0_s0_codectype")};
+constexpr ReadRow<Current> AUDIO_SUPPORT[] = {ReadBool<&Current::iAudio>("capability_supportaudio")};
+
+using VideoProfile = std::remove_reference_t<decltype(Result::atVideo[0])>;
+using AudioProfile = std::remove_reference_t<decltype(Result::atAudio[0])>;
+constexpr ReadRow<VideoProfile> VIDEO_PROFILE[] = {
+    ReadText<&VideoProfile::acCodec>("videoin_c0_s#_codectype"),
+    ReadText<&VideoProfile::acResolution>("videoin_c0_s#_resolution"),
+    ReadText<&VideoProfile::acAccessName>("network_rtsp_s#_accessname"),
+};
+constexpr ReadRow<AudioProfile> AUDIO_PROFILE[] = {ReadText<&AudioProfile::acCodec>("audioin_c0_s#_codectype")};
 
 /** Reads the first store reply; returns whether the camera has audio. */
 bool ReadCapabilities(ConfigerReader &reply, Result &result)
 {
-    reply.Get({"capability_videoin_codec&", "capability_videoin_resolution&", "capability_nmediastream&",
-               "capability_videoin_vbitrates&", "capability_videoin_framerates&", "capability_videoin_qualities&",
-               "capability_audioin_codec&", "capability_naudiosetting&", "capability_audioin_aac4_bitrate&",
-               "capability_audioin_aac4_samplerate&", "audioin_c0_s0_codectype&capability_audioin_gamr_bitrate&",
-               "capability_audioin_gamr_samplerate&", "capability_supportaudio&"});
-    reply.Text("capability_videoin_codec=", result.acVideoCodecs);
-    (void)NetUtility_ToUpper(result.acVideoCodecs, static_cast<int32_t>(strlen(result.acVideoCodecs)));
-    int32_t iAudio = 0;
-    reply.Bool("capability_supportaudio=", iAudio);
-    if (iAudio == 1) {
+    Current current = {};
+    reply.Ask(NO_PARTS, VIDEO_CODECS, VIDEO, AUDIO, AAC_RATES, AUDIO_CODEC, AMR_RATES, AUDIO_SUPPORT);
+    reply.Take(VIDEO_CODECS, result);
+    reply.Take(AUDIO_SUPPORT, current);
+    if (current.iAudio == 1) {
         g_iAudioSupported = 1;
-        TakeAudioCapabilities(reply, result);
+        reply.Take(AUDIO, result);
+        reply.Take(AUDIO_CODEC, current);
+        if (std::string_view(current.acAudioCodec).starts_with("aac4"))
+            reply.Take(AAC_RATES, result);
+        else if (std::string_view(current.acAudioCodec).starts_with("gamr"))
+            reply.Take(AMR_RATES, result);
     }
-    reply.Text("capability_videoin_resolution=", result.acResolutions);
-    reply.Text("capability_videoin_vbitrates=", result.acVideoBitRates);
-    reply.Text("capability_videoin_framerates=", result.acFrameRates);
-    reply.Text("capability_videoin_qualities=", result.acQualities);
-    reply.Int("capability_nmediastream=", result.iVideoProfiles);
-    if (iAudio == 1)
-        reply.Int("capability_naudiosetting=", result.iAudioProfiles);
+    reply.Take(VIDEO, result);
     result.iVideoProfiles = std::clamp(result.iVideoProfiles, 0, MAX_LISTED_PROFILES);
     result.iAudioProfiles = std::clamp(result.iAudioProfiles, 0, MAX_LISTED_PROFILES);
-    return iAudio == 1;
+    return current.iAudio == 1;
 }
 
 void ReadVideoProfiles(ConfigerReader &reply, Result &result)
@@ -82,13 +104,11 @@ void ReadVideoProfiles(ConfigerReader &reply, Result &result)
         return;
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < result.iVideoProfiles; ++i)
-        keys.Addf("videoin_c0_s%d_codectype&videoin_c0_s%d_resolution&network_rtsp_s%d_accessname&", i, i, i);
-    reply.Get({keys.View()});
+        Read_AddKeys(keys, VIDEO_PROFILE, {i});
+    reply.AskFor(keys.View());
     for (int32_t i = 0; i < result.iVideoProfiles; ++i) {
         auto &profile = result.atVideo[i];
-        reply.Text(Key("videoin_c0_s%d_codectype=", i), profile.acCodec);
-        reply.Text(Key("videoin_c0_s%d_resolution=", i), profile.acResolution);
-        reply.Text(Key("network_rtsp_s%d_accessname=", i), profile.acAccessName);
+        reply.Take(VIDEO_PROFILE, profile, {i});
         // KEPT: "H264" here, "H.264" in a profile's own reply.
         if (const CodecWords *ptCodec = VideoCodec_Find(profile.acCodec); ptCodec != nullptr)
             Text_Copy(profile.acCodec, ptCodec->list);
@@ -101,11 +121,11 @@ void ReadAudioProfiles(ConfigerReader &reply, Result &result)
         return;
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < result.iAudioProfiles; ++i)
-        keys.Addf("audioin_c0_s%d_codectype&", i);
-    reply.Get({keys.View()});
+        Read_AddKeys(keys, AUDIO_PROFILE, {i});
+    reply.AskFor(keys.View());
     for (int32_t i = 0; i < result.iAudioProfiles; ++i) {
         auto &profile = result.atAudio[i];
-        reply.Text(Key("audioin_c0_s%d_codectype=", i), profile.acCodec);
+        reply.Take(AUDIO_PROFILE, profile, {i});
         for (const AudioCodec &codec : AUDIO_CODECS) {
             if (std::string_view(profile.acCodec).starts_with(codec.store)) {
                 Text_Copy(profile.acCodec, codec.list);
@@ -175,15 +195,12 @@ int MappingGetRoutine_RtspUrl(SessionSlot &slot)
 {
     auto &result = Session_Result<RtspUrlResult>(slot);
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"capability_nmediastream&"});
-    reply.Int("capability_nmediastream=", result.iStreamCount);
+    reply.ReadInt("capability_nmediastream", result.iStreamCount);
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::InternalError);
     if (Profile_FromQuery(slot, result.iStreamCount, result.iProfileID) != 0)
         return Session_Fail(slot, StatusKind::BadRequest);
-    const int32_t iStream = result.iProfileID - 1;
-    reply.Get({Key("network_rtsp_s%d_accessname&", iStream)});
-    reply.Text(Key("network_rtsp_s%d_accessname=", iStream), result.acAccessName);
+    reply.ReadText("network_rtsp_s#_accessname", result.acAccessName, {result.iProfileID - 1});
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

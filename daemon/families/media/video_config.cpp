@@ -21,6 +21,8 @@ enum Given : uint32_t {
 using Param = VideoConfigParam;
 using Result = VideoConfigResult;
 
+constexpr std::string_view CODEC_KEY = "videoin_c0_s#_codectype";
+
 constexpr CodecAlias CODEC_ALIASES[] = {
     {"MPEG4", "mpeg4"}, {"MJPEG", "mjpeg"}, {"H264", "h264"}, {"H.264", "h264"}};
 
@@ -48,7 +50,7 @@ bool Capability_CheckVideoCodec(std::span<char> codec)
     if (const CodecAlias *ptAlias = Codec_FindAlias(CODEC_ALIASES, codec.data()); ptAlias != nullptr)
         Text_Copy(codec, ptAlias->store);
     char acAnswer[128];
-    return Capability_Lists(acAnswer, "capability_videoin_codec&", "capability_videoin_codec=", codec.data());
+    return Capability_Lists(acAnswer, "capability_videoin_codec", codec.data());
 }
 
 int TakeProfile(SessionSlot &slot, std::string_view text, Param &param)
@@ -67,8 +69,7 @@ bool TakeResolution(std::string_view text, Param &param)
         return true;
     param.uiSetMask |= GIVEN_RESOLUTION;
     char acAnswer[256];
-    return Capability_Lists(acAnswer, "capability_videoin_resolution&",
-                            "capability_videoin_resolution=", param.acResolution);
+    return Capability_Lists(acAnswer, "capability_videoin_resolution", param.acResolution);
 }
 
 /** Takes the codec that is given, or else the one that the stream has now. */
@@ -76,9 +77,7 @@ int TakeCodec(SessionSlot &slot, const char *pcParser, std::string_view text, Pa
 {
     if (GetStringValueFromText(text, "codec=", param.acCodec) == 0)
         return Capability_CheckVideoCodec(param.acCodec) ? 0 : Session_Refuse(slot, StatusKind::BadRequest);
-    const int32_t iStream = param.iProfileID - 1;
-    return Profile_ReadCodec(slot, pcParser, Key("videoin_c0_s%d_codectype&", iStream),
-                             Key("videoin_c0_s%d_codectype=", iStream), param.acCodec);
+    return Profile_ReadCodec(slot, pcParser, CODEC_KEY, param.iProfileID - 1, param.acCodec);
 }
 
 bool TakeQualityMode(std::string_view text, Param &param)
@@ -95,55 +94,44 @@ bool TakeQualityMode(std::string_view text, Param &param)
     return true;
 }
 
-/** Asks for the five values of a codec that compresses over time. */
-void AskRates(TextBuilder &keys, int32_t iStream, const char *pcCodec)
-{
-    keys.Addf("videoin_c0_s%1$d_%2$s_intraperiod&videoin_c0_s%1$d_%2$s_ratecontrolmode&"
-              "videoin_c0_s%1$d_%2$s_quant&videoin_c0_s%1$d_%2$s_bitrate&videoin_c0_s%1$d_%2$s_maxframe&",
-              iStream, pcCodec);
-}
-
-void AskProfile(TextBuilder &keys, int32_t iStream, bool h264)
-{
-    keys.Addf("videoin_c0_s%d_codectype&videoin_c0_s%d_resolution&", iStream, iStream);
-    AskRates(keys, iStream, "mpeg4");
-    keys.Addf("videoin_c0_s%d_mjpeg_quant&videoin_c0_s%d_mjpeg_maxframe&", iStream, iStream);
-    if (h264)
-        AskRates(keys, iStream, "h264");
-}
-
-void TakeRates(ConfigerReader &reply, int32_t iStream, const char *pcCodec, Result &result)
-{
-    reply.Int(Key("videoin_c0_s%d_%s_intraperiod=", iStream, pcCodec), result.iIntraPeriod);
-    reply.Int(Key("videoin_c0_s%d_%s_bitrate=", iStream, pcCodec), result.iBitRate);
-    reply.Int(Key("videoin_c0_s%d_%s_maxframe=", iStream, pcCodec), result.iFrameRate);
-    reply.Text(Key("videoin_c0_s%d_%s_ratecontrolmode=", iStream, pcCodec), result.acRateControl);
-    reply.Int(Key("videoin_c0_s%d_%s_quant=", iStream, pcCodec), result.iQuality);
-}
-
-void TakeMjpegRates(ConfigerReader &reply, int32_t iStream, Result &result)
-{
-    Text_Copy(result.acRateControl, "Fixquality");
-    reply.Int(Key("videoin_c0_s%d_mjpeg_quant=", iStream), result.iQuality);
-    reply.Int(Key("videoin_c0_s%d_mjpeg_maxframe=", iStream), result.iFrameRate);
-}
+constexpr ReadRow<Result> PROFILE[] = {
+    ReadText<&Result::acCodec>(CODEC_KEY),
+    ReadText<&Result::acResolution>("videoin_c0_s#_resolution"),
+};
+/** Of a codec that compresses over time. */
+constexpr ReadRow<Result> RATES[] = {
+    ReadInt<&Result::iIntraPeriod>("videoin_c0_s#_*_intraperiod"),
+    ReadText<&Result::acRateControl>("videoin_c0_s#_*_ratecontrolmode"),
+    ReadInt<&Result::iQuality>("videoin_c0_s#_*_quant"),
+    ReadInt<&Result::iBitRate>("videoin_c0_s#_*_bitrate"),
+    ReadInt<&Result::iFrameRate>("videoin_c0_s#_*_maxframe"),
+};
+constexpr ReadRow<Result> MJPEG_RATES[] = {
+    ReadInt<&Result::iQuality>("videoin_c0_s#_mjpeg_quant"),
+    ReadInt<&Result::iFrameRate>("videoin_c0_s#_mjpeg_maxframe"),
+};
 
 int ReadProfile(const char *pcCaller, Result &result)
 {
     const int32_t iStream = result.iProfileID - 1;
     TextBuffer<1024> keys;
-    AskProfile(keys, iStream, result.iH264 == 1);
+    Read_AddKeys(keys, PROFILE, {iStream});
+    Read_AddKeys(keys, RATES, {iStream, "mpeg4"});
+    Read_AddKeys(keys, MJPEG_RATES, {iStream});
+    if (result.iH264 == 1)
+        Read_AddKeys(keys, RATES, {iStream, "h264"});
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({keys.View()});
-    reply.Text(Key("videoin_c0_s%d_codectype=", iStream), result.acCodec);
-    reply.Text(Key("videoin_c0_s%d_resolution=", iStream), result.acResolution);
+    reply.AskFor(keys.View());
+    reply.Take(PROFILE, result, {iStream});
     const CodecWords *ptCodec = VideoCodec_Find(result.acCodec);
     if (reply.Failed() || ptCodec == nullptr)
         return -1;
-    if (IsMjpeg(result))
-        TakeMjpegRates(reply, iStream, result);
-    else
-        TakeRates(reply, iStream, ptCodec->store.data(), result);
+    if (IsMjpeg(result)) {
+        Text_Copy(result.acRateControl, "Fixquality");
+        reply.Take(MJPEG_RATES, result, {iStream});
+    } else {
+        reply.Take(RATES, result, {iStream, ptCodec->store});
+    }
     Text_Copy(result.acCodec, ptCodec->profile);
     return reply.Failed() ? -1 : 0;
 }

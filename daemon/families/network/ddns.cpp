@@ -41,6 +41,11 @@ constexpr KeyRow<DDNSParam> KEYS[] = {
 };
 static_assert(KeyBitsAreDistinct(KEYS));
 
+constexpr ReadRow<DDNSResult> SETTINGS[] = {
+    ReadBool<&DDNSResult::iDDNSEnable>("ddns_enable"),
+    ReadText<&DDNSResult::tDDNS, &DDNSAccount::acProvider>("ddns_provider"),
+};
+
 } // namespace
 
 int Parser_DDNS_Set(SessionSlot &slot)
@@ -70,9 +75,7 @@ int MappingGetRoutine_DDNS(SessionSlot &slot)
 {
     auto &result = Session_Result<DDNSResult>(slot);
     ConfigerReply<2048> reply(__func__);
-    reply.Get({"ddns_enable&", "ddns_provider&"});
-    reply.Bool("ddns_enable=", result.iDDNSEnable);
-    reply.Text("ddns_provider=", result.tDDNS.acProvider);
+    reply.Read(SETTINGS, result);
     DDNS_ReadAccount(reply, result.tDDNS);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }

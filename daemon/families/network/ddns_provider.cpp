@@ -10,6 +10,14 @@ constexpr struct {
 /** Takes every other name as its server name. */
 constexpr std::string_view REGIONAL_PROVIDER = "PomroCN";
 
+/** By the provider's name. */
+constexpr ReadRow<DDNSAccount> ACCOUNT[] = {
+    ReadText<&DDNSAccount::acHost>("ddns_*_hostname"),
+    ReadText<&DDNSAccount::acUser>("ddns_*_usernameemail"),
+    ReadText<&DDNSAccount::acPass>("ddns_*_passwordkey"),
+};
+constexpr ReadRow<DDNSAccount> REGIONAL_ACCOUNT[] = {ReadText<&DDNSAccount::acServerName>("ddns_*_servername")};
+
 } // namespace
 
 void DDNS_SetProvider(DDNSAccount &account, std::string_view requestName)
@@ -51,16 +59,14 @@ void DDNS_ReadAccount(ConfigerReader &reply, DDNSAccount &account)
 {
     if (reply.Failed())
         return;
-    const char *pcProvider = account.acProvider;
+    const KeyParts parts = {.word = account.acProvider};
     const bool regional = account.acProvider == REGIONAL_PROVIDER;
     TextBuffer<256> keys;
-    keys.Addf("ddns_%s_hostname&ddns_%s_usernameemail&ddns_%s_passwordkey&", pcProvider, pcProvider, pcProvider);
+    Read_AddKeys(keys, ACCOUNT, parts);
     if (regional)
-        keys.Addf("ddns_%s_servername&", pcProvider);
-    reply.Get({keys.View()});
-    reply.Text(Key("ddns_%s_hostname=", pcProvider), account.acHost);
-    reply.Text(Key("ddns_%s_usernameemail=", pcProvider), account.acUser);
-    reply.Text(Key("ddns_%s_passwordkey=", pcProvider), account.acPass);
+        Read_AddKeys(keys, REGIONAL_ACCOUNT, parts);
+    reply.AskFor(keys.View());
+    reply.Take(ACCOUNT, account, parts);
     if (regional)
-        reply.Text(Key("ddns_%s_servername=", pcProvider), account.acServerName);
+        reply.Take(REGIONAL_ACCOUNT, account, parts);
 }

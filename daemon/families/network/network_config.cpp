@@ -93,6 +93,29 @@ void AddPairs(PairBuilder &pairs, const Param &param)
     pairs.AddGiven(RESTARTS_CAMERA, "&system_reset=10");
 }
 
+void TakeType(std::string_view type, Result &result)
+{
+    result.iPPPoE = type.starts_with("pppoe") ? 1 : 0;
+}
+
+constexpr ReadRow<Result> SETTINGS[] = {
+    ReadBool<&Result::iDHCP>("network_resetip"),
+    ReadText<&Result::acIPAddr>("network_ipaddress"),
+    ReadText<&Result::acNetmask>("network_subnet"),
+    ReadText<&Result::acGateway>("network_router"),
+    ReadText<&Result::acDNS1>("network_dns1"),
+    ReadTextIfGiven<&Result::acDNS2>("network_dns2"),
+    ReadInt<&Result::iHTTPPort>("network_http_port"),
+    ReadInt<&Result::iHTTPExternalPort>("network_http_alternateport"),
+    ReadInt<&Result::iRTSPPort>("network_rtsp_port"),
+    ReadSpecial<TakeType, 15>("network_type"),
+    ReadText<&Result::acPPPoEUser>("network_pppoe_user"),
+    ReadText<&Result::acPPPoEPass>("network_pppoe_pass"),
+    ReadBool<&Result::iDDNSEnable>("ddns_enable"),
+    ReadText<&Result::tDDNS, &DDNSAccount::acProvider>("ddns_provider"),
+    ReadBool<&Result::iUPnP>("upnpportforwarding_enable"),
+};
+
 } // namespace
 
 int Parser_NetworkConfig_Set(SessionSlot &slot)
@@ -120,32 +143,10 @@ int MappingSetRoutine_NetworkConfig(SessionSlot &slot)
 int MappingGetRoutine_NetworkConfig(SessionSlot &slot)
 {
     auto &result = Session_Result<Result>(slot);
-    char acType[16] = {};
     ConfigerReply<2048> reply(__func__);
-    reply.Get({"network_resetip&", "network_ipaddress&", "network_subnet&", "network_router&", "network_dns1&",
-               "network_dns2&", "network_http_port&", "network_http_alternateport&", "network_rtsp_port&",
-               "network_type&", "network_pppoe_user&", "network_pppoe_pass&", "ddns_enable&", "ddns_provider&",
-               "upnpportforwarding_enable&"});
-    reply.Bool("network_resetip=", result.iDHCP);
-    reply.Text("network_ipaddress=", result.acIPAddr);
-    reply.Text("network_subnet=", result.acNetmask);
-    reply.Text("network_router=", result.acGateway);
-    reply.Text("network_dns1=", result.acDNS1);
-    reply.TextIfGiven("network_dns2=", result.acDNS2);
-    reply.Int("network_http_port=", result.iHTTPPort);
-    reply.Int("network_http_alternateport=", result.iHTTPExternalPort);
-    reply.Int("network_rtsp_port=", result.iRTSPPort);
-    reply.Text("network_type=", acType);
-    reply.Text("network_pppoe_user=", result.acPPPoEUser);
-    reply.Text("network_pppoe_pass=", result.acPPPoEPass);
-    reply.Bool("ddns_enable=", result.iDDNSEnable);
-    reply.Text("ddns_provider=", result.tDDNS.acProvider);
-    reply.Bool("upnpportforwarding_enable=", result.iUPnP);
+    reply.Read(SETTINGS, result);
     DDNS_ReadAccount(reply, result.tDDNS);
-    if (reply.Failed())
-        return Session_Fail(slot, StatusKind::InternalError);
-    result.iPPPoE = std::string_view(acType).starts_with("pppoe") ? 1 : 0;
-    return Session_Succeed(slot);
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 
 void Compose_NetworkConfig(TextBuilder &body, SessionSlot &slot)

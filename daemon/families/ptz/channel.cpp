@@ -18,8 +18,7 @@ int WriteCommand(const char *pcCaller, int iSocket, std::string_view command)
 {
     int32_t iCameraId = 0;
     ConfigerReply<32> reply(pcCaller);
-    reply.Get({"camctrl_c0_cameraid&"});
-    reply.Int("camctrl_c0_cameraid=", iCameraId);
+    reply.ReadInt("camctrl_c0_cameraid", iCameraId);
     if (reply.Failed())
         return -1;
     TextBuffer<2048> line;

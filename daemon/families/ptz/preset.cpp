@@ -9,6 +9,7 @@ namespace
 {
 
 constexpr ActWord ACTIONS[] = {{"add", "cam=preset&name"}, {"del", "cam=clearpreset&name"}, {"go", "recall"}};
+constexpr std::string_view NAME_KEY = "camctrl_c0_preset_i#_name";
 
 } // namespace
 
@@ -38,14 +39,14 @@ int MappingGetRoutine_PresetList(SessionSlot &slot)
     auto &result = Session_Result<PresetListResult>(slot);
     TextBuffer<1024> keys;
     for (int32_t i = 0; i < MAX_PRESETS; ++i)
-        keys.Addf("camctrl_c0_preset_i%d_name&", i);
+        Read_AddKey(keys, NAME_KEY, {i});
     ConfigerReply<2048> reply(__func__);
-    reply.Get({keys.View()});
+    reply.AskFor(keys.View());
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::InternalError);
     for (int32_t i = 0; i < MAX_PRESETS; ++i) {
-        const Key key("camctrl_c0_preset_i%d_name=", i);
-        if (Get_Configer_STRING_Value(reply.View(), key, result.aacName[i]) != 0)
+        const StoreKey key(NAME_KEY, {i});
+        if (Get_Configer_STRING_Value(reply.View(), key.View(), result.aacName[i]) != 0)
             Trace("Get %s failed\n", key.Text());
     }
     return Session_Succeed(slot);

@@ -54,8 +54,7 @@ bool ReadResolution(const char *pcCaller, Resolution &resolution)
 {
     char acValue[16] = {};
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({"videoin_c0_s0_resolution&"});
-    reply.Text("videoin_c0_s0_resolution=", acValue);
+    reply.ReadText("videoin_c0_s0_resolution", acValue);
     const std::string_view value = acValue;
     const size_t cross = value.find('x');
     if (reply.Failed() || cross == std::string_view::npos)

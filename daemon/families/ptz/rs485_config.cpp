@@ -23,6 +23,7 @@ enum Given : uint32_t {
 using Param = RS485ConfigParam;
 using Result = RS485ConfigResult;
 
+constexpr std::string_view DRIVER_KEY = "uart_ptzdrivers_i#_name";
 /** Drivers that are read back at most. */
 constexpr int32_t MAX_DRIVER_INDEX = 19;
 
@@ -52,17 +53,16 @@ int PTZDriver_IndexFromName(std::string_view proto, int32_t &iIndex)
             proto = spelling.pcDriver;
     int32_t iCount = 0;
     ConfigerReply<1280> reply(__func__);
-    reply.Get({"capability_nptzdrivers&"});
-    reply.Int("capability_nptzdrivers=", iCount);
+    reply.ReadInt("capability_nptzdrivers", iCount);
     if (reply.Failed() || iCount < 1)
         return -1;
     TextBuffer<640> keys;
     for (int32_t i = 0; i < iCount && !keys.Cut(); ++i)
-        keys.Addf("uart_ptzdrivers_i%d_name&", i);
-    reply.Get({keys.View()});
+        Read_AddKey(keys, DRIVER_KEY, {i});
+    reply.AskFor(keys.View());
     for (int32_t i = 0; i < iCount; ++i) {
         char acName[48] = {};
-        reply.Text(Key("uart_ptzdrivers_i%d_name=", i), acName);
+        reply.Text(StoreKey(DRIVER_KEY, {i}), acName);
         if (reply.Failed())
             return -1;
         if (std::string_view(acName).find(proto) != std::string_view::npos) {
@@ -128,11 +128,10 @@ bool HasOverlongNumber(std::string_view text)
 }
 
 /** Reads the name of the driver and what it is called in replies. */
-void ReadProto(ConfigerReader &reply, int32_t iDriver, Result &result)
+void ReadProto(ConfigerReader &reply, Result &result)
 {
     char acName[48] = {};
-    reply.Get({Key("uart_ptzdrivers_i%d_name&", iDriver)});
-    reply.Text(Key("uart_ptzdrivers_i%d_name=", iDriver), acName);
+    reply.ReadText(DRIVER_KEY, acName, {result.iDriver});
     for (const auto &protocol : PROTOCOLS) {
         if (std::string_view(acName).find(protocol.driver) != std::string_view::npos) {
             Text_Copy(result.acProto, protocol.proto);
@@ -141,13 +140,20 @@ void ReadProto(ConfigerReader &reply, int32_t iDriver, Result &result)
     }
 }
 
-std::string_view ReplyParity(std::string_view stored)
+void TakeStoredParity(std::string_view stored, Result &result)
 {
+    Text_Copy(result.acParity, "None");
     for (const auto &parity : PARITIES)
         if (stored.starts_with(parity.store))
-            return parity.request;
-    return "None";
+            return Text_Copy(result.acParity, parity.request);
 }
+
+constexpr ReadRow<Result> SETTINGS[] = {
+    ReadBool<&Result::iEnable>("camctrl_c0_isptz"), ReadInt<&Result::iDevId>("camctrl_c0_cameraid"),
+    ReadInt<&Result::iDriver>("uart_i0_ptzdriver"), ReadInt<&Result::iBaudRate>("uart_i0_baudrate"),
+    ReadInt<&Result::iDataBits>("uart_i0_databit"), ReadSpecial<TakeStoredParity, 7>("uart_i0_paritybit"),
+    ReadInt<&Result::iStopBits>("uart_i0_stopbit"),
+};
 
 } // namespace
 
@@ -179,23 +185,12 @@ int MappingSetRoutine_RS485Config(SessionSlot &slot)
 int MappingGetRoutine_RS485Config(SessionSlot &slot)
 {
     auto &result = Session_Result<Result>(slot);
-    int32_t iDriver = 0;
-    char acParity[8] = {};
     ConfigerReply<1024> reply(__func__);
-    reply.Get({"camctrl_c0_isptz&", "camctrl_c0_cameraid&", "uart_i0_ptzdriver&", "uart_i0_baudrate&",
-               "uart_i0_databit&", "uart_i0_paritybit&", "uart_i0_stopbit&"});
-    reply.Bool("camctrl_c0_isptz=", result.iEnable);
-    reply.Int("camctrl_c0_cameraid=", result.iDevId);
-    reply.Int("uart_i0_ptzdriver=", iDriver);
-    reply.Int("uart_i0_baudrate=", result.iBaudRate);
-    reply.Int("uart_i0_databit=", result.iDataBits);
-    reply.Text("uart_i0_paritybit=", acParity);
-    reply.Int("uart_i0_stopbit=", result.iStopBits);
-    Text_Copy(result.acParity, ReplyParity(acParity));
-    if (!reply.Failed() && iDriver > MAX_DRIVER_INDEX)
-        Trace("No PTZ driver, iPTZDriver=%d\n", iDriver);
+    reply.Read(SETTINGS, result);
+    if (!reply.Failed() && result.iDriver > MAX_DRIVER_INDEX)
+        Trace("No PTZ driver, iPTZDriver=%d\n", result.iDriver);
     else
-        ReadProto(reply, iDriver, result);
+        ReadProto(reply, result);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 

@@ -18,6 +18,7 @@ struct RS485ConfigParam {
 
 struct RS485ConfigResult {
     int32_t iEnable;
+    int32_t iDriver;  ///< index in the store's list of PTZ drivers
     char acProto[48]; ///< empty when no driver is set
     int32_t iDevId;
     int32_t iBaudRate;

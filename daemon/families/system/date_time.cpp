@@ -134,6 +134,11 @@ void ReadLocalClock(DateTimeResult &result)
     result.iSecond = tLocal.tm_sec;
 }
 
+using Result = DateTimeResult;
+
+constexpr ReadRow<Result> INTERVAL[] = {ReadInt<&Result::iMethod>("system_updateinterval")};
+constexpr ReadRow<Result> TIME_SERVER[] = {ReadText<&Result::acTimeServer>("system_ntp")};
+
 /** Logs what could not be read, in the GET routine's name, and ends it. */
 int FailRead(SessionSlot &slot, const char *pcCaller, const char *pcMessage)
 {
@@ -164,27 +169,24 @@ int MappingSetRoutine_DateTime(SessionSlot &slot)
 
 int MappingGetRoutine_DateTime(SessionSlot &slot)
 {
-    auto &result = Session_Result<DateTimeResult>(slot);
+    auto &result = Session_Result<Result>(slot);
     ConfigerReply<1024> reply(__func__);
-    int32_t iInterval = 0;
-    reply.Get({"system_updateinterval&", "system_ntp&"});
-    reply.Int("system_updateinterval=", iInterval);
-    result.iMethod = iInterval != 0 ? METHOD_NTP : 0;
+    reply.Ask(NO_PARTS, INTERVAL, TIME_SERVER);
+    reply.Take(INTERVAL, result);
+    result.iMethod = result.iMethod != 0 ? METHOD_NTP : 0;
     if (result.iMethod == METHOD_NTP)
-        reply.Text("system_ntp=", result.acTimeServer);
+        reply.Take(TIME_SERVER, result);
     if (reply.Failed())
         return FailRead(slot, __func__, "Get NTP information failed");
 
     ReadLocalClock(result);
     int32_t iZone = 0;
-    reply.Get({"system_timezoneindex&"});
-    reply.Int("system_timezoneindex=", iZone);
+    reply.ReadInt("system_timezoneindex", iZone);
     if (reply.Failed())
         return FailRead(slot, __func__, "Get TimeZone information failed");
     result.iTimeZone = TimeZone_FromStore(iZone);
 
-    reply.Get({"system_daylight_enable&"});
-    reply.Bool("system_daylight_enable=", result.iDSTEnable);
+    reply.ReadBool("system_daylight_enable", result.iDSTEnable);
     if (reply.Failed())
         return FailRead(slot, __func__, "Get daylight information failed");
     return Session_Succeed(slot);

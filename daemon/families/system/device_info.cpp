@@ -14,8 +14,10 @@ constexpr struct {
 } HARDWARE_REVISIONS[] = {{"2201", "A1"}, {"2202", "B1"}, {"2203", "B1"}, {"2204", "B1"}, {"2205", "C1"}};
 constexpr std::string_view DEFAULT_REVISION = "A1";
 
+constexpr size_t MAX_SERIAL_NUMBER = 15;
+
 /** "1.02.07" is version "1.02" and build "07"; without a "." all of it is the version. */
-void SplitFirmware(std::string_view firmware, DeviceInfoResult &result)
+void TakeFirmware(std::string_view firmware, DeviceInfoResult &result)
 {
     const size_t dot = firmware.rfind('.');
     if (dot == std::string_view::npos) {
@@ -27,16 +29,18 @@ void SplitFirmware(std::string_view firmware, DeviceInfoResult &result)
 }
 
 /** The serial number is the MAC address without separators; a short one gives a text that ends where it does. */
-void FormatMacAddress(const char (&acSerial)[16], char (&acMacAddr)[20])
+void TakeSerialNumber(std::string_view serial, DeviceInfoResult &result)
 {
+    char acSerial[MAX_SERIAL_NUMBER + 1] = {};
+    Text_Copy(acSerial, serial);
     size_t at = 0;
     for (size_t pair = 0; pair < 6; ++pair) {
         if (pair > 0)
-            acMacAddr[at++] = ':';
-        acMacAddr[at++] = acSerial[pair * 2];
-        acMacAddr[at++] = acSerial[pair * 2 + 1];
+            result.acMacAddr[at++] = ':';
+        result.acMacAddr[at++] = acSerial[pair * 2];
+        result.acMacAddr[at++] = acSerial[pair * 2 + 1];
     }
-    acMacAddr[at] = '\0';
+    result.acMacAddr[at] = '\0';
 }
 
 std::string_view HardwareRevision(std::string_view model)
@@ -48,39 +52,41 @@ std::string_view HardwareRevision(std::string_view model)
     return revision;
 }
 
+void TakeModel(std::string_view model, DeviceInfoResult &result)
+{
+    Text_Copy(result.acModel, model);
+    Text_Copy(result.acProduct, model);
+    Text_Copy(result.acHWVersion, HardwareRevision(model));
+}
+
+using Result = DeviceInfoResult;
+
+// KEPT: three of them are asked for and never used.
+constexpr ReadRow<Result> DEVICE_INFO[] = {
+    AskOnly("system_info_modelname"),
+    ReadSpecial<TakeModel, sizeof Result::acModel - 1>("system_info_extendedmodelname"),
+    AskOnly("system_info_firmwareversion"),
+    AskOnly("system_hostname"),
+    ReadSpecial<TakeSerialNumber, MAX_SERIAL_NUMBER>("system_info_serialnumber"),
+    ReadText<&Result::acIPAddr>("network_ipaddress"),
+    ReadText<&Result::acNetmask>("network_subnet"),
+    ReadText<&Result::acGateway>("network_router"),
+    ReadInt<&Result::iInputs>("capability_ndi"),
+    ReadInt<&Result::iOutputs>("capability_ndo"),
+    ReadText<&Result::acVideoOut>("capability_supportvideoout"),
+    ReadInt<&Result::iPTZEnabled>("capability_ptzenabled"),
+    ReadInt<&Result::iSpeakers>("capability_naudioout"),
+    ReadSpecial<TakeFirmware, sizeof Result::acVersion - 1>("system_info_fwversion"),
+    ReadText<&Result::acName>("layout_title_text"),
+};
+
 } // namespace
 
 int MappingGetRoutine_DeviceInfo(SessionSlot &slot)
 {
-    auto &result = Session_Result<DeviceInfoResult>(slot);
-    char acFirmware[64] = {};
-    char acSerial[16] = {};
     ConfigerReply<1024> reply(__func__);
-    // KEPT: system_info_modelname, system_info_firmwareversion and system_hostname are asked for and never used.
-    reply.Get({"system_info_modelname&", "system_info_extendedmodelname&", "system_info_firmwareversion&",
-               "system_hostname&", "system_info_serialnumber&", "network_ipaddress&", "network_subnet&",
-               "network_router&", "capability_ndi&", "capability_ndo&", "capability_supportvideoout&",
-               "capability_ptzenabled&", "capability_naudioout&", "system_info_fwversion&", "layout_title_text&"});
-    reply.Text("system_info_extendedmodelname=", result.acModel);
-    reply.Text("system_info_extendedmodelname=", result.acProduct);
-    reply.Text("system_info_fwversion=", acFirmware);
-    reply.Text("layout_title_text=", result.acName);
-    reply.Text("system_info_serialnumber=", acSerial);
-    reply.Text("network_ipaddress=", result.acIPAddr);
-    reply.Text("network_subnet=", result.acNetmask);
-    reply.Text("network_router=", result.acGateway);
-    reply.Int("capability_ndi=", result.iInputs);
-    reply.Int("capability_ndo=", result.iOutputs);
-    reply.Int("capability_naudioout=", result.iSpeakers);
-    reply.Text("capability_supportvideoout=", result.acVideoOut);
-    reply.Int("capability_ptzenabled=", result.iPTZEnabled);
-    if (reply.Failed())
-        return Session_Fail(slot, StatusKind::InternalError);
-
-    SplitFirmware(acFirmware, result);
-    FormatMacAddress(acSerial, result.acMacAddr);
-    Text_Copy(result.acHWVersion, HardwareRevision(result.acModel));
-    return Session_Succeed(slot);
+    reply.Read(DEVICE_INFO, Session_Result<Result>(slot));
+    return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 
 void Compose_DeviceInfo(TextBuilder &body, SessionSlot &slot)

@@ -15,21 +15,18 @@ constexpr uint32_t GIVEN_TEXT = 0x1;
 struct TextSetting {
     SetIndex eSetIndex;
     std::string_view requestKey; ///< also begins the line of the reply
-    std::string_view storeAsk;
     std::string_view storeKey;
 };
 
 constexpr TextSetting CAMERA_INFO = {
     SetIndex::CameraInfo,
     "name=",
-    "layout_title_text&",
-    "layout_title_text=",
+    "layout_title_text",
 };
 constexpr TextSetting TIME_STAMP = {
     SetIndex::TimeStamp,
     "label=",
-    "videoin_c0_text&",
-    "videoin_c0_text=",
+    "videoin_c0_text",
 };
 
 int Parse(SessionSlot &slot, const char *pcParser, const TextSetting &setting)
@@ -47,8 +44,7 @@ int Parse(SessionSlot &slot, const char *pcParser, const TextSetting &setting)
 int Read(SessionSlot &slot, const char *pcCaller, const TextSetting &setting)
 {
     ConfigerReply<1024> reply(pcCaller);
-    reply.Get({setting.storeAsk});
-    reply.Text(setting.storeKey, Session_Result<TextSettingResult>(slot).acText);
+    reply.ReadText(setting.storeKey, Session_Result<TextSettingResult>(slot).acText);
     return reply.Failed() ? Session_Fail(slot, StatusKind::InternalError) : Session_Succeed(slot);
 }
 
@@ -58,6 +54,7 @@ int Write(SessionSlot &slot, const TextSetting &setting)
     TextBuffer<1024> pairs;
     if (Request_Gave(param, GIVEN_TEXT)) {
         pairs.Add(setting.storeKey);
+        pairs.Add("=");
         pairs.Add(param.acText);
         pairs.Add("&");
     }
