@@ -23,22 +23,15 @@ constexpr std::string_view STREAM_HEADER =
 /** Longer than anything that is measured here takes; whoever waits longer waits in vain. */
 constexpr std::chrono::milliseconds PATIENCE(5000);
 
-int check(int result, const char *what)
-{
-    if (result < 0)
-        throw std::system_error(errno, std::generic_category(), what);
-    return result;
-}
-
 void compare(std::string_view expected, std::string_view got)
 {
     if (expected != got)
         throw std::runtime_error("expected:\n" + std::string(expected) + "\ngot:\n" + std::string(got));
 }
 
-void waitFor(std::span<pollfd> polled)
+void waitForInput(std::span<pollfd> polled)
 {
-    if (check(poll(polled.data(), polled.size(), static_cast<int>(PATIENCE.count())), "poll") == 0)
+    if (checked(poll(polled.data(), polled.size(), static_cast<int>(PATIENCE.count())), "poll") == 0)
         throw std::runtime_error("nothing came in " + std::to_string(PATIENCE.count()) + " ms");
 }
 
@@ -46,11 +39,11 @@ void waitFor(std::span<pollfd> polled)
 Client sendRequest(int handOver, const FDCGI_Request &request)
 {
     int ends[2];
-    check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
+    checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
     Client client{.socket = FileDescriptor(ends[0]), .begin = {}, .received = {}};
     const FileDescriptor passed(ends[1]);
     client.begin = steady_clock::now();
-    check(FDCGI_send(handOver, request, passed.get(), 0), "hand-over");
+    checked(FDCGI_send(handOver, request, passed.get(), 0), "hand-over");
     return client;
 }
 
@@ -61,7 +54,7 @@ bool receive(Client &client)
     const ssize_t got = recv(client.socket.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (got < 0 && errno == EAGAIN)
         return true;
-    check(static_cast<int>(got), "reply");
+    checked(static_cast<int>(got), "reply");
     client.received.append(buffer.data(), static_cast<size_t>(got));
     return got > 0;
 }
@@ -70,35 +63,35 @@ bool receive(Client &client)
 bool receiveNext(Client &client)
 {
     pollfd polled = {client.socket.get(), POLLIN, 0};
-    waitFor({&polled, 1});
+    waitForInput({&polled, 1});
     return receive(client);
 }
 
 } // namespace
 
 Exchange::Exchange(const std::filesystem::path &root)
-    : store_(check(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
+    : store_(checked(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
 {
-    check(UnixSocket_Bind(store_.get(), (root / "tmp/configer").c_str()), "store");
-    check(listen(store_.get(), 16), "store");
+    checked(UnixSocket_Bind(store_.get(), (root / "tmp/configer").c_str()), "store");
+    checked(listen(store_.get(), 16), "store");
 }
 
 void Exchange::serveStart()
 {
     for (const StartCall &call : START_CALLS) {
         pollfd polled = {store_.get(), POLLIN, 0};
-        waitFor({&polled, 1});
+        waitForInput({&polled, 1});
         serveStore(call.request, call.reply);
     }
 }
 
 void Exchange::serveStore(std::string_view request, std::string_view reply)
 {
-    const FileDescriptor caller(check(accept4(store_.get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
+    const FileDescriptor caller(checked(accept4(store_.get(), nullptr, nullptr, SOCK_CLOEXEC), "store: accept"));
     std::array<char, 4096> buffer;
-    const int got = check(static_cast<int>(read(caller.get(), buffer.data(), buffer.size())), "store: read");
+    const int got = checked(static_cast<int>(read(caller.get(), buffer.data(), buffer.size())), "store: read");
     compare(request, {buffer.data(), static_cast<size_t>(got)});
-    check(static_cast<int>(write(caller.get(), reply.data(), reply.size())), "store: write");
+    checked(static_cast<int>(write(caller.get(), reply.data(), reply.size())), "store: write");
 }
 
 std::vector<std::chrono::nanoseconds> Exchange::run(const Kind &kind, int handOver, int count, int inFlight)
@@ -114,7 +107,7 @@ std::vector<std::chrono::nanoseconds> Exchange::run(const Kind &kind, int handOv
         polled.assign(1, {store_.get(), POLLIN, 0});
         for (const Client &client : clients)
             polled.push_back({client.socket.get(), POLLIN, 0});
-        waitFor(polled);
+        waitForInput(polled);
         if (polled[0].revents != 0)
             serveStore(kind.storeRequest, kind.storeReply);
         for (size_t i = clients.size(); i-- > 0;) {
@@ -145,7 +138,7 @@ std::vector<Client> Exchange::openStreams(int handOver, int count)
 void Exchange::closeStreams(std::vector<Client> &streams)
 {
     for (Client &stream : streams) {
-        check(shutdown(stream.socket.get(), SHUT_WR), "shutdown");
+        checked(shutdown(stream.socket.get(), SHUT_WR), "shutdown");
         while (receiveNext(stream)) {
         }
     }
@@ -160,7 +153,7 @@ FileDescriptor connectTo(const std::filesystem::path &path)
         if (socket >= 0)
             return FileDescriptor(socket);
         if (steady_clock::now() > end)
-            check(socket, path.c_str());
+            checked(socket, path.c_str());
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

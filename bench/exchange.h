@@ -1,14 +1,12 @@
 #pragma once
 
 #include "bench/kinds.h"
-#include "camera/base/file_descriptor.h"
+#include "tests/fakes/test_support.h"
 
 #include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
-
-using camera::FileDescriptor;
 
 /** One request on its way, seen from the client. */
 struct Client {

@@ -79,7 +79,7 @@ void layOut(const fs::path &root)
 }
 
 struct Measured {
-    const Program &program;
+    const ChildProcess &program;
     FileDescriptor handOver;
     std::vector<double> cpuPerRequest; ///< microseconds, one for each round
     std::vector<nanoseconds> latencies;
@@ -100,13 +100,13 @@ double microseconds(nanoseconds time)
 
 void runRound(Exchange &exchange, const Kind &kind, Measured &measured)
 {
-    measured.program.resume();
-    const nanoseconds begin = measured.program.cpuTime();
+    resume(measured.program);
+    const nanoseconds begin = cpuTime(measured.program);
     exchange.run(kind, measured.handOver.get(), REQUESTS_PER_ROUND, IN_FLIGHT);
-    measured.cpuPerRequest.push_back(microseconds(measured.program.cpuTime() - begin) / REQUESTS_PER_ROUND);
+    measured.cpuPerRequest.push_back(microseconds(cpuTime(measured.program) - begin) / REQUESTS_PER_ROUND);
     const auto latencies = exchange.run(kind, measured.handOver.get(), REQUESTS_PER_ROUND, 1);
     measured.latencies.insert(measured.latencies.end(), latencies.begin(), latencies.end());
-    measured.program.pause();
+    hold(measured.program);
 }
 
 void runRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &floor)
@@ -115,7 +115,7 @@ void runRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &
     for (Measured *measured : pair)
         exchange.run(kind, measured->handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
     for (const Measured *measured : pair)
-        measured->program.pause();
+        hold(measured->program);
     const auto end = std::chrono::steady_clock::now() + ROUNDS_LIMIT;
     for (int i = 0; i < ROUNDS && std::chrono::steady_clock::now() < end; ++i) {
         for (Measured *measured : pair)
@@ -123,7 +123,7 @@ void runRounds(Exchange &exchange, const Kind &kind, Measured &kelpa, Measured &
         std::swap(pair[0], pair[1]);
     }
     for (const Measured *measured : pair)
-        measured->program.resume();
+        resume(measured->program);
 }
 
 /** System calls per request, by what they are for. */
@@ -159,12 +159,14 @@ Calls countCalls(const fs::path &log, double requests)
 /** Follows one program with strace through a few requests, made one by one. */
 std::string traceCalls(Exchange &exchange, const Kind &kind, const Measured &measured, const fs::path &log)
 {
-    Program tracer({"strace", "-q", "-o", log, "-p", std::to_string(measured.program.pid())});
-    while (measured.program.status("TracerPid") == 0)
-        if (std::this_thread::sleep_for(std::chrono::milliseconds(1)); !tracer.running())
+    ChildProcess tracer({"strace", "-q", "-o", log, "-p", std::to_string(measured.program.pid())},
+                        {.errorFile = ""});
+    while (statusOf(measured.program, "TracerPid") == 0)
+        if (std::this_thread::sleep_for(std::chrono::milliseconds(1)); tracer.ended())
             return "not measured";
     exchange.run(kind, measured.handOver.get(), TRACED_REQUESTS, 1);
-    tracer.stop(SIGINT);
+    tracer.signal(SIGINT);
+    (void)tracer.wait();
     const Calls calls = countCalls(log, TRACED_REQUESTS);
     std::array<char, 64> text;
     snprintf(text.data(), text.size(), "%.2f + %.2f + %.2f", calls.own, calls.store, calls.clock);
@@ -204,10 +206,12 @@ void measureKind(Exchange &exchange, const Kind &kind, const std::string &what, 
            kelpaCalls.c_str(), floorCalls.c_str(), kind.storeRequest.empty() ? 0 : 5);
 }
 
-Program startKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu, const char *output)
+ChildProcess startKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu,
+                        const std::string &output)
 {
     fs::create_directory(folder);
-    Program kelpa({path, folder / "kelpa", folder / "pid"}, cpu, output);
+    ChildProcess kelpa({path, folder / "kelpa", folder / "pid"},
+                       {.outputFile = output, .errorFile = "", .processor = cpu});
     exchange.serveStart();
     return kelpa;
 }
@@ -222,7 +226,7 @@ void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::p
     long own = 0;
     for (int start = 0; start < MEMORY_STARTS; ++start) {
         const fs::path folder = root / ("memory-" + std::to_string(start));
-        const Program kelpa = startKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
+        const ChildProcess kelpa = startKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
         const FileDescriptor handOver = connectTo(folder / "kelpa");
         for (const Kind &kind : KINDS)
             exchange.run(kind, handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
@@ -231,8 +235,8 @@ void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::p
         std::vector<Client> streams = Exchange::openStreams(handOver.get(), NOTIFY_STREAMS);
         Exchange::closeStreams(streams);
         streams = Exchange::openStreams(handOver.get(), NOTIFY_STREAMS);
-        peak = std::max(peak, kelpa.status("VmHWM"));
-        own = std::max(own, kelpa.status("RssAnon"));
+        peak = std::max(peak, statusOf(kelpa, "VmHWM"));
+        own = std::max(own, statusOf(kelpa, "RssAnon"));
     }
     printf("| peak resident memory, %d notify streams | %ld kB, its own %ld kB | | | under 2500 kB |\n",
            NOTIFY_STREAMS, peak, own);
@@ -246,12 +250,13 @@ void run(const std::string &kelpaPath, const std::string &floorPath, const fs::p
     puts("| What | kelpa | floor | | goal |\n|---|---|---|---|---|");
     for (const bool traced : {false, true}) {
         const fs::path folder = root / (traced ? "traced" : "silent");
-        const Program kelpa =
-            startKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").c_str() : "/dev/null");
+        const ChildProcess kelpa =
+            startKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").string() : "/dev/null");
         for (const Kind &kind : std::span(KINDS).first(traced ? 1 : KINDS.size())) {
             const fs::path floorSocket = folder / kind.name;
-            const Program floor(
-                {floorPath, kind.name, floorSocket, floorSocket.string() + "-event", root / "tmp/configer"}, cpu);
+            const ChildProcess floor(
+                {floorPath, kind.name, floorSocket, floorSocket.string() + "-event", root / "tmp/configer"},
+                {.errorFile = "", .processor = cpu});
             Measured kelpaMeasured{kelpa, connectTo(folder / "kelpa"), {}, {}};
             Measured floorMeasured{floor, connectTo(floorSocket), {}, {}};
             measureKind(exchange, kind, std::string(kind.name) + (traced ? ", trace to a file" : ""), kelpaMeasured,

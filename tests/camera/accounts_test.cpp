@@ -3,6 +3,7 @@
 #include "camera/base/files.h"
 #include "camera/web/authentication.h"
 #include "temporary_folder.h"
+#include "tests/fakes/child_process.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -130,12 +131,8 @@ TEST(AccountRequestTest, PasswordHoldsEverythingUpToTheLastGroup)
 /** Runs the built account program in the folder above "etc"; returns its exit status. */
 int runProgram(const std::string &root, const std::string &query)
 {
-    setenv("KELPA_ROOT", root.c_str(), 1);
-    setenv("QUERY_STRING", query.c_str(), 1);
-    const int status = std::system("'" KELPA_ACCOUNT_PROGRAM "' 2>/dev/null");
-    unsetenv("KELPA_ROOT");
-    unsetenv("QUERY_STRING");
-    return WEXITSTATUS(status);
+    return ChildProcess({KELPA_ACCOUNT_PROGRAM}, {.environment = {"KELPA_ROOT=" + root, "QUERY_STRING=" + query}})
+        .wait();
 }
 
 TEST(AccountProgram, ExitStatusTellsWhatBecameOfTheRequest)

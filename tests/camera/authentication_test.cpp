@@ -88,13 +88,13 @@ TEST(CameraLogin, WrongPasswordCostsItsSenderTimeAndNobodyElse)
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
 
     const Clock::time_point begin = Clock::now();
-    const FileDescriptor guesser = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("admin", "guess") + "\r\n");
-    const FileDescriptor other = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("nobody", "guess") + "\r\n");
+    ClientSide guesser = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("admin", "guess") + "\r\n");
+    ClientSide other = camera.send("GET /common/info.cgi HTTP/1.1\r\n" + as("nobody", "guess") + "\r\n");
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi", admin)), 200);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
-    EXPECT_EQ(statusOf(readUntil(guesser.get())), 401);
+    EXPECT_EQ(statusOf(guesser.readAll()), 401);
     EXPECT_GE(Clock::now() - begin, std::chrono::seconds(1));
-    EXPECT_EQ(statusOf(readUntil(other.get())), 401);
+    EXPECT_EQ(statusOf(other.readAll()), 401);
     EXPECT_GE(Clock::now() - begin, std::chrono::seconds(2));
 }
 

@@ -24,7 +24,7 @@ using Clock = std::chrono::steady_clock;
 class CameraReaction : public testing::Test
 {
   protected:
-    std::string ask(const std::string &target) { return bodyOf(camera.get(target)); }
+    std::string ask(const std::string &target) { return replyBody(camera.get(target)); }
 
     void accept(const std::string &target)
     {
@@ -86,11 +86,11 @@ TEST_F(CameraReaction, HeadGoesWhereTheClientSendsItAndKeepsPresets)
 TEST_F(CameraReaction, PtzDaemonOutlivesHostileClients)
 {
     const auto say = [&](const std::string &line) { return camera.say("/tmp/ptzctrl", line); };
-    const FileDescriptor silent = say("");
-    EXPECT_EQ(readUntil(say("rubbish").get()), "") << "closed after the line";
-    readUntil(say(std::string(2000, '&')).get());
-    readUntil(say("channel=0&camid=1&cam=preset&name=\xff\xfe").get());
-    EXPECT_EQ(readUntil(silent.get()), "") << "left after its time";
+    ClientSide silent = say("");
+    EXPECT_EQ(say("rubbish").readAll(), "") << "closed after the line";
+    say(std::string(2000, '&')).readAll();
+    say("channel=0&camid=1&cam=preset&name=\xff\xfe").readAll();
+    EXPECT_EQ(silent.readAll(), "") << "left after its time";
     ask("/config/ptz_move_rel.cgi?p=1&t=1");
     EXPECT_EQ(waitForRest()["error"], "");
 }
@@ -102,17 +102,17 @@ TEST_F(CameraReaction, AlarmRuleSwitchesTheOutputInsideItsScheduleOnly)
     ask("/config/io.cgi?out2=off&out1=off");
     EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");
 
-    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
-    readUntil(stream.get(), "\r\n\r\n");
+    ClientSide stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    stream.readUntil("\r\n\r\n");
     postMotion(1, "on");
-    readUntil(stream.get(), "md1=on\r\n");
+    stream.readUntil("md1=on\r\n");
     EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n") << "no rule is enabled";
     postMotion(1, "off");
-    readUntil(stream.get(), "md1=off\r\n");
+    stream.readUntil("md1=off\r\n");
 
     accept("/cgi/admin/adv_do.cgi?toOut1=1&out1ByMotion=1&out1ByIn1=0&out1ByIn2=0");
     postMotion(1, "on");
-    readUntil(stream.get(), "md1=on\r\n");
+    stream.readUntil("md1=on\r\n");
     EXPECT_EQ(outputs(), "out1=on\r\nout2=off\r\n");
     postMotion(1, "off");
     EXPECT_EQ(outputs(), "out1=off\r\nout2=off\r\n");

@@ -1,5 +1,4 @@
 #include "camera_process.h"
-#include "tests/fakes/test_camera.h"
 
 #include <atomic>
 #include <csignal>
@@ -17,47 +16,46 @@ namespace
 
 namespace fs = std::filesystem;
 
-/** The descriptors that a process holds. */
-size_t countDescriptors(pid_t pid)
+/** The descriptors that the camera holds. */
+size_t descriptorsOf(const CameraProcess &camera)
 {
-    const fs::directory_iterator at("/proc/" + std::to_string(pid) + "/fd");
-    return static_cast<size_t>(std::distance(begin(at), end(at)));
+    return countDescriptors(std::to_string(camera.pid()));
 }
 
-/** Whether a process comes down to that many descriptors: a connection is closed a little after its reply. */
-bool comesDownTo(size_t descriptors, pid_t pid)
+/** Whether the camera comes down to that many descriptors: a connection is closed a little after its reply. */
+bool comesDownTo(size_t descriptors, const CameraProcess &camera)
 {
-    return waitFor([&] { return countDescriptors(pid) <= descriptors; });
+    return waitFor([&] { return descriptorsOf(camera) <= descriptors; });
 }
 
 TEST(Camera, NameIsKeptOverARestartAndACrash)
 {
     CameraProcess camera;
-    EXPECT_NE(bodyOf(camera.get("/common/info.cgi")).find("name=Kelpa Camera\r\n"), std::string::npos);
-    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi?name=Hall")), "name=Hall\r\n");
+    EXPECT_NE(replyBody(camera.get("/common/info.cgi")).find("name=Kelpa Camera\r\n"), std::string::npos);
+    EXPECT_EQ(replyBody(camera.get("/config/camera_info.cgi?name=Hall")), "name=Hall\r\n");
     EXPECT_EQ(
-        bodyOf(camera.exchange("POST /config/timestamp.cgi HTTP/1.1\r\nContent-Length: 10\r\n\r\nlabel=East")),
+        replyBody(camera.exchange("POST /config/timestamp.cgi HTTP/1.1\r\nContent-Length: 10\r\n\r\nlabel=East")),
         "label=East\r\n");
     EXPECT_EQ(camera.stop(SIGTERM), 0);
     camera.start();
-    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
-    EXPECT_EQ(bodyOf(camera.get("/config/timestamp.cgi")), "label=East\r\n");
+    EXPECT_EQ(replyBody(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
+    EXPECT_EQ(replyBody(camera.get("/config/timestamp.cgi")), "label=East\r\n");
     // The daemon ends too: it shares the error output, whose end this waits for.
-    EXPECT_EQ(camera.stop(SIGKILL), -SIGKILL);
+    EXPECT_EQ(camera.stop(SIGKILL), 128 + SIGKILL);
     camera.start();
-    EXPECT_EQ(bodyOf(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
+    EXPECT_EQ(replyBody(camera.get("/config/camera_info.cgi")), "name=Hall\r\n");
 }
 
 TEST(Camera, NotifyStreamShowsWhatTheSideChannelSwitches)
 {
     const CameraProcess camera;
-    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
-    readUntil(stream.get(), "\r\n\r\n");
+    ClientSide stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    stream.readUntil("\r\n\r\n");
 
     EXPECT_EQ(statusOf(camera.post("/camera/input/1?state=on")), 200);
-    readUntil(stream.get(), "input1=on\r\ninput2=off\r\n");
+    stream.readUntil("input1=on\r\ninput2=off\r\n");
     EXPECT_EQ(statusOf(camera.post("/camera/motion/2?state=on")), 200);
-    readUntil(stream.get(), "md2=on\r\n");
+    stream.readUntil("md2=on\r\n");
     EXPECT_EQ(camera.askStore("get NameValue 99 0\nstatus_di_i0&status_di_i1&"),
               "status_di_i0=1\nstatus_di_i1=0\n");
     EXPECT_EQ(camera.state()["inputs"], nlohmann::json({"on", "off"}));
@@ -65,7 +63,7 @@ TEST(Camera, NotifyStreamShowsWhatTheSideChannelSwitches)
 
     EXPECT_EQ(statusOf(camera.exchange("POST /camera/input/1 HTTP/1.1\r\nContent-Length: 9\r\n\r\nstate=off")),
               200);
-    readUntil(stream.get(), "input1=off\r\ninput2=off\r\n");
+    stream.readUntil("input1=off\r\ninput2=off\r\n");
 }
 
 TEST(Camera, SideChannelRefusesClearly)
@@ -88,7 +86,7 @@ TEST(Camera, SideChannelRefusesClearly)
     for (const auto &[request, status] : cases) {
         const std::string reply = camera.exchange(request + " HTTP/1.1\r\n\r\n");
         EXPECT_EQ(statusOf(reply), status) << request;
-        EXPECT_TRUE(nlohmann::json::parse(bodyOf(reply))["error"].is_string()) << request;
+        EXPECT_TRUE(nlohmann::json::parse(replyBody(reply))["error"].is_string()) << request;
     }
     EXPECT_EQ(camera.state()["inputs"], nlohmann::json({"off", "off"}));
 }
@@ -98,7 +96,7 @@ TEST(Camera, TwoThousandRequestsOfTwentyFiveClientsAreAllAnsweredWhole)
     const CameraProcess camera;
     const pid_t daemon = camera.daemonPid();
     const std::string expected = camera.get("/common/info.cgi");
-    const size_t descriptors = countDescriptors(camera.pid());
+    const size_t descriptors = descriptorsOf(camera);
     std::atomic<int> whole = 0;
     std::vector<std::jthread> clients;
     for (int client = 0; client < 25; ++client)
@@ -109,7 +107,7 @@ TEST(Camera, TwoThousandRequestsOfTwentyFiveClientsAreAllAnsweredWhole)
     clients.clear();
     EXPECT_EQ(whole, 2000);
     EXPECT_EQ(camera.daemonPid(), daemon);
-    EXPECT_TRUE(comesDownTo(descriptors, camera.pid()));
+    EXPECT_TRUE(comesDownTo(descriptors, camera));
 }
 
 TEST(Camera, FullQueueMakesRequestsWait)
@@ -117,14 +115,14 @@ TEST(Camera, FullQueueMakesRequestsWait)
     const CameraProcess camera;
     const pid_t daemon = camera.daemonPid();
     kill(daemon, SIGSTOP);
-    std::vector<FileDescriptor> clients;
+    std::vector<ClientSide> clients;
     for (int client = 0; client < 100; ++client)
         clients.push_back(camera.send("GET /common/info.cgi HTTP/1.1\r\n\r\n"));
     // The camera goes on meanwhile; when this is answered it has taken up all of them.
     EXPECT_EQ(statusOf(camera.get("/camera/state")), 200);
     kill(daemon, SIGCONT);
-    for (const FileDescriptor &client : clients)
-        EXPECT_EQ(statusOf(readUntil(client.get())), 200);
+    for (ClientSide &client : clients)
+        EXPECT_EQ(statusOf(client.readAll()), 200);
 }
 
 TEST(Camera, LimitsAreToldAndNothingElseIsHarmed)
@@ -156,11 +154,11 @@ TEST(Camera, ClientThatDoesNotFinishIsDropped)
         "GET /common/info.cgi HTTP/1.1\r\n",
         "POST /config/camera_info.cgi HTTP/1.1\r\nContent-Length: 9\r\n\r\nname",
     };
-    std::vector<FileDescriptor> clients;
+    std::vector<ClientSide> clients;
     for (const std::string &text : unfinished)
         clients.push_back(camera.send(text));
-    for (const FileDescriptor &client : clients)
-        EXPECT_EQ(readUntil(client.get(), {}, std::chrono::seconds(15)), "");
+    for (ClientSide &client : clients)
+        EXPECT_EQ(client.readAll(), "");
 }
 
 TEST(Camera, DeadDaemonIsStartedAgainAndToldWhatIsActive)
@@ -171,8 +169,8 @@ TEST(Camera, DeadDaemonIsStartedAgainAndToldWhatIsActive)
     kill(first, SIGKILL);
     EXPECT_NE(camera.daemonPid(first), first);
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200);
-    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
-    readUntil(stream.get(), "md3=on\r\n");
+    ClientSide stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    stream.readUntil("md3=on\r\n");
 }
 
 TEST(Camera, DaemonInheritsStandardStreamsOnly)
@@ -195,8 +193,8 @@ TEST(Camera, InterruptLeavesNothingBehind)
 {
     CameraProcess camera;
     const pid_t daemon = camera.daemonPid();
-    const FileDescriptor stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
-    readUntil(stream.get(), "\r\n\r\n");
+    ClientSide stream = camera.send("GET /config/notify_stream.cgi HTTP/1.1\r\n\r\n");
+    stream.readUntil("\r\n\r\n");
     EXPECT_EQ(camera.stop(SIGINT), 0);
     EXPECT_EQ(kill(daemon, 0), -1);
     for (const char *folder : {"/tmp", "/var"})
@@ -208,34 +206,33 @@ TEST(Camera, InterruptLeavesNothingBehind)
 }
 
 /** Runs the program to its end; returns what it printed. */
-std::string runCamera(const std::string &arguments)
+std::string runCamera(std::vector<std::string> arguments)
 {
-    FILE *pipe = popen(("'" KELPA_CAMERA_PROGRAM "' --listen 127.0.0.1:0 " + arguments + " 2>&1").c_str(), "re");
-    std::string output = readUntil(fileno(pipe));
-    pclose(pipe);
-    return output;
+    arguments.insert(arguments.begin(), {KELPA_CAMERA_PROGRAM, "--listen", "127.0.0.1:0"});
+    ChildProcess program(arguments, {.piped = true});
+    return ClientSide(program.takeOutput()).readAll();
 }
 
 TEST(Camera, StartThatCannotBeIsExplained)
 {
     const CameraProcess camera;
-    EXPECT_NE(runCamera("--root " + camera.root()).find("another virtual camera is running in"), std::string::npos);
+    EXPECT_NE(runCamera({"--root", camera.root()}).find("another virtual camera is running in"), std::string::npos);
     EXPECT_EQ(statusOf(camera.get("/common/info.cgi")), 200) << "the refused one must not harm the running one";
-    EXPECT_NE(runCamera("--root /tmp/" + std::string(100, 'x')).find("too long"), std::string::npos);
+    EXPECT_NE(runCamera({"--root", "/tmp/" + std::string(100, 'x')}).find("too long"), std::string::npos);
 
     const TemporaryFolder folder;
     std::ofstream(folder.path("mine")) << "something else";
-    EXPECT_NE(runCamera("--root " + folder.path()).find("neither empty nor a camera's"), std::string::npos);
+    EXPECT_NE(runCamera({"--root", folder.path()}).find("neither empty nor a camera's"), std::string::npos);
     fs::remove(folder.path("mine"));
-    EXPECT_NE(runCamera("--kelpa /nonexistent --root " + folder.path()).find("/nonexistent: No such file"),
+    EXPECT_NE(runCamera({"--kelpa", "/nonexistent", "--root", folder.path()}).find("/nonexistent: No such file"),
               std::string::npos);
-    EXPECT_NE(runCamera("--listen " + std::to_string(camera.port()) + " --root " + folder.path())
+    EXPECT_NE(runCamera({"--listen", std::to_string(camera.port()), "--root", folder.path()})
                   .find("Address already in use; choose another with --listen\n"),
               std::string::npos);
     fs::create_directory(folder.path("etc"));
     std::ofstream(folder.path("etc/accountmgr.conf")) << "groups=admin\n";
     std::ofstream(folder.path("etc/configer.db")) << "no database at all";
-    const std::string said = runCamera("--root " + folder.path());
+    const std::string said = runCamera({"--root", folder.path()});
     EXPECT_NE(said.find(folder.path() + "/etc/configer.db: "), std::string::npos) << said;
     EXPECT_NE(said.find("remove it"), std::string::npos) << said;
 }
@@ -254,8 +251,8 @@ TEST(Camera, ADaemonThatCannotStartIsQuoted)
 TEST(Camera, AClientTooManyIsToldSo)
 {
     const CameraProcess camera({"--kelpa", "/bin/false"});
-    std::vector<FileDescriptor> silent(400);
-    for (FileDescriptor &client : silent)
+    std::vector<ClientSide> silent(400);
+    for (ClientSide &client : silent)
         client = camera.send("");
     EXPECT_EQ(statusOf(camera.get("/camera/state")), 503);
 }
@@ -272,15 +269,15 @@ TEST(Camera, StateIsBoundedWhateverTheStoreCounts)
 TEST(Camera, StoreOutlivesHostileClients)
 {
     const CameraProcess camera;
-    const size_t descriptors = countDescriptors(camera.pid());
-    const FileDescriptor silent = camera.say("/tmp/configer", "");
+    const size_t descriptors = descriptorsOf(camera);
+    ClientSide silent = camera.say("/tmp/configer", "");
     EXPECT_EQ(camera.askStore("GET / HTTP/1.1\r\n\r\n"), "");
     EXPECT_EQ(camera.askStore("set NameValue 99 0 0\nlayout_title_text=a\nb&"), "");
     EXPECT_EQ(camera.askStore("get NameValue 99 0\nno_such_key&"), "");
     EXPECT_EQ(camera.askStore("set NameValue 99 0 0\nlayout_title_text=" + std::string(100000, 'x')), "");
     (void)camera.say("/tmp/configer", "set Name");
     EXPECT_EQ(camera.askStore("get NameValue 99 0\nlayout_title_text="), "layout_title_text=Kelpa Camera\n");
-    EXPECT_TRUE(comesDownTo(descriptors + 1, camera.pid())) << "the silent client alone is still there";
+    EXPECT_TRUE(comesDownTo(descriptors + 1, camera)) << "the silent client alone is still there";
 }
 
 } // namespace

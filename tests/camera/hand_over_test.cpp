@@ -27,13 +27,13 @@ class HandOverTest : public testing::Test
     ~HandOverTest() override { FDCGI_close(endpoint); }
 
     /** Takes the next request; the values are the endpoint's until the one after it. */
-    FileDescriptor take()
+    ClientSide take()
     {
         pollfd wait = {FDCGI_GetSocketFd(endpoint), POLLIN, 0};
         int socket = -1;
-        if (poll(&wait, 1, 10000) != 1 || FDCGI_read(endpoint, &socket) != 0)
+        if (poll(&wait, 1, TEST_DEADLINE.count()) != 1 || FDCGI_read(endpoint, &socket) != 0)
             throw std::runtime_error("no request was handed over");
-        return FileDescriptor(socket);
+        return ClientSide(FileDescriptor(socket));
     }
 
     CameraProcess camera{{"--kelpa", "/bin/false"}};
@@ -42,8 +42,8 @@ class HandOverTest : public testing::Test
 
 TEST_F(HandOverTest, RequestArrivesAsTheClientSentIt)
 {
-    const FileDescriptor client = camera.send("DELETE /cgi/admin/a%20b.cgi?x=%41&y=1+2 HTTP/1.1\r\n\r\n");
-    const FileDescriptor socket = take();
+    ClientSide client = camera.send("DELETE /cgi/admin/a%20b.cgi?x=%41&y=1+2 HTTP/1.1\r\n\r\n");
+    ClientSide socket = take();
     EXPECT_STREQ(FDCGI_GetMethod(endpoint), "DELETE");
     EXPECT_STREQ(FDCGI_GetUrl(endpoint), "/cgi/admin/a%20b.cgi");
     EXPECT_STREQ(FDCGI_GetQueryString(endpoint), "x=%41&y=1+2");
@@ -60,46 +60,46 @@ TEST_F(HandOverTest, BodyIsTakenUpToItsLimitAndTheRestStaysOnTheSocket)
     for (const auto &[path, length, handedOver] : cases) {
         SCOPED_TRACE(path + std::to_string(length));
         const std::string body = audioPayload(length);
-        const FileDescriptor client =
+        ClientSide client =
             camera.send("POST " + std::string(path) + " HTTP/1.1\r\nContent-Length: " + std::to_string(length) +
                         "\r\n\r\n" + body + "END");
-        const FileDescriptor socket = take();
+        ClientSide socket = take();
         EXPECT_EQ(FDCGI_GetContentLength(endpoint), std::to_string(length));
         ASSERT_EQ(FDCGI_GetPostBodyLength(endpoint), handedOver);
         if (handedOver > 0) {
             EXPECT_EQ(std::string_view(FDCGI_GetPostBody(endpoint), handedOver), body.substr(0, handedOver));
         }
-        EXPECT_EQ(readUntil(socket.get(), "END"), body.substr(handedOver) + "END");
+        EXPECT_EQ(socket.readUntil("END"), body.substr(handedOver) + "END");
     }
 }
 
 TEST_F(HandOverTest, HeadMayComeByteByByte)
 {
-    const FileDescriptor client = camera.send("");
+    ClientSide client = camera.send("");
     for (const char c : std::string("POST /dev/speaker.cgi?client=a HTTP/1.1\r\nContent-Length: 4\r\n\r\nBODY"))
-        ASSERT_EQ(send(client.get(), &c, 1, MSG_NOSIGNAL), 1);
-    const FileDescriptor socket = take();
-    EXPECT_EQ(readUntil(socket.get(), "BODY"), "BODY");
+        client.send({&c, 1});
+    ClientSide socket = take();
+    EXPECT_EQ(socket.readUntil("BODY"), "BODY");
 }
 
 TEST_F(HandOverTest, WaitingClientIsToldToGoOn)
 {
-    const FileDescriptor client =
+    ClientSide client =
         camera.send("POST /config/network.cgi HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 4\r\n\r\n");
-    EXPECT_EQ(readUntil(client.get(), "\r\n\r\n"), "HTTP/1.1 100 Continue\r\n\r\n");
-    ASSERT_EQ(send(client.get(), "BODY", 4, MSG_NOSIGNAL), 4);
-    const FileDescriptor socket = take();
+    EXPECT_EQ(client.readUntil("\r\n\r\n"), "HTTP/1.1 100 Continue\r\n\r\n");
+    client.send("BODY");
+    ClientSide socket = take();
     EXPECT_STREQ(FDCGI_GetPostBody(endpoint), "BODY");
 }
 
 TEST_F(HandOverTest, ConnectionIsTheDaemonsAlone)
 {
-    const FileDescriptor client = camera.send("GET /common/info.cgi HTTP/1.1\r\n\r\n");
+    ClientSide client = camera.send("GET /common/info.cgi HTTP/1.1\r\n\r\n");
     {
-        const FileDescriptor socket = take();
-        ASSERT_EQ(send(socket.get(), "raw", 3, MSG_NOSIGNAL), 3);
+        ClientSide socket = take();
+        socket.send("raw");
     }
-    EXPECT_EQ(readUntil(client.get()), "raw"); // closed when the daemon closes it
+    EXPECT_EQ(client.readAll(), "raw"); // closed when the daemon closes it
 }
 
 } // namespace

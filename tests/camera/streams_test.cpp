@@ -84,21 +84,12 @@ class StreamClientTest : public testing::Test
         int ends[2];
         if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0)
             throw std::runtime_error("socketpair");
-        peer.reset(ends[1]);
+        peer = ClientSide(FileDescriptor(ends[1]));
         client = camera::StreamClient::start(io, FileDescriptor(ends[0]));
     }
 
-    std::string received() const
-    {
-        std::string text;
-        char bytes[65536];
-        for (ssize_t got = 0; (got = read(peer.get(), bytes, sizeof bytes)) > 0;)
-            text.append(bytes, static_cast<size_t>(got));
-        return text;
-    }
-
     boost::asio::io_context io;
-    FileDescriptor peer;
+    ClientSide peer;
     std::shared_ptr<camera::StreamClient> client;
 };
 
@@ -111,10 +102,10 @@ TEST_F(StreamClientTest, SlowOneGetsWholePartsAndTheNewestAfterAGap)
 
     std::string text;
     while (client->sent() < 2) {
-        text += received();
+        text += peer.readNow();
         io.poll();
     }
-    text += received();
+    text += peer.readNow();
     text.erase(0, text.find("\r\n\r\n") + 4);
     EXPECT_EQ(text, *part('a') + *part('d'));
 }
@@ -127,24 +118,23 @@ TEST_F(StreamClientTest, OneThatTakesNothingIsLeft)
     const auto after = Client::Clock::now();
     EXPECT_FALSE(client->ended(before + Client::PATIENCE));
     EXPECT_TRUE(client->ended(after + Client::PATIENCE + std::chrono::milliseconds(1)));
-    received();
-    EXPECT_EQ(read(peer.get(), std::string(1, ' ').data(), 1), 0) << "the connection is closed";
+    (void)peer.readAll(); // closed
 }
 
 TEST_F(StreamClientTest, OneThatHasAllIsWaitedFor)
 {
-    received();
+    peer.readNow();
     EXPECT_FALSE(client->ended(camera::StreamClient::Clock::now() + 2 * camera::StreamClient::PATIENCE));
 }
 
 TEST_F(StreamClientTest, OneThatOnlyStopsSendingGetsPictures)
 {
-    ASSERT_EQ(shutdown(peer.get(), SHUT_WR), 0);
+    ASSERT_EQ(shutdown(peer.fd(), SHUT_WR), 0);
     io.poll();
     client->offer(std::make_shared<const std::string>("picture"));
     EXPECT_FALSE(client->ended());
-    EXPECT_TRUE(received().ends_with("picture"));
-    peer.reset();
+    EXPECT_TRUE(peer.readNow().ends_with("picture"));
+    peer.close();
     client->offer(std::make_shared<const std::string>("picture"));
     EXPECT_TRUE(client->ended());
 }
@@ -170,7 +160,7 @@ std::chrono::milliseconds timeToShow(const CameraProcess &camera, StreamReader &
         return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
     };
     while (!shows(stream.readFrame()))
-        if (passed() > TEST_TIME)
+        if (passed() > TEST_DEADLINE)
             throw std::runtime_error("never shown: " + target);
     return passed();
 }
@@ -228,7 +218,7 @@ TEST(Streams, OneClientThatReadsNothingHoldsNobodyUp)
 {
     const CameraProcess camera;
     camera.setInStore("videoin_c0_s1_mjpeg_maxframe=50&");
-    const FileDescriptor stuck = camera.send("GET /video/mjpg.cgi HTTP/1.1\r\n\r\n");
+    ClientSide stuck = camera.send("GET /video/mjpg.cgi HTTP/1.1\r\n\r\n");
     std::vector<std::jthread> threads;
     std::atomic<int> whole = 0;
     for (int i = 0; i < 19; ++i)
@@ -260,7 +250,7 @@ TEST(Streams, ProfilesStreamSideBySideUntilTheyAreNoLongerMotionJpeg)
     EXPECT_EQ(second.readFrame().width, 640);
     EXPECT_EQ(third.readFrame().width, 320);
     EXPECT_EQ(statusOf(camera.get("/config/video.cgi?profileid=2&codec=H.264")), 200);
-    EXPECT_TRUE(second.ends());
+    second.readToTheEnd();
     EXPECT_EQ(statusOf(camera.get("/video/mjpg.cgi?profileid=2")), 400);
     EXPECT_EQ(third.readFrame().width, 320);
 }
@@ -289,14 +279,14 @@ TEST(Streams, NothingIsDrawnWhileNobodyWatches)
 TEST(Streams, SnapshotIsOfTheProfileThatIsAskedFor)
 {
     const CameraProcess camera;
-    const auto widthOf = [&](const std::string &target) { return readJpeg(bodyOf(camera.get(target))).width; };
+    const auto widthOf = [&](const std::string &target) { return readJpeg(replyBody(camera.get(target))).width; };
     EXPECT_EQ(widthOf("/camera/snapshot"), 640) << "the first of motion JPEG";
     EXPECT_EQ(widthOf("/camera/snapshot?profile=1"), 1280);
     EXPECT_EQ(widthOf("/camera/snapshot?profile=3"), 320);
     for (const std::string asked : {"0", "4", "-1", "2x", "99999999999"}) {
         const std::string reply = camera.get("/camera/snapshot?profile=" + asked);
         EXPECT_EQ(statusOf(reply), 404) << asked;
-        EXPECT_TRUE(nlohmann::json::parse(bodyOf(reply)).contains("error")) << asked;
+        EXPECT_TRUE(nlohmann::json::parse(replyBody(reply)).contains("error")) << asked;
     }
     EXPECT_EQ(statusOf(camera.post("/camera/snapshot")), 405);
 }
@@ -312,11 +302,11 @@ TEST(Streams, HandBackThatCannotBeServedIsClosed)
         const FileDescriptor socket(UnixSocket_Open(SOCK_DGRAM));
         EXPECT_EQ(UnixSocket_Connect(socket.get(), (camera.root() + "/var/run/http/fdipc1").c_str()), 0);
         EXPECT_GT(UnixSocket_SendPieces(socket.get(), {&text, 1}, passed.get(), 0), 0);
-        return FileDescriptor(ends[0]);
+        return ClientSide(FileDescriptor(ends[0]));
     };
     for (const std::string &text :
          {std::string("garbage"), std::string("stream9\r\n--myboundary\r\n"), std::string(3000, '-')})
-        EXPECT_EQ(readUntil(handBack(text).get()), "") << text.substr(0, 20);
+        EXPECT_EQ(handBack(text).readAll(), "") << text.substr(0, 20);
 
     StreamReader withoutProfile(handBack("--myboundary\r\nkelpa\r\nkelpa\r\n"));
     EXPECT_EQ(withoutProfile.readFrame().width, 640);

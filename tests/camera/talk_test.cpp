@@ -163,15 +163,15 @@ TEST(Talk, RefusalsAreUnderstood)
 {
     const CameraProcess camera;
     const std::string address = addressOf(camera), file = toneFile(camera, 80000);
-    EXPECT_EQ(bodyOf(camera.get("/config/speaker.cgi?enable=no")), "enable=no\r\n");
+    EXPECT_EQ(replyBody(camera.get("/config/speaker.cgi?enable=no")), "enable=no\r\n");
     Outcome outcome = runTalk({"--host", address, file});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.error,
               "kelpa-talk: " + address + ": the camera refuses (401): its speaker is switched off\n");
 
-    EXPECT_EQ(bodyOf(camera.get("/config/speaker.cgi?enable=yes")), "enable=yes\r\n");
+    EXPECT_EQ(replyBody(camera.get("/config/speaker.cgi?enable=yes")), "enable=yes\r\n");
     EXPECT_EQ(camera.get("/dev/speaker.cgi?client=first"), "HTTP/1.1 200 OK\r\n");
-    const FileDescriptor first =
+    ClientSide first =
         camera.send("POST /dev/speaker.cgi?client=first HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n" + RANDOM_4CC +
                     audioFrame("a"));
     waitForTalk(camera, "frames", 1);

@@ -37,54 +37,67 @@ FDCGI_Request toPlatform(const TestRequest &request, std::string &length)
 
 } // namespace
 
-ClientSide::Got ClientSide::readSome(std::string &into, bool wait)
+ClientSide::Got ClientSide::receive(bool wait)
 {
-    pollfd readable = {socket_.get(), POLLIN, 0};
+    pollfd readable = {connection_.get(), POLLIN, 0};
     if (poll(&readable, 1, wait ? static_cast<int>(TEST_DEADLINE.count()) : 0) <= 0) {
         if (wait)
-            ADD_FAILURE() << "nothing came; until then: " << into;
+            ADD_FAILURE() << "nothing came; until then: " << received_;
         return Got::Nothing;
     }
     char bytes[65536];
-    const ssize_t got = recv(socket_.get(), bytes, sizeof bytes, 0);
+    const ssize_t got = ::read(connection_.get(), bytes, sizeof bytes);
     if (got <= 0)
         return Got::End;
-    into.append(bytes, static_cast<size_t>(got));
+    received_.append(bytes, static_cast<size_t>(got));
     return Got::Bytes;
+}
+
+std::string ClientSide::take(size_t length)
+{
+    std::string taken = received_.substr(0, length);
+    received_.erase(0, length);
+    return taken;
 }
 
 std::string ClientSide::readAll()
 {
-    std::string text;
-    while (readSome(text, true) == Got::Bytes)
+    while (receive(true) == Got::Bytes)
         continue;
-    return text;
+    return std::exchange(received_, {});
 }
 
-std::string ClientSide::readUntil(std::string_view end)
+std::string ClientSide::readUntil(std::string_view sign)
 {
-    std::string text;
-    while (!text.ends_with(end)) {
-        const Got got = readSome(text, true);
+    size_t at = 0;
+    while ((at = received_.find(sign)) == std::string::npos) {
+        const Got got = receive(true);
         if (got == Got::End)
-            ADD_FAILURE() << "closed before \"" << end << "\" came; until then: " << text;
+            ADD_FAILURE() << "closed before \"" << sign << "\" came; until then: " << received_;
         if (got != Got::Bytes)
-            break;
+            return std::exchange(received_, {});
     }
-    return text;
+    return take(at + sign.size());
+}
+
+std::string ClientSide::read(size_t length)
+{
+    while (received_.size() < length && receive(true) == Got::Bytes)
+        continue;
+    EXPECT_GE(received_.size(), length) << "closed before that";
+    return take(length);
 }
 
 std::string ClientSide::readNow()
 {
-    std::string text;
-    while (readSome(text, false) == Got::Bytes)
+    while (receive(false) == Got::Bytes)
         continue;
-    return text;
+    return std::exchange(received_, {});
 }
 
 void ClientSide::send(std::string_view bytes) const
 {
-    const ssize_t sent = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const ssize_t sent = ::send(connection_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     EXPECT_EQ(sent, static_cast<ssize_t>(bytes.size())) << strerror(errno);
 }
 

@@ -9,31 +9,36 @@
 #include <string_view>
 
 /**
- * The client's end of a connection whose other end the daemon has. What takes longer than TEST_DEADLINE fails the
- * test and gives what has come until then.
+ * One end of a connection, or the reading end of a pipe. What takes longer than TEST_DEADLINE fails the test and gives
+ * what has come until then. No byte is given twice.
  */
 class ClientSide
 {
   public:
     ClientSide() = default;
-    explicit ClientSide(FileDescriptor socket) : socket_(std::move(socket)) {}
+    explicit ClientSide(FileDescriptor connection) : connection_(std::move(connection)) {}
 
-    /** Every byte until the daemon closes; bytes already given are not given again. */
+    /** Every byte until the other end closes. */
     std::string readAll();
-    /** Waits until what came since the last call ends with `end`, and gives it. */
-    std::string readUntil(std::string_view end);
+    /** Every byte up to `sign`, and the sign itself. */
+    std::string readUntil(std::string_view sign);
+    /** So many bytes. */
+    std::string read(size_t length);
     /** What has come already, without waiting. */
     std::string readNow();
     void send(std::string_view bytes) const;
     /** Closes the connection; the destructor does it too. */
-    void close() { socket_.reset(); }
-    [[nodiscard]] int fd() const { return socket_.get(); }
+    void close() { connection_.reset(); }
+    [[nodiscard]] int fd() const { return connection_.get(); }
 
   private:
     enum class Got { Bytes, Nothing, End };
-    Got readSome(std::string &into, bool wait);
+    Got receive(bool wait);
+    /** Gives the first bytes of what was received. */
+    std::string take(size_t length);
 
-    FileDescriptor socket_;
+    FileDescriptor connection_;
+    std::string received_; ///< and was not given yet
 };
 
 /** One HTTP request as the web server hands it over. */
