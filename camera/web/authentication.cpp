@@ -1,7 +1,6 @@
 #include "camera/web/authentication.h"
 
 #include <algorithm>
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -133,7 +132,8 @@ std::optional<Credentials> parseBasicCredentials(std::string_view authorization)
 }
 
 Authenticator::Authenticator(asio::io_context &io, AccountFiles accounts)
-    : io_(io), accounts_(std::move(accounts)), nobody_(hashPassword(randomPassword()))
+    : io_(io), accounts_(std::move(accounts)), nobody_(hashPassword(randomPassword())),
+      worker_(io, Worker::AtTheEnd::Drop)
 {
 }
 
@@ -178,8 +178,8 @@ asio::awaitable<bool> Authenticator::isRight(const Credentials &credentials, con
 {
     const bool exists = !hash.empty();
     const std::string compared = exists ? hash : nobody_;
-    const auto work = [&]() -> asio::awaitable<bool> { co_return passwordMatches(credentials.password, compared); };
-    const bool matches = co_await asio::co_spawn(worker_, work(), asio::use_awaitable);
+    const auto work = [&] { return passwordMatches(credentials.password, compared); };
+    const bool matches = co_await worker_.run(work);
     const bool right = matches && exists;
     co_return right;
 }

@@ -2,10 +2,10 @@
 
 #include "camera/accounts/accounts.h"
 #include "camera/base/awaitable.h"
+#include "camera/base/worker.h"
 #include "camera/http/http_message.h"
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <chrono>
 #include <functional>
 #include <map>
@@ -68,7 +68,7 @@ class Authenticator
     std::string nobody_; ///< compared with for a name that does not exist: it takes as long as a wrong password
     std::map<std::string, Known> known_; ///< by account name; holds accounts that exist only
     std::map<std::string, Offender> offenders_;
-    boost::asio::thread_pool worker_{1};
+    Worker worker_;
 };
 
 } // namespace camera

@@ -110,7 +110,7 @@ class RecorderTest : public testing::Test, protected PictureSource
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work{io.get_executor()};
     Surroundings around{.io = io, .root = root, .store = store, .clock = clock};
     EventLog log{clock};
-    FileWorker worker{io};
+    Worker worker{io, Worker::AtTheEnd::Finish};
     Recorder recorder{around, worker, log};
     int width = 0;
 };

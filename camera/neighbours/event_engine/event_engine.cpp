@@ -64,7 +64,7 @@ class EventEngine : public Neighbour
 {
   public:
     explicit EventEngine(Surroundings &around)
-        : around_(around), log_(around.clock), worker_(around.io), snapshots_(around, worker_, log_),
+        : around_(around), log_(around.clock), worker_(around.io, Worker::AtTheEnd::Finish), snapshots_(around, worker_, log_),
           recorder_(around, worker_, log_), timer_(around.io), lastLook_(around.clock.now()),
           subscriptions_{
               around.events.connect([this](const CameraEvent &event) { sense(event); }),
@@ -246,7 +246,7 @@ class EventEngine : public Neighbour
 
     Surroundings &around_;
     EventLog log_;
-    FileWorker worker_;
+    Worker worker_;
     Snapshots snapshots_;
     Recorder recorder_;
     asio::steady_timer timer_;

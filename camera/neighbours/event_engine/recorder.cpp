@@ -107,7 +107,7 @@ class Recorder::Clip
     bool finished_ = false;
 };
 
-Recorder::Recorder(Surroundings &around, FileWorker &worker, EventLog &log)
+Recorder::Recorder(Surroundings &around, Worker &worker, EventLog &log)
     : around_(around), worker_(worker), log_(log), timer_(around.io), clips_(*this)
 {
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "camera/base/bounded_folder.h"
-#include "camera/base/file_worker.h"
+#include "camera/base/worker.h"
 #include "camera/neighbours/event_engine/clip_recorder.h"
 #include "camera/neighbours/event_engine/event_log.h"
 #include "camera/surroundings/neighbour.h"
@@ -24,7 +24,7 @@ struct RecordingPlace {
 class Recorder : private ClipSink
 {
   public:
-    Recorder(Surroundings &around, FileWorker &worker, EventLog &log);
+    Recorder(Surroundings &around, Worker &worker, EventLog &log);
     ~Recorder() override;
 
     /** Does from now on what the plan says; to be called as often as anybody likes. */
@@ -42,7 +42,7 @@ class Recorder : private ClipSink
     void fail(const std::string &error);
 
     Surroundings &around_;
-    FileWorker &worker_;
+    Worker &worker_;
     EventLog &log_;
     boost::asio::steady_timer timer_;
     bool running_ = false; ///< the timer

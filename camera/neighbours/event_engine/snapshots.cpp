@@ -30,7 +30,7 @@ std::string safeName(std::string text)
 
 } // namespace
 
-Snapshots::Snapshots(Surroundings &around, FileWorker &worker, EventLog &log)
+Snapshots::Snapshots(Surroundings &around, Worker &worker, EventLog &log)
     : around_(around), worker_(worker), log_(log)
 {
 }

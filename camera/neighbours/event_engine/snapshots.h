@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/base/file_worker.h"
+#include "camera/base/worker.h"
 #include "camera/neighbours/event_engine/event_log.h"
 #include "camera/surroundings/neighbour.h"
 
@@ -14,7 +14,7 @@ namespace camera
 class Snapshots
 {
   public:
-    Snapshots(Surroundings &around, FileWorker &worker, EventLog &log);
+    Snapshots(Surroundings &around, Worker &worker, EventLog &log);
 
     void take(const std::string &cause);
     [[nodiscard]] nlohmann::json state() const;
@@ -23,7 +23,7 @@ class Snapshots
     void keep(const JpegPicture &picture, const std::string &cause);
 
     Surroundings &around_;
-    FileWorker &worker_;
+    Worker &worker_;
     EventLog &log_;
     int count_ = 0;
     int files_ = 0;

@@ -1,4 +1,4 @@
-#include "camera/base/file_worker.h"
+#include "camera/base/worker.h"
 
 #include <boost/asio/post.hpp>
 #include <exception>
@@ -8,7 +8,14 @@ namespace camera
 
 namespace asio = boost::asio;
 
-void FileWorker::post(Work work, Done done)
+Worker::~Worker()
+{
+    if (atTheEnd_ == AtTheEnd::Drop)
+        thread_.stop();
+    thread_.join();
+}
+
+void Worker::post(Work work, Done done)
 {
     ++waiting_;
     asio::post(thread_, [this, work = std::move(work), done = std::move(done)]() mutable {
@@ -18,7 +25,8 @@ void FileWorker::post(Work work, Done done)
         } catch (const std::exception &exception) {
             error = exception.what();
         }
-        asio::post(io_, [this, done = std::move(done), error = std::move(error)] {
+        // What the caller gave must end on his thread too, so it goes back whole.
+        asio::post(io_, [this, work = std::move(work), done = std::move(done), error = std::move(error)] {
             --waiting_;
             done(error);
         });
