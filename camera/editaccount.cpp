@@ -6,6 +6,7 @@
 #include "camera/accounts/account_request.h"
 #include "camera/accounts/accounts.h"
 #include "camera/base/files.h"
+#include "camera/base/number.h"
 #include "camera/base/root_folder.h"
 #include "platform/path.h"
 
@@ -38,9 +39,10 @@ void carryOut(const camera::AccountRequest &request, const camera::AccountFiles 
 /** Asks the daemon to read the accounts again. Without a daemon there is nobody to ask, and nothing is wrong. */
 void tellDaemon(const std::string &pidFile)
 {
-    pid_t pid = 0;
     try {
-        pid = static_cast<pid_t>(std::strtol(camera::readFile(pidFile).c_str(), nullptr, 10));
+        const std::string text = camera::readFile(pidFile);
+        std::string_view digits = text;
+        const pid_t pid = camera::takeNumber<pid_t>(digits).value_or(0);
         // A pid file that was left behind may name a process that SIGUSR1 would end.
         if (pid > 1 && camera::readFile("/proc/" + std::to_string(pid) + "/comm") == "kelpa\n")
             kill(pid, SIGUSR1);

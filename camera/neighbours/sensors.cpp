@@ -1,7 +1,7 @@
+#include "camera/base/number.h"
 #include "camera/surroundings/neighbours.h"
 
 #include <algorithm>
-#include <charconv>
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -54,17 +54,15 @@ class Sensors : public Neighbour
     {
         json states = json::array();
         for (int i = 0; i < countOf(count); ++i)
-            states.push_back(onOff(around_.store.text(status + std::to_string(i)).starts_with('1')));
+            states.push_back(onOff(around_.store.isOn(status + std::to_string(i))));
         return states;
     }
 
     HttpResponse change(const OwnRequest &request, CameraEvent::Source source, const std::string &name, int highest)
     {
-        int number = 0;
-        const char *const end = request.tail.data() + request.tail.size();
-        const auto [parsed, error] = std::from_chars(request.tail.data(), end, number);
+        const int number = parseNumber(request.tail).value_or(0);
         const std::string noun = source == CameraEvent::Source::Motion ? "motion window" : "input";
-        if (error != std::errc() || parsed != end || number < 1 || number > highest)
+        if (number < 1 || number > highest)
             return errorResponse(404, "there is no " + noun + " " + request.tail + ", only 1 to " +
                                           std::to_string(highest));
         const std::string state = request.parameter("state");

@@ -1,7 +1,8 @@
 #include "camera/store/clock.h"
 
+#include "camera/base/number.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <optional>
 
@@ -66,9 +67,7 @@ CameraClock::CameraClock(Store &store, HostTime hostTime)
               keepDifference(seconds(0));
       }))
 {
-    long long kept = 0;
-    const std::string &text = store.text(DIFFERENCE_KEY);
-    std::from_chars(text.data(), text.data() + text.size(), kept);
+    const long long kept = parseNumber<long long>(store.text(DIFFERENCE_KEY)).value_or(0);
     // Within what the settings can reach, whatever the file holds.
     const long long most = (MAX_YEAR - MIN_YEAR + 1) * 366LL * 86400;
     if (!synchronised() && kept >= -most && kept <= most)
@@ -86,7 +85,7 @@ minutes CameraClock::zone() const
     // Ten steps are a quarter of an hour; what is left over tells apart zones of the same offset. Daylight saving
     // is an hour as long as it is switched on: the camera does not know the dates on which a country changes.
     const int index = std::clamp(store_.number("system_timezoneindex"), -LAST_ZONE, LAST_ZONE);
-    return minutes(index / 10 * 15 + (store_.text("system_daylight_enable").starts_with('1') ? 60 : 0));
+    return minutes(index / 10 * 15 + (store_.isOn("system_daylight_enable") ? 60 : 0));
 }
 
 bool CameraClock::synchronised() const

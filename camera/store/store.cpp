@@ -1,6 +1,7 @@
 #include "camera/store/store.h"
 
-#include <charconv>
+#include "camera/base/number.h"
+
 #include <sqlite3.h>
 
 namespace camera
@@ -97,10 +98,8 @@ const std::string &Store::text(std::string_view key) const
 
 int Store::number(std::string_view key, int otherwise) const
 {
-    const std::string &value = text(key);
-    int number = otherwise;
-    std::from_chars(value.data(), value.data() + value.size(), number);
-    return number;
+    std::string_view value = text(key);
+    return takeNumber(value).value_or(otherwise);
 }
 
 void Store::write(std::span<const Setting> settings)

@@ -51,6 +51,9 @@ class Store
     /** The value as a decimal number; `otherwise` when it is missing or does not begin with one. */
     [[nodiscard]] int number(std::string_view key, int otherwise = 0) const;
 
+    /** Whether the value begins with "1", as all that the settings switch have it. */
+    [[nodiscard]] bool isOn(std::string_view key) const { return text(key).starts_with('1'); }
+
     /** Stores all settings in one transaction, then tells the watchers, in order. Throws StoreError. */
     void set(std::span<const Setting> settings);
     void set(std::string_view key, std::string_view value);

@@ -18,11 +18,6 @@ constexpr size_t MAX_CLIPS = 1000;
 constexpr std::uint64_t MAX_CLIP_BYTES = 64 * MEGABYTE;
 constexpr int MAX_BEFORE = 15;
 
-bool isOn(const Store &store, const char *key)
-{
-    return store.text(key).starts_with('1');
-}
-
 RecordingPlan readPlan(const Store &store, const char *source)
 {
     RecordingPlan plan;
@@ -38,11 +33,11 @@ RecordingPlan readPlan(const Store &store, const char *source)
 FolderLimit readClipLimit(const Store &store)
 {
     std::uint64_t reserve = 0;
-    if (isOn(store, "recording_i0_limitsize"))
+    if (store.isOn("recording_i0_limitsize"))
         reserve = static_cast<std::uint64_t>(std::max(0, store.number("recording_i0_reserveamount")));
     return {.bytes = (CARD_MEGABYTES - std::min(reserve, CARD_MEGABYTES)) * MEGABYTE,
             .files = MAX_CLIPS,
-            .removeOldest = isOn(store, "recording_i0_cyclic")};
+            .removeOldest = store.isOn("recording_i0_cyclic")};
 }
 
 RecordingPlan readSchedulePlan(const Store &store)

@@ -73,7 +73,7 @@ EventRule readEventRule(const Store &store, int slot)
     const std::string name = "event_i" + std::to_string(slot);
     const std::string &trigger = store.text(name + "_trigger");
     EventRule rule;
-    rule.enabled = store.text(name + "_enable").starts_with('1');
+    rule.enabled = store.isOn(name + "_enable");
     rule.schedule = readSchedule(store, name);
     if (trigger == "motion")
         rule.trigger = EventTrigger::Motion;

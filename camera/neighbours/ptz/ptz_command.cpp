@@ -1,7 +1,8 @@
 #include "camera/neighbours/ptz/ptz_command.h"
 
+#include "camera/base/number.h"
+
 #include <algorithm>
-#include <charconv>
 #include <map>
 
 namespace camera
@@ -45,11 +46,10 @@ Pairs split(std::string_view line)
 
 int number(std::string_view key, std::string_view text, int lowest, int highest)
 {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < lowest || value > highest)
+    const std::optional<int> value = parseNumber(text);
+    if (!value || *value < lowest || *value > highest)
         refuse(key, text);
-    return value;
+    return *value;
 }
 
 std::optional<std::string_view> find(const Pairs &pairs, std::string_view key)
