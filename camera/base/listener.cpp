@@ -1,8 +1,11 @@
 #include "camera/base/listener.h"
 
+#include "camera/base/spawn.h"
 #include "platform/unix_socket.h"
 
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <cerrno>
 #include <chrono>
 #include <sys/socket.h>
@@ -13,6 +16,7 @@ namespace camera
 
 namespace asio = boost::asio;
 using asio::ip::tcp;
+using Descriptor = asio::posix::stream_descriptor;
 
 namespace
 {
@@ -28,37 +32,36 @@ void check(int result, const std::string &what)
 } // namespace
 
 Listener::Listener(asio::io_context &io, FileDescriptor listening, Accepted accepted)
-    : listening_(io, listening.release()), pause_(io), accepted_(std::move(accepted))
+    : state_(std::make_shared<State>(
+          State{Descriptor(io, listening.release()), asio::steady_timer(io), std::move(accepted)}))
 {
-    wait();
+    spawn(io, acceptClients(state_));
 }
 
-void Listener::wait()
+Listener::~Listener()
 {
-    listening_.async_wait(asio::posix::stream_descriptor::wait_read,
-                          [this, alive = std::weak_ptr(alive_)](const boost::system::error_code &error) {
-                              if (!error && !alive.expired())
-                                  acceptAll();
-                          });
+    boost::system::error_code ignored;
+    state_->listening.close(ignored);
+    state_->pause.cancel();
 }
 
-void Listener::acceptAll()
+asio::awaitable<void> Listener::acceptClients(std::shared_ptr<State> state)
 {
-    for (;;) {
-        FileDescriptor client(accept4(listening_.native_handle(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    boost::system::error_code error;
+    while (state->listening.is_open()) {
+        // Asio's own accept makes a descriptor first and close-on-exec later.
+        FileDescriptor client(
+            accept4(state->listening.native_handle(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        const int reason = client.valid() ? 0 : errno;
         if (client.valid()) {
-            accepted_(std::move(client));
-            continue;
+            state->accepted(std::move(client));
+        } else if (reason == EAGAIN) {
+            co_await state->listening.async_wait(Descriptor::wait_read,
+                                                 asio::redirect_error(asio::use_awaitable, error));
+        } else if (reason != ECONNABORTED && reason != EINTR) {
+            state->pause.expires_after(std::chrono::milliseconds(100));
+            co_await state->pause.async_wait(asio::redirect_error(asio::use_awaitable, error));
         }
-        if (errno == ECONNABORTED || errno == EINTR)
-            continue;
-        if (errno == EAGAIN)
-            return wait();
-        pause_.expires_after(std::chrono::milliseconds(100));
-        return pause_.async_wait([this, alive = std::weak_ptr(alive_)](const boost::system::error_code &error) {
-            if (!error && !alive.expired())
-                acceptAll();
-        });
     }
 }
 

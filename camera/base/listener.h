@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/base/awaitable.h"
 #include "camera/base/file_descriptor.h"
 
 #include <boost/asio/io_context.hpp>
@@ -23,18 +24,20 @@ class Listener
     using Accepted = std::function<void(FileDescriptor)>;
 
     Listener(boost::asio::io_context &io, FileDescriptor listening, Accepted accepted);
-
-    [[nodiscard]] int descriptor() { return listening_.native_handle(); }
+    ~Listener();
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
 
   private:
-    void wait();
-    void acceptAll();
+    /** Shared with the coroutine, which may run on for a moment when the listener is gone already. */
+    struct State {
+        boost::asio::posix::stream_descriptor listening;
+        boost::asio::steady_timer pause;
+        Accepted accepted;
+    };
+    static boost::asio::awaitable<void> acceptClients(std::shared_ptr<State> state);
 
-    boost::asio::posix::stream_descriptor listening_;
-    boost::asio::steady_timer pause_;
-    Accepted accepted_;
-    /** Ends with the listener: what has come to pass already, but was not handled, looks here first. */
-    std::shared_ptr<void> alive_ = std::make_shared<int>();
+    std::shared_ptr<State> state_;
 };
 
 /** A stream socket that listens at a path, which must not exist. Throws std::system_error. */

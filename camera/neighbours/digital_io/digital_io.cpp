@@ -1,9 +1,8 @@
-#include "camera/base/file_descriptor.h"
+#include "camera/base/readable.h"
 #include "camera/base/root_folder.h"
 #include "camera/neighbours/digital_io/output_commands.h"
 #include "camera/surroundings/neighbours.h"
 
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <cerrno>
 #include <fcntl.h>
 #include <iostream>
@@ -20,8 +19,6 @@
 
 namespace camera
 {
-
-namespace asio = boost::asio;
 
 namespace
 {
@@ -42,35 +39,26 @@ class DigitalIo : public Neighbour
 {
   public:
     explicit DigitalIo(Surroundings &around)
-        : around_(around), path_(around.root.path(OUTPUT_FIFO)), fifo_(around.io, openFifo(path_).release())
+        : around_(around), path_(around.root.path(OUTPUT_FIFO)),
+          fifo_(around.io, openFifo(path_), [this](int fifo) { receive(fifo); })
     {
         around.state.add("io", [this] {
             return nlohmann::json{{"commands", commands_}, {"refused", refused_}, {"last", last_}};
         });
-        wait();
     }
 
     ~DigitalIo() override { unlink(path_.c_str()); }
 
   private:
-    void wait()
-    {
-        fifo_.async_wait(asio::posix::stream_descriptor::wait_read, [this](const boost::system::error_code &error) {
-            if (!error)
-                receive();
-        });
-    }
-
     /** One read per turn: a writer that never pauses does not keep the others waiting. */
-    void receive()
+    void receive(int fifo)
     {
         char buffer[4096];
-        const ssize_t got = read(fifo_.native_handle(), buffer, sizeof buffer);
+        const ssize_t got = read(fifo, buffer, sizeof buffer);
         if (got > 0) {
             stream_.add({buffer, static_cast<size_t>(got)});
             carryOutAll();
         }
-        wait();
     }
 
     void carryOutAll()
@@ -93,11 +81,11 @@ class DigitalIo : public Neighbour
 
     Surroundings &around_;
     std::string path_;
-    asio::posix::stream_descriptor fifo_;
     OutputCommands stream_;
     std::uint64_t commands_ = 0;
     std::uint64_t refused_ = 0;
     std::string last_;
+    Readable fifo_;
 };
 
 } // namespace
