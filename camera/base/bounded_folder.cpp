@@ -21,13 +21,13 @@ struct Kept {
 };
 
 /** The oldest first. By the file's own time: the camera's clock may have been set back since it was named. */
-std::vector<Kept> filesOf(const std::string &folder)
+std::vector<Kept> filesOf(const std::string &folder, std::string_view prefix)
 {
     std::vector<Kept> files;
     for (const fs::directory_entry &entry : fs::directory_iterator(folder)) {
         // What somebody deletes meanwhile, or what cannot be looked at, does not count.
         std::error_code error;
-        if (!entry.is_regular_file(error) || error)
+        if (!entry.path().filename().string().starts_with(prefix) || !entry.is_regular_file(error) || error)
             continue;
         const Kept file = {entry.last_write_time(error), error ? 0 : entry.file_size(error), entry.path()};
         if (!error)
@@ -50,7 +50,7 @@ bool removeFile(const fs::path &path)
 void makeRoom(const std::string &folder, const FolderLimit &limit, std::uint64_t bytes)
 {
     fs::create_directories(folder);
-    std::vector<Kept> files = filesOf(folder);
+    std::vector<Kept> files = filesOf(folder, limit.prefix);
     std::erase_if(files,
                   [](const Kept &file) { return file.path.extension() == ".part" && removeFile(file.path); });
     std::uint64_t used = 0;

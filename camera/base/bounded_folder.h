@@ -2,15 +2,17 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace camera
 {
 
-/** What the files of a folder may take together. */
+/** What the files of a folder may take together; those of other names do not count and stay. */
 struct FolderLimit {
     std::uint64_t bytes;
     size_t files;
-    bool removeOldest; ///< to make room; otherwise there is none when the folder is full
+    bool removeOldest;            ///< to make room; otherwise there is none when the folder is full
+    std::string_view prefix = {}; ///< what the names of the files begin with
 };
 
 /**

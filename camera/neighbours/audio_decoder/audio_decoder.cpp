@@ -1,3 +1,6 @@
+#include "camera/base/bounded_folder.h"
+#include "camera/base/number.h"
+#include "camera/base/readable.h"
 #include "camera/base/root_folder.h"
 #include "camera/neighbours/audio_decoder/audio_message.h"
 #include "camera/neighbours/audio_decoder/wav_writer.h"
@@ -5,18 +8,16 @@
 #include "platform/unix_socket.h"
 
 #include <algorithm>
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
-#include <deque>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sys/socket.h>
 #include <system_error>
+#include <vector>
 
 /*
  * The audio decoder: what is said through the camera's speaker goes into WAV files, one per talk, in the folder
@@ -37,10 +38,10 @@ constexpr unsigned SAMPLES_PER_SECOND = 8000;
 constexpr std::chrono::seconds TALK_PAUSE(2);
 /** These two bound the disk: a longer talk goes on in the next file, and the oldest files go. */
 constexpr std::uint32_t MAX_SAMPLES = 10 * 60 * SAMPLES_PER_SECOND;
-constexpr size_t MAX_FILES = 20;
+constexpr std::string_view NAME_BEGIN = "talk-";
+constexpr FolderLimit LIMIT = {.bytes = UINT64_MAX, .files = 20, .removeOldest = true, .prefix = NAME_BEGIN};
 
 constexpr std::string_view TALK_FOLDER = "/talk";
-constexpr std::string_view NAME_BEGIN = "talk-";
 constexpr std::string_view NAME_END = ".wav";
 
 struct TalkFile {
@@ -55,45 +56,48 @@ class TalkFiles
     explicit TalkFiles(std::string folder) : folder_(std::move(folder))
     {
         fs::create_directories(folder_);
+        look();
+    }
+
+    /** Names the file of the next talk and makes room for it; returns its path. Throws as makeRoom() does. */
+    std::string next()
+    {
+        makeRoom(folder_, LIMIT, 0);
+        look();
+        std::string digits = std::to_string(++last_);
+        digits.insert(0, digits.size() < 4 ? 4 - digits.size() : 0, '0');
+        files_.push_back({last_, std::string(NAME_BEGIN) + digits + std::string(NAME_END)});
+        return folder_ + "/" + files_.back().name;
+    }
+
+    [[nodiscard]] const std::vector<TalkFile> &all() const { return files_; }
+
+  private:
+    void look()
+    {
+        files_.clear();
         for (const fs::directory_entry &entry : fs::directory_iterator(folder_))
             if (const std::optional<int> number = numberOf(entry.path().filename().string()))
                 files_.push_back({*number, entry.path().filename().string()});
         std::ranges::sort(files_, {}, &TalkFile::number);
+        if (!files_.empty())
+            last_ = std::max(last_, files_.back().number);
     }
 
-    /** Names the file of the next talk and makes room for it; returns its path. */
-    std::string next()
-    {
-        const int number = files_.empty() ? 1 : files_.back().number + 1;
-        std::string digits = std::to_string(number);
-        digits.insert(0, digits.size() < 4 ? 4 - digits.size() : 0, '0');
-        files_.push_back({number, std::string(NAME_BEGIN) + digits + std::string(NAME_END)});
-        for (; files_.size() > MAX_FILES; files_.pop_front()) {
-            std::error_code ignored;
-            fs::remove(folder_ + "/" + files_.front().name, ignored);
-        }
-        return folder_ + "/" + files_.back().name;
-    }
-
-    [[nodiscard]] const std::deque<TalkFile> &all() const { return files_; }
-
-  private:
     static std::optional<int> numberOf(std::string_view name)
     {
         if (!name.starts_with(NAME_BEGIN) || !name.ends_with(NAME_END))
             return std::nullopt;
         name.remove_prefix(NAME_BEGIN.size());
         name.remove_suffix(NAME_END.size());
-        int number = 0;
-        const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
         constexpr int HIGHEST = 1'000'000'000;
-        if (error != std::errc() || end != name.data() + name.size() || number < 1 || number > HIGHEST)
-            return std::nullopt;
-        return number;
+        const std::optional<int> number = parseNumber(name);
+        return number && *number >= 1 && *number <= HIGHEST ? number : std::nullopt;
     }
 
     std::string folder_;
-    std::deque<TalkFile> files_;
+    std::vector<TalkFile> files_;
+    int last_ = 0; ///< number
 };
 
 FileDescriptor bindDecoder(const std::string &path)
@@ -109,14 +113,13 @@ class AudioDecoder : public Neighbour
   public:
     explicit AudioDecoder(Surroundings &around)
         : socketPath_(around.root.path(DECODER_SOCKET)), files_(around.root.path(TALK_FOLDER)), pause_(around.io),
-          socket_(around.io, bindDecoder(socketPath_).release())
+          socket_(around.io, bindDecoder(socketPath_), [this](int socket) { receiveWaiting(socket); })
     {
         powerOff_ = around.powerOff.connect([this] {
             endTalk();
             configured_ = false;
         });
         around.state.add("talk", [this] { return state(); });
-        waitForMessages();
     }
 
     ~AudioDecoder() override { unlink(socketPath_.c_str()); }
@@ -128,25 +131,13 @@ class AudioDecoder : public Neighbour
         double level = 0;
     };
 
-    void waitForMessages()
-    {
-        socket_.async_wait(asio::posix::stream_descriptor::wait_read,
-                           [this](const boost::system::error_code &error) {
-                               if (error)
-                                   return;
-                               receiveWaiting();
-                               waitForMessages();
-                           });
-    }
-
-    void receiveWaiting()
+    void receiveWaiting(int socket)
     {
         // So that a sender who never stops does not keep the others waiting.
         constexpr int AT_ONCE = 64;
         char datagram[AUDIO_MAX_MESSAGE];
         for (int i = 0; i < AT_ONCE; ++i) {
-            const ssize_t length =
-                recv(socket_.native_handle(), datagram, sizeof datagram, MSG_DONTWAIT | MSG_TRUNC);
+            const ssize_t length = recv(socket, datagram, sizeof datagram, MSG_DONTWAIT | MSG_TRUNC);
             if (length < 0)
                 return;
             take({datagram, std::min(static_cast<size_t>(length), sizeof datagram)},
@@ -182,7 +173,7 @@ class AudioDecoder : public Neighbour
             const std::vector<std::int16_t> decoded = decodeMuLaw(samples);
             talk_->file.append(decoded);
             talk_->level = levelOf(decoded);
-        } catch (const std::system_error &error) {
+        } catch (const std::exception &error) {
             std::cerr << "kelpa-camera: speaker: " << error.what() << "\n";
             endTalk();
         }
@@ -228,7 +219,7 @@ class AudioDecoder : public Neighbour
     std::uint64_t frames_ = 0;
     std::uint64_t rejected_ = 0;
     asio::steady_timer pause_;
-    asio::posix::stream_descriptor socket_;
+    Readable socket_;
     Subscription powerOff_;
 };
 
