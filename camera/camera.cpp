@@ -54,23 +54,28 @@ FileDescriptor openListening(const Options &options)
     }
 }
 
-/** Starts all neighbours; they end in the reverse order. */
-class Neighbourhood
-{
-  public:
+/** All neighbours, in the order in which they are started; they are stopped in the reverse order. */
+struct Neighbourhood {
     explicit Neighbourhood(Surroundings &around)
+        : storeServer(makeStoreServer(around)), eventManager(makeEventManager(around)),
+          sensors(makeSensors(around)), head(makePtzDaemon(around)), pictures(makePictureSource(around, *head)),
+          streams(makeStreams(around, *pictures)), audioDecoder(makeAudioDecoder(around)),
+          digitalIo(makeDigitalIo(around)), systemCommands(makeSystemCommands(around)),
+          eventEngine(makeEventEngine(around, *pictures)), statePage(makeStatePage(around))
     {
-        for (const MakeNeighbour make : NEIGHBOURS)
-            neighbours_.push_back(make(around));
-    }
-    ~Neighbourhood()
-    {
-        while (!neighbours_.empty())
-            neighbours_.pop_back();
     }
 
-  private:
-    std::vector<std::unique_ptr<Neighbour>> neighbours_;
+    std::unique_ptr<Neighbour> storeServer;
+    std::unique_ptr<Neighbour> eventManager;
+    std::unique_ptr<Neighbour> sensors;
+    std::unique_ptr<PtzNeighbour> head;
+    std::unique_ptr<PictureSource> pictures;
+    std::unique_ptr<Neighbour> streams;
+    std::unique_ptr<Neighbour> audioDecoder;
+    std::unique_ptr<Neighbour> digitalIo;
+    std::unique_ptr<Neighbour> systemCommands;
+    std::unique_ptr<Neighbour> eventEngine;
+    std::unique_ptr<Neighbour> statePage;
 };
 
 } // namespace

@@ -60,14 +60,6 @@ class StatePage : public Neighbour
 
 } // namespace
 
-nlohmann::json StateBoard::collect() const
-{
-    nlohmann::json state = nlohmann::json::object();
-    for (const NamedPart &part : parts_)
-        state[part.name] = part.part();
-    return state;
-}
-
 std::unique_ptr<Neighbour> makeStatePage(Surroundings &around)
 {
     return std::make_unique<StatePage>(around);

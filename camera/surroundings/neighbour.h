@@ -2,8 +2,6 @@
 
 #include "camera/base/signal.h"
 #include "camera/http/router.h"
-#include "camera/picture/picture_source.h"
-#include "camera/picture/view.h"
 #include "camera/store/clock.h"
 #include "camera/store/store.h"
 
@@ -15,14 +13,14 @@
 #include <vector>
 
 /*
- * The neighbours: what stands around the daemon on a camera, each in one source file of its own.
+ * The neighbours: what stands around the daemon on a camera, each in one source file or one folder of its own.
  *
  * A neighbour is an object that lives as long as the camera runs: it takes up its work in its constructor, before
  * the daemon is started, and ends it in its destructor, after the daemon was stopped. All of them live on one
  * thread and one io_context, where nothing may block; longer work goes to a thread of the neighbour's own.
  *
- * To add one: write its file with a function that makes it, and name that function in neighbours.h. It is given the
- * Surroundings and finds there:
+ * To add one: write its file with a function that makes it, declare that function in neighbours.h and call it where
+ * camera.cpp starts the neighbours. It is given the Surroundings and finds there:
  *
  *   settings     store.text("key"), store.number("key")
  *                store.watch("key", ...) tells of every set, whoever made it
@@ -40,6 +38,9 @@
  *   time, wires  io, for timers and sockets; clock is what the camera takes for the time
  *
  *   power        rebootWanted.emit("reason") restarts the camera; powerOff and powerOn tell of it
+ *
+ * What one neighbour needs of another, the view or pictures, is an interface that its function is given beside
+ * them.
  *
  * Subscriptions are kept as members: they end with the neighbour.
  */
@@ -89,8 +90,6 @@ struct Surroundings {
     Signal<const std::string &> rebootWanted = {}; ///< emit it, with the reason, to restart the camera
     Signal<> powerOff = {};                        ///< the camera goes down for a restart: close what is open
     Signal<> powerOn = {};                         ///< it comes up again
-    View view = {};                                ///< belongs to the PTZ head; read for every picture
-    PictureSource *pictures = nullptr;             ///< the streams, from the moment they are made
 };
 
 /** Does its work from its constructor to its destructor; nothing else is asked of it. */

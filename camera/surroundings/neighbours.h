@@ -1,37 +1,28 @@
 #pragma once
 
+#include "camera/picture/picture_source.h"
+#include "camera/picture/view_source.h"
 #include "camera/surroundings/neighbour.h"
 
 namespace camera
 {
 
-using MakeNeighbour = std::unique_ptr<Neighbour> (*)(Surroundings &);
+/** The neighbour that moves the head. */
+class PtzNeighbour : public Neighbour, public ViewSource
+{
+};
 
 std::unique_ptr<Neighbour> makeStoreServer(Surroundings &around);
 std::unique_ptr<Neighbour> makeEventManager(Surroundings &around);
 std::unique_ptr<Neighbour> makeSensors(Surroundings &around);
-std::unique_ptr<Neighbour> makeStreams(Surroundings &around);
+std::unique_ptr<PtzNeighbour> makePtzDaemon(Surroundings &around);
+/** Takes the pictures of all others. */
+std::unique_ptr<PictureSource> makePictureSource(Surroundings &around, const ViewSource &head);
+std::unique_ptr<Neighbour> makeStreams(Surroundings &around, PictureSource &pictures);
 std::unique_ptr<Neighbour> makeAudioDecoder(Surroundings &around);
-std::unique_ptr<Neighbour> makePtzDaemon(Surroundings &around);
 std::unique_ptr<Neighbour> makeDigitalIo(Surroundings &around);
 std::unique_ptr<Neighbour> makeSystemCommands(Surroundings &around);
-std::unique_ptr<Neighbour> makeEventEngine(Surroundings &around);
+std::unique_ptr<Neighbour> makeEventEngine(Surroundings &around, PictureSource &pictures);
 std::unique_ptr<Neighbour> makeStatePage(Surroundings &around);
-
-/** All neighbours, in the order in which they are started; they are stopped in the reverse order. */
-// clang-format off
-inline constexpr MakeNeighbour NEIGHBOURS[] = {
-    makeStoreServer,
-    makeEventManager,
-    makeSensors,
-    makeStreams,
-    makeAudioDecoder,
-    makePtzDaemon,
-    makeDigitalIo,
-    makeSystemCommands,
-    makeEventEngine,
-    makeStatePage,
-};
-// clang-format on
 
 } // namespace camera

@@ -79,8 +79,6 @@ class FullDisk
 class RecorderTest : public testing::Test, protected PictureSource
 {
   protected:
-    RecorderTest() { around.pictures = this; }
-
     bool takePicture(int, Receiver receiver) override
     {
         const auto jpeg = std::make_shared<const std::string>(encodeJpeg(Image(width += 16, 48), 80));
@@ -111,7 +109,7 @@ class RecorderTest : public testing::Test, protected PictureSource
     Surroundings around{.io = io, .root = root, .store = store, .clock = clock};
     EventLog log{clock};
     Worker worker{io, Worker::AtTheEnd::Finish};
-    Recorder recorder{around, worker, log};
+    Recorder recorder{around, *this, worker, log};
     int width = 0;
 };
 

@@ -63,9 +63,10 @@ std::string causeOf(const EventRule &rule, const Sensed &sensed)
 class EventEngine : public Neighbour
 {
   public:
-    explicit EventEngine(Surroundings &around)
-        : around_(around), log_(around.clock), worker_(around.io, Worker::AtTheEnd::Finish), snapshots_(around, worker_, log_),
-          recorder_(around, worker_, log_), timer_(around.io), lastLook_(around.clock.now()),
+    EventEngine(Surroundings &around, PictureSource &pictures)
+        : around_(around), log_(around.clock), worker_(around.io, Worker::AtTheEnd::Finish),
+          snapshots_(around, pictures, worker_, log_), recorder_(around, pictures, worker_, log_),
+          timer_(around.io), lastLook_(around.clock.now()),
           subscriptions_{
               around.events.connect([this](const CameraEvent &event) { sense(event); }),
               around.store.watchPrefix("event_i", [this](const Setting &) { lookSoon(); }),
@@ -134,7 +135,8 @@ class EventEngine : public Neighbour
     void lookAtAlarm(CameraClock::LocalTime now)
     {
         const EventRule rule = readEventRule(around_.store, ALARM);
-        const bool active = rule.inForce(now) && rule.triggered(sensed_) && isOn("event_i2_action_do_i0_enable");
+        const bool active =
+            rule.inForce(now) && rule.triggered(sensed_) && around_.store.isOn("event_i2_action_do_i0_enable");
         if (active == alarm_)
             return;
         alarm_ = active;
@@ -189,7 +191,8 @@ class EventEngine : public Neighbour
     /** Where the recording slot records to right now; empty when it does not. */
     [[nodiscard]] std::string folderOfSchedule(CameraClock::LocalTime now) const
     {
-        if (!isOn("recording_i0_enable") || !readSchedule(around_.store, "recording_i0").contains(now))
+        if (!around_.store.isOn("recording_i0_enable") ||
+            !readSchedule(around_.store, "recording_i0").contains(now))
             return "";
         const std::string &destination = around_.store.text("recording_i0_dest");
         if (destination == "cf")
@@ -199,12 +202,10 @@ class EventEngine : public Neighbour
 
     [[nodiscard]] std::string folderOfEvents() const
     {
-        if (isOn("event_i0_action_cf_enable"))
+        if (around_.store.isOn("event_i0_action_cf_enable"))
             return "/mnt/cf";
-        return isOn("event_i0_action_server_i0_enable") ? "/mnt/nas" : "";
+        return around_.store.isOn("event_i0_action_server_i0_enable") ? "/mnt/nas" : "";
     }
-
-    [[nodiscard]] bool isOn(const char *key) const { return around_.store.text(key).starts_with('1'); }
 
     void switchOff()
     {
@@ -263,9 +264,9 @@ class EventEngine : public Neighbour
 
 } // namespace
 
-std::unique_ptr<Neighbour> makeEventEngine(Surroundings &around)
+std::unique_ptr<Neighbour> makeEventEngine(Surroundings &around, PictureSource &pictures)
 {
-    return std::make_unique<EventEngine>(around);
+    return std::make_unique<EventEngine>(around, pictures);
 }
 
 } // namespace camera

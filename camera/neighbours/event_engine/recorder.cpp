@@ -107,8 +107,8 @@ class Recorder::Clip
     bool finished_ = false;
 };
 
-Recorder::Recorder(Surroundings &around, Worker &worker, EventLog &log)
-    : around_(around), worker_(worker), log_(log), timer_(around.io), clips_(*this)
+Recorder::Recorder(Surroundings &around, PictureSource &pictures, Worker &worker, EventLog &log)
+    : around_(around), pictures_(pictures), worker_(worker), log_(log), timer_(around.io), clips_(*this)
 {
 }
 
@@ -135,8 +135,8 @@ void Recorder::takePictures()
     running_ = clips_.wantsPictures();
     if (!running_)
         return;
-    if (!awaitsPicture_ && around_.pictures != nullptr)
-        awaitsPicture_ = around_.pictures->takePicture(plan_.profile, [this](const JpegPicture &picture) {
+    if (!awaitsPicture_)
+        awaitsPicture_ = pictures_.takePicture(plan_.profile, [this](const JpegPicture &picture) {
             awaitsPicture_ = false;
             if (picture)
                 clips_.addPicture(picture, steady_clock::now());

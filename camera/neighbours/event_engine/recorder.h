@@ -4,6 +4,7 @@
 #include "camera/base/worker.h"
 #include "camera/neighbours/event_engine/clip_recorder.h"
 #include "camera/neighbours/event_engine/event_log.h"
+#include "camera/picture/picture_source.h"
 #include "camera/surroundings/neighbour.h"
 
 #include <boost/asio/steady_timer.hpp>
@@ -24,7 +25,7 @@ struct RecordingPlace {
 class Recorder : private ClipSink
 {
   public:
-    Recorder(Surroundings &around, Worker &worker, EventLog &log);
+    Recorder(Surroundings &around, PictureSource &pictures, Worker &worker, EventLog &log);
     ~Recorder() override;
 
     /** Does from now on what the plan says; to be called as often as anybody likes. */
@@ -42,6 +43,7 @@ class Recorder : private ClipSink
     void fail(const std::string &error);
 
     Surroundings &around_;
+    PictureSource &pictures_;
     Worker &worker_;
     EventLog &log_;
     boost::asio::steady_timer timer_;

@@ -30,8 +30,8 @@ std::string safeName(std::string text)
 
 } // namespace
 
-Snapshots::Snapshots(Surroundings &around, Worker &worker, EventLog &log)
-    : around_(around), worker_(worker), log_(log)
+Snapshots::Snapshots(Surroundings &around, PictureSource &pictures, Worker &worker, EventLog &log)
+    : around_(around), pictures_(pictures), worker_(worker), log_(log)
 {
 }
 
@@ -39,8 +39,8 @@ void Snapshots::take(const std::string &cause)
 {
     ++count_;
     const bool coming =
-        around_.pictures != nullptr && worker_.waiting() < MAX_WAITING_PICTURES &&
-        around_.pictures->takePicture(PROFILE, [this, cause](const JpegPicture &picture) { keep(picture, cause); });
+        worker_.waiting() < MAX_WAITING_PICTURES &&
+        pictures_.takePicture(PROFILE, [this, cause](const JpegPicture &picture) { keep(picture, cause); });
     if (!coming)
         log_.add("snapshot without a picture: " + cause);
 }

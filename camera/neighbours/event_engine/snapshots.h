@@ -2,6 +2,7 @@
 
 #include "camera/base/worker.h"
 #include "camera/neighbours/event_engine/event_log.h"
+#include "camera/picture/picture_source.h"
 #include "camera/surroundings/neighbour.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -14,7 +15,7 @@ namespace camera
 class Snapshots
 {
   public:
-    Snapshots(Surroundings &around, Worker &worker, EventLog &log);
+    Snapshots(Surroundings &around, PictureSource &pictures, Worker &worker, EventLog &log);
 
     void take(const std::string &cause);
     [[nodiscard]] nlohmann::json state() const;
@@ -23,6 +24,7 @@ class Snapshots
     void keep(const JpegPicture &picture, const std::string &cause);
 
     Surroundings &around_;
+    PictureSource &pictures_;
     Worker &worker_;
     EventLog &log_;
     int count_ = 0;

@@ -31,7 +31,7 @@ constexpr std::chrono::seconds LINE_TIME(2);
 /** As often as there are pictures. */
 constexpr std::chrono::milliseconds MOTION_STEP(33);
 
-class PtzDaemon : public Neighbour
+class PtzDaemon : public PtzNeighbour
 {
   public:
     explicit PtzDaemon(Surroundings &around)
@@ -50,6 +50,8 @@ class PtzDaemon : public Neighbour
     }
 
     ~PtzDaemon() override { unlink(socketPath_.c_str()); }
+
+    [[nodiscard]] View view() const override { return view_; }
 
   private:
     asio::awaitable<void> serve(Client client)
@@ -100,9 +102,9 @@ class PtzDaemon : public Neighbour
     void act(PtzCentre point)
     {
         // The picture that the user has pointed at may be turned round.
-        if (around_.store.text("videoin_c0_mirror").starts_with('1'))
+        if (around_.store.isOn("videoin_c0_mirror"))
             point.x = point.width - point.x;
-        if (around_.store.text("videoin_c0_flip").starts_with('1'))
+        if (around_.store.isOn("videoin_c0_flip"))
             point.y = point.height - point.y;
         head_.centre(point);
     }
@@ -110,7 +112,7 @@ class PtzDaemon : public Neighbour
     /** Shows where the head looks now, and again while it moves. */
     void follow()
     {
-        around_.view = head_.advance(steady_clock::now());
+        view_ = head_.advance(steady_clock::now());
         if (!head_.moving())
             return;
         timer_.expires_after(MOTION_STEP);
@@ -128,9 +130,9 @@ class PtzDaemon : public Neighbour
                                {"pan", preset.view.pan},
                                {"tilt", preset.view.tilt},
                                {"zoom", preset.view.zoom}});
-        return {{"pan", around_.view.pan},
-                {"tilt", around_.view.tilt},
-                {"zoom", around_.view.zoom},
+        return {{"pan", view_.pan},
+                {"tilt", view_.tilt},
+                {"zoom", view_.zoom},
                 {"focus", head_.focus()},
                 {"moving", head_.moving()},
                 {"auto_pan", head_.autoPan()},
@@ -146,6 +148,7 @@ class PtzDaemon : public Neighbour
     Surroundings &around_;
     std::string socketPath_;
     PtzHead head_;
+    View view_; ///< where the head looked when it was last looked after
     PtzPresets presets_;
     asio::steady_timer timer_;
     std::uint64_t commands_ = 0;
@@ -157,7 +160,7 @@ class PtzDaemon : public Neighbour
 
 } // namespace
 
-std::unique_ptr<Neighbour> makePtzDaemon(Surroundings &around)
+std::unique_ptr<PtzNeighbour> makePtzDaemon(Surroundings &around)
 {
     return std::make_unique<PtzDaemon>(around);
 }

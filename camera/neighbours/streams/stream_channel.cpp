@@ -21,8 +21,8 @@ std::string sizeText(Resolution resolution)
 
 } // namespace
 
-StreamChannel::StreamChannel(Surroundings &around, Painter &painter, int profile)
-    : around_(around), painter_(painter), profile_(profile), frameTimer_(around.io)
+StreamChannel::StreamChannel(Surroundings &around, PictureSource &pictures, int profile)
+    : around_(around), pictures_(pictures), profile_(profile), frameTimer_(around.io)
 {
 }
 
@@ -64,8 +64,7 @@ void StreamChannel::drawFrame()
         return;
     }
     if (!drawing_)
-        drawing_ = painter_.paint(currentPicture(around_, profile->resolution), profile->jpegQuality,
-                                  [this](const JpegPicture &jpeg) { deliver(jpeg); });
+        drawing_ = pictures_.takePicture(profile_, [this](const JpegPicture &jpeg) { deliver(jpeg); });
     scheduleFrame(std::chrono::duration_cast<Clock::duration>(std::chrono::seconds(1)) / profile->framesPerSecond);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "camera/neighbours/streams/stream_client.h"
-#include "camera/picture/painter.h"
+#include "camera/picture/picture_source.h"
 
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
@@ -17,12 +17,12 @@ struct Surroundings;
 
 /**
  * The server push of one profile: draws a picture per frame, once for all its clients, and none while it has no
- * clients. A painter who cannot keep up lowers the frame rate.
+ * clients. Drawing that cannot keep up lowers the frame rate.
  */
 class StreamChannel
 {
   public:
-    StreamChannel(Surroundings &around, Painter &painter, int profile);
+    StreamChannel(Surroundings &around, PictureSource &pictures, int profile);
 
     void add(FileDescriptor socket);
     /** A setting of the picture has changed: the next frame is due at once. */
@@ -42,7 +42,7 @@ class StreamChannel
     void scheduleFrame(std::chrono::steady_clock::duration period);
 
     Surroundings &around_;
-    Painter &painter_;
+    PictureSource &pictures_;
     int profile_;
     boost::asio::steady_timer frameTimer_;
     std::chrono::steady_clock::time_point due_;

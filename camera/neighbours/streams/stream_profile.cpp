@@ -1,11 +1,9 @@
 #include "camera/neighbours/streams/stream_profile.h"
 
-#include "camera/surroundings/neighbour.h"
+#include "camera/base/number.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <chrono>
 
 namespace camera
 {
@@ -24,26 +22,6 @@ constexpr int MAX_FRAMES = 100;
 constexpr std::array JPEG_QUALITIES = {30, 50, 70, 82, 92};
 constexpr int DEFAULT_QUALITY = 3;
 
-/** Takes a positive number off the text's front; 0 when there is none. */
-int takeNumber(std::string_view &text)
-{
-    int number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || number < 0)
-        return 0;
-    text.remove_prefix(static_cast<size_t>(end - text.data()));
-    return number;
-}
-
-std::tm toCalendar(CameraClock::LocalTime time)
-{
-    // The time is local already: nothing is left to convert.
-    const time_t seconds = time.time_since_epoch().count();
-    std::tm calendar{};
-    gmtime_r(&seconds, &calendar);
-    return calendar;
-}
-
 } // namespace
 
 std::optional<Resolution> parseResolution(std::string_view text)
@@ -54,11 +32,11 @@ std::optional<Resolution> parseResolution(std::string_view text)
         return Resolution{352, 288};
     if (text == "4CIF")
         return Resolution{704, 576};
-    const int width = takeNumber(text);
+    const int width = takeNumber(text).value_or(0);
     if (!text.starts_with('x'))
         return std::nullopt;
     text.remove_prefix(1);
-    const int height = takeNumber(text);
+    const int height = takeNumber(text).value_or(0);
     if (!text.empty() || width < SMALLEST.width || height < SMALLEST.height || width > LARGEST.width ||
         height > LARGEST.height)
         return std::nullopt;
@@ -92,34 +70,14 @@ int firstMotionJpegProfile(const Store &store)
     return 0;
 }
 
-PictureContent currentPicture(const Surroundings &around, Resolution resolution)
-{
-    const Store &store = around.store;
-    const auto isOn = [&](std::string_view key) { return store.text(key).starts_with('1'); };
-    const std::chrono::duration<double> running = std::chrono::steady_clock::now().time_since_epoch();
-    return {.width = resolution.width,
-            .height = resolution.height,
-            .view = around.view,
-            .mirror = isOn("videoin_c0_mirror"),
-            .flip = isOn("videoin_c0_flip"),
-            .colour = isOn("videoin_c0_color"),
-            .brightness = store.number("image_c0_brightness"),
-            .contrast = store.number("image_c0_contrast"),
-            .saturation = store.number("image_c0_saturation"),
-            .title = store.text("layout_title_text"),
-            .label = store.text("videoin_c0_text"),
-            .clock = toCalendar(around.clock.now()),
-            .seconds = running.count()};
-}
-
 std::optional<int> parseHandBack(std::string_view text)
 {
     constexpr std::string_view STREAM = "stream";
     int profile = 0;
     if (text.starts_with(STREAM)) {
         text.remove_prefix(STREAM.size());
-        profile = takeNumber(text);
-        if (profile == 0 || !text.starts_with("\r\n"))
+        profile = takeNumber(text).value_or(0);
+        if (profile <= 0 || !text.starts_with("\r\n"))
             return std::nullopt;
         text.remove_prefix(2);
     }

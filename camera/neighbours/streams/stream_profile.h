@@ -1,6 +1,5 @@
 #pragma once
 
-#include "camera/picture/picture.h"
 #include "camera/store/store.h"
 
 #include <optional>
@@ -9,8 +8,6 @@
 
 namespace camera
 {
-
-struct Surroundings;
 
 /** The size of a picture in pixels. */
 struct Resolution {
@@ -36,9 +33,6 @@ struct StreamProfile {
 [[nodiscard]] std::optional<StreamProfile> readProfile(const Store &store, int profile);
 /** The first profile that is motion JPEG, 0 when none is. */
 [[nodiscard]] int firstMotionJpegProfile(const Store &store);
-
-/** The picture of this moment in a size: settings, view and clock. */
-[[nodiscard]] PictureContent currentPicture(const Surroundings &around, Resolution resolution);
 
 /** The profile that a hand-back asks for; 0 when it names none, nothing when it is not one. */
 [[nodiscard]] std::optional<int> parseHandBack(std::string_view text);

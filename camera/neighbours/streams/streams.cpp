@@ -1,13 +1,12 @@
+#include "camera/base/number.h"
+#include "camera/base/readable.h"
 #include "camera/base/root_folder.h"
 #include "camera/neighbours/streams/stream_channel.h"
 #include "camera/neighbours/streams/stream_profile.h"
-#include "camera/picture/painter.h"
 #include "camera/surroundings/neighbours.h"
 #include "platform/fdipc.h"
 
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <cerrno>
-#include <charconv>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sys/socket.h>
@@ -23,8 +22,6 @@
 
 namespace camera
 {
-
-namespace asio = boost::asio;
 
 namespace
 {
@@ -42,12 +39,12 @@ FileDescriptor bindHandBack(const std::string &path)
     return socket;
 }
 
-class Streams : public Neighbour, private PictureSource
+class Streams : public Neighbour
 {
   public:
-    explicit Streams(Surroundings &around)
-        : around_(around), socketPath_(around.root.path(HAND_BACK_SOCKET)), painter_(around.io),
-          handBack_(around.io, bindHandBack(socketPath_).release())
+    Streams(Surroundings &around, PictureSource &pictures)
+        : around_(around), pictures_(pictures), socketPath_(around.root.path(HAND_BACK_SOCKET)),
+          handBack_(around.io, bindHandBack(socketPath_), [this](int handBack) { takeHandBack(handBack); })
     {
         const auto refresh = [this](const Setting &) {
             for (auto &[profile, channel] : channels_)
@@ -60,37 +57,20 @@ class Streams : public Neighbour, private PictureSource
             for (auto &[profile, channel] : channels_)
                 channel.endAll();
         });
-        around.pictures = this;
         around.router.addLater("GET", "/camera/snapshot", [this](const OwnRequest &request, Router::Reply reply) {
             sendSnapshot(request.parameter("profile"), std::move(reply));
         });
         around.state.add("streams", [this] { return state(); });
-        waitForHandBack();
     }
 
-    ~Streams() override
-    {
-        around_.pictures = nullptr;
-        unlink(socketPath_.c_str());
-    }
+    ~Streams() override { unlink(socketPath_.c_str()); }
 
   private:
-    void waitForHandBack()
-    {
-        handBack_.async_wait(asio::posix::stream_descriptor::wait_read,
-                             [this](const boost::system::error_code &error) {
-                                 if (error)
-                                     return;
-                                 takeHandBack();
-                                 waitForHandBack();
-                             });
-    }
-
-    void takeHandBack()
+    void takeHandBack(int handBack)
     {
         char text[MAX_HAND_BACK];
         int passed = -1;
-        const long length = fdipc_receive(handBack_.native_handle(), text, &passed);
+        const long length = fdipc_receive(handBack, text, &passed);
         if (length < 0)
             return;
         FileDescriptor client(passed);
@@ -104,7 +84,7 @@ class Streams : public Neighbour, private PictureSource
                 send(client.get(), refusal.data(), refusal.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
             return;
         }
-        channels_.try_emplace(profile, around_, painter_, profile).first->second.add(std::move(client));
+        channels_.try_emplace(profile, around_, pictures_, profile).first->second.add(std::move(client));
     }
 
     static bool isStreamSocket(int descriptor)
@@ -122,24 +102,14 @@ class Streams : public Neighbour, private PictureSource
         return count;
     }
 
-    bool takePicture(int profile, Receiver receiver) override
-    {
-        const std::optional<StreamProfile> settings = readProfile(around_.store, profile);
-        return settings && painter_.paint(currentPicture(around_, settings->resolution), settings->jpegQuality,
-                                          std::move(receiver));
-    }
-
     void sendSnapshot(const std::string &asked, Router::Reply reply)
     {
-        int profile = std::max(1, firstMotionJpegProfile(around_.store));
-        if (!asked.empty()) {
-            const char *const end = asked.data() + asked.size();
-            const auto [parsed, error] = std::from_chars(asked.data(), end, profile);
-            if (error != std::errc() || parsed != end || !readProfile(around_.store, profile))
-                return reply(errorResponse(404, "there is no profile " + asked + ", only 1 to " +
-                                                    std::to_string(countProfiles(around_.store))));
-        }
-        const bool taken = takePicture(profile, [reply](const JpegPicture &picture) {
+        const int profile =
+            asked.empty() ? std::max(1, firstMotionJpegProfile(around_.store)) : parseNumber(asked).value_or(0);
+        if (!asked.empty() && !readProfile(around_.store, profile))
+            return reply(errorResponse(404, "there is no profile " + asked + ", only 1 to " +
+                                                std::to_string(countProfiles(around_.store))));
+        const bool taken = pictures_.takePicture(profile, [reply](const JpegPicture &picture) {
             if (picture)
                 reply({.contentType = "image/jpeg", .body = *picture, .headers = {{"Cache-Control", "no-store"}}});
             else
@@ -154,7 +124,7 @@ class Streams : public Neighbour, private PictureSource
         nlohmann::json profiles = nlohmann::json::array();
         std::uint64_t sent = 0;
         for (int profile = 1; profile <= countProfiles(around_.store); ++profile) {
-            StreamChannel &channel = channels_.try_emplace(profile, around_, painter_, profile).first->second;
+            StreamChannel &channel = channels_.try_emplace(profile, around_, pictures_, profile).first->second;
             profiles.push_back(channel.state());
             sent += channel.framesSent();
         }
@@ -162,19 +132,19 @@ class Streams : public Neighbour, private PictureSource
     }
 
     Surroundings &around_;
+    PictureSource &pictures_;
     std::string socketPath_;
     std::map<int, StreamChannel> channels_;
-    Painter painter_;
-    asio::posix::stream_descriptor handBack_;
     std::vector<Subscription> settings_;
     Subscription powerOff_;
+    Readable handBack_;
 };
 
 } // namespace
 
-std::unique_ptr<Neighbour> makeStreams(Surroundings &around)
+std::unique_ptr<Neighbour> makeStreams(Surroundings &around, PictureSource &pictures)
 {
-    return std::make_unique<Streams>(around);
+    return std::make_unique<Streams>(around, pictures);
 }
 
 } // namespace camera
