@@ -14,8 +14,8 @@ namespace camera
 {
 
 /**
- * A thread for what takes long, so that the camera's thread never waits for a disk or a computation. What it is given
- * is done one after another. To be used on the camera's thread only.
+ * A thread for what takes long, so that the camera's thread never waits for a disk or a computation. What it is
+ * given is done one after another. To be used on the camera's thread only.
  */
 class Worker
 {

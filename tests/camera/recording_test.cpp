@@ -252,6 +252,8 @@ TEST(BoundedFolder, RemovesTheOldestOrSaysThatItIsFull)
     EXPECT_EQ(names(), "ac");
     makeRoom(folder, {.bytes = 1000, .files = 2, .removeOldest = true}, 100);
     EXPECT_EQ(names(), "a");
+    makeRoom(folder, {.bytes = 100, .files = 1, .removeOldest = true, .prefix = "b"}, 100);
+    EXPECT_EQ(names(), "a") << "files of other names do not count";
     EXPECT_THROW(makeRoom(folder, {.bytes = 50, .files = 9, .removeOldest = true}, 100), std::runtime_error);
 
     fs::create_symlink("loop", folder + "/loop");

@@ -9,8 +9,8 @@
 #include <string_view>
 
 /**
- * One end of a connection, or the reading end of a pipe. What takes longer than TEST_DEADLINE fails the test and gives
- * what has come until then. No byte is given twice.
+ * One end of a connection, or the reading end of a pipe. What takes longer than TEST_DEADLINE fails the test and
+ * gives what has come until then. No byte is given twice.
  */
 class ClientSide
 {
