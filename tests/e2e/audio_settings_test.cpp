@@ -10,34 +10,29 @@ const std::string AUDIO = "/config/audio.cgi";
 const std::string MIC = "/config/mic.cgi";
 const std::string SPEAKER = "/config/speaker.cgi";
 
-std::string profileReply(int profile, const std::string &codec, int sampleRate, int channels, int bitRate)
-{
-    return okReply("profileid=" + std::to_string(profile) + "\r\ncodec=" + codec +
-                   "\r\nsamplerate=" + std::to_string(sampleRate) + "\r\nchannel=" + std::to_string(channels) +
-                   "\r\nbitrate=" + std::to_string(bitRate) + "\r\n");
-}
-
 } // namespace
 
 TEST(Audio, SampleRateAndChannelsFollowFromTheStoredCodec)
 {
     TestCamera camera({.settings = mediaSettings()});
-    const struct {
-        int bitRate;
-        int sampleRate;
-    } aac[] = {{16000, 8000}, {32000, 16000}, {48000, 16000},  {64000, 32000},
-               {64001, 8000}, {96000, 44100}, {128000, 44100}, {5, 8000}};
-    for (const auto &test : aac) {
-        camera.store.set("audioin_c0_s0_aac4_bitrate", std::to_string(test.bitRate));
-        EXPECT_EQ(camera.get(AUDIO, "profileid=1"), profileReply(1, "AAC", test.sampleRate, 2, test.bitRate));
-    }
-    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "MU-LAW", 8000, 1, 64000));
-    camera.store.set({{"audioin_c0_s1_g711_mode", "pcma"}, {"audioin_c0_s1_pcma_bitrate", "64000"}});
-    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "A-LAW", 8000, 1, 64000));
-    camera.store.set({{"audioin_c0_s1_codectype", "gamr"}, {"audioin_c0_s1_gamr_bitrate", "12200"}});
-    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "AMR", 8000, 1, 12200));
-    camera.store.set({{"audioin_c0_s1_codectype", "opus"}, {"audioin_c0_s1_opus_bitrate", "9"}});
-    EXPECT_EQ(camera.get(AUDIO, "profileid=2"), profileReply(2, "opus", 0, 0, 9));
+    const std::string first = "samplerate=44100\r\nchannel=2\r\nbitrate=128000";
+    for (const auto &[bitRate, sampleRate] : {std::pair{"16000", "8000"},
+                                              {"32000", "16000"},
+                                              {"48000", "16000"},
+                                              {"64000", "32000"},
+                                              {"64001", "8000"},
+                                              {"96000", "44100"},
+                                              {"5", "8000"}})
+        expectReads(camera, AUDIO + "?profileid=1",
+                    {{"AAC", std::string("audioin_c0_s0_aac4_bitrate=") + bitRate, first,
+                      std::string("samplerate=") + sampleRate + "\r\nchannel=2\r\nbitrate=" + bitRate}});
+    const std::string second = "MU-LAW\r\nsamplerate=8000\r\nchannel=1\r\nbitrate=64000";
+    expectReads(camera, AUDIO + "?profileid=2",
+                {{"A-law", "audioin_c0_s1_g711_mode=pcma&audioin_c0_s1_pcma_bitrate=64000", "MU-LAW", "A-LAW"},
+                 {"AMR", "audioin_c0_s1_codectype=gamr&audioin_c0_s1_gamr_bitrate=12200", second,
+                  "AMR\r\nsamplerate=8000\r\nchannel=1\r\nbitrate=12200"},
+                 {"another", "audioin_c0_s1_codectype=opus&audioin_c0_s1_opus_bitrate=9", second,
+                  "opus\r\nsamplerate=0\r\nchannel=0\r\nbitrate=9"}});
     EXPECT_EQ(camera.get(AUDIO, "profileid=3"), BAD_REQUEST);
 }
 

@@ -53,6 +53,11 @@ TEST(Snapshot, ReportsWhatIsStored)
          {"another server", "server_i2_type=http", "<ftpEnable1>1<", "<ftpEnable1>0<"},
          {"a word is no 1", "server_i2_ftp_passive=yes", "<passive1>1<", "<passive1>0<"}});
     expectUnreadable(camera, URL, "event_i1_begintime=8");
+    camera.store.remove("event_i1_inter");
+    camera.store.remove("server_i2_ftp_passive");
+    EXPECT_EQ(camera.get(URL), INTERNAL_ERROR);
+    EXPECT_TRUE(camera.log().ends_with("Get_Configer_BOOL_Value failed\n")) << "a switch is missed first";
+    camera.store.set(storedFor(URL));
     camera.store.set(pairs("event_i1_weekday=127&event_i1_begintime=00:00"));
     const std::string always =
         replaced(replaced(body, "<continuous>0", "<continuous>1"), "<schedule><enable>1", "<schedule><enable>0");

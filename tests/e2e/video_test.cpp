@@ -1,5 +1,6 @@
 #include "tests/fakes/exchange_cases.h"
 #include "tests/fakes/media_settings.h"
+#include "tests/fakes/read_table.h"
 
 #include <gtest/gtest.h>
 
@@ -8,30 +9,18 @@ namespace
 
 const std::string VIDEO = "/config/video.cgi";
 
-std::string profileReply(int profile, const std::string &resolution, const std::string &codec,
-                         const std::string &rest)
-{
-    return okReply("vprofileformat=0.9\r\nprofileid=" + std::to_string(profile) + "\r\nresolution=" + resolution +
-                   "\r\ncodec=" + codec + "\r\n" + rest);
-}
-
 } // namespace
 
-TEST(Video, ProfilesAreReadByCodec)
+TEST(Video, ReadsOneProfile)
 {
     TestCamera camera({.settings = mediaSettings()});
-    const std::string rates = "framerate=25\r\nquality=3\r\nqualitymode=";
-    const std::string h264 = profileReply(1, "352x288", "H.264", rates + "CBR\r\nbitrate=2000\r\n");
-    EXPECT_EQ(camera.get(VIDEO, "profileid=1"), h264);
-    EXPECT_EQ(camera.get(VIDEO, "profileid=2"),
-              profileReply(2, "640x480", "MJPEG", "framerate=15\r\nquality=4\r\nqualitymode=Fixquality\r\n"));
-    EXPECT_EQ(camera.get(VIDEO, "profileid=3"),
-              profileReply(3, "176x144", "MPEG4", rates + "Fixquality\r\nbitrate=2000\r\n"));
-
-    camera.store.set({{"videoin_c0_s0_resolution", "4CIF"}, {"videoin_c0_s0_h264_ratecontrolmode", "abr"}});
-    EXPECT_EQ(camera.get(VIDEO, "profileid=1"),
-              profileReply(1, "704x576", "H.264", rates + "abr\r\nbitrate=2000\r\n"));
-
+    camera.store.set(storedFor(VIDEO + "?profileid=1"));
+    expectReads(camera, VIDEO + "?profileid=1",
+                {{"", "videoin_c0_s0_resolution=QCIF", "800x600", "176x144"},
+                 {"", "videoin_c0_s0_resolution=CIF", "800x600", "352x288"},
+                 {"", "videoin_c0_s0_resolution=4CIF", "800x600", "704x576"},
+                 {"", "videoin_c0_s0_h264_ratecontrolmode=cbr", "abr", "CBR"},
+                 {"", "videoin_c0_s0_h264_ratecontrolmode=vbr", "abr", "Fixquality"}});
     for (const char *query : {"profileid=0", "profileid=4", "profileid=x", "profile_id=", "0rofileid=1"})
         EXPECT_EQ(camera.get(VIDEO, query), BAD_REQUEST) << query;
     EXPECT_EQ(camera.get(VIDEO), BAD_REQUEST) << "a read needs its profile";

@@ -33,6 +33,7 @@ struct ReadCase {
     std::string from;
     std::string to;
 };
+/** The URL may have a query. */
 void expectReads(TestCamera &camera, const std::string &url, const std::vector<ReadCase> &cases);
 
 /** The read is an internal error with each of these, blanks between them: "name=value". */

@@ -189,7 +189,6 @@ int MappingGetRoutine_Snapshot(SessionSlot &slot)
     if (reply.Failed())
         return Session_Fail(slot, StatusKind::ServiceUnavailable);
     // Switches first: of several missing values, theirs is the failure that is logged.
-    reply.TakeBools(SWITCH, result);
     reply.TakeBools(TARGETS, result);
     reply.Take(SWITCH, result);
     reply.Take(TARGETS, result);
