@@ -66,6 +66,7 @@ TEST(Resources, NoDescriptorIsLeftByAThousandRequests)
             decoder.start();
         }
     }
+    camera.waitForLog("[KelpaFdServer_Accept]FDCGI_read failed\n[KelpaFdServer_Process]Accept fd failed\n");
     EXPECT_TRUE(waitFor([&] { return camera.openDescriptors() == before; }))
         << before << " before, " << camera.openDescriptors() << " after";
     decoder.messages();

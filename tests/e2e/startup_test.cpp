@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -107,25 +106,6 @@ TEST(StartUp, RemovesStaleSockets)
     camera.kill();
     camera.start();
     EXPECT_EQ(camera.get("/config/camera_info.cgi"), okReply("name=Entrance\r\n"));
-}
-
-TEST(PidFile, IsWrittenAndRemoved)
-{
-    TestCamera camera;
-    EXPECT_EQ(readWholeFile(camera.pidFile()), std::to_string(camera.pid()) + "\n");
-    struct stat status = {};
-    ASSERT_EQ(stat(camera.pidFile().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0644U);
-    camera.stop();
-    EXPECT_FALSE(std::filesystem::exists(camera.pidFile()));
-}
-
-TEST(PidFile, OfANewerInstanceIsLeftAlone)
-{
-    TestCamera camera;
-    camera.root.write("/var/run/kelpa.pid", "1\n");
-    camera.stop();
-    EXPECT_EQ(readWholeFile(camera.pidFile()), "1\n");
 }
 
 TEST(StartUp, DoesWithoutAPidFileAndAPasswordFile)

@@ -12,18 +12,6 @@
 namespace
 {
 
-struct Connection {
-    FileDescriptor client;
-    FileDescriptor daemon;
-};
-
-Connection makeConnection()
-{
-    int ends[2];
-    checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
-
 FileDescriptor connectTo(const std::string &socketPath)
 {
     return FileDescriptor(checked(FDCGI_client_socket(socketPath.c_str()), socketPath));
@@ -36,6 +24,13 @@ FDCGI_Request toPlatform(const TestRequest &request, std::string &length)
 }
 
 } // namespace
+
+Connection makeConnection()
+{
+    int ends[2];
+    checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
 
 ClientSide::Got ClientSide::receive(bool wait)
 {

@@ -41,6 +41,13 @@ class ClientSide
     std::string received_; ///< and was not given yet
 };
 
+/** Both ends of a client's connection. */
+struct Connection {
+    FileDescriptor client;
+    FileDescriptor daemon;
+};
+[[nodiscard]] Connection makeConnection();
+
 /** One HTTP request as the web server hands it over. */
 struct TestRequest {
     std::string method = "GET";

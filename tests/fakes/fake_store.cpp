@@ -25,21 +25,15 @@ std::vector<std::string> splitPieces(std::string_view text)
 } // namespace
 
 FakeStore::FakeStore(const std::string &path, Settings settings)
-    : settings_(std::move(settings)), endpoint_(path, [this](int connection) { serve(connection); })
+    : state_{std::move(settings)}, endpoint_(path, [this](int connection) { serve(connection); })
 {
 }
 
 FakeStore::~FakeStore()
 {
     endpoint_.close();
-    for (const std::string &complaint : complaints_)
+    for (const std::string &complaint : state_.complaints)
         ADD_FAILURE() << complaint;
-}
-
-void FakeStore::set(const std::string &name, const std::string &value)
-{
-    const std::lock_guard lock(mutex_);
-    settings_[name] = value;
 }
 
 void FakeStore::set(const Settings &settings)
@@ -48,29 +42,11 @@ void FakeStore::set(const Settings &settings)
         set(name, value);
 }
 
-void FakeStore::remove(const std::string &name)
-{
-    const std::lock_guard lock(mutex_);
-    settings_.erase(name);
-}
-
 std::string FakeStore::value(const std::string &name) const
 {
-    const std::lock_guard lock(mutex_);
-    const auto found = settings_.find(name);
-    return found != settings_.end() ? found->second : "(none)";
-}
-
-FakeStore::Settings FakeStore::all() const
-{
-    const std::lock_guard lock(mutex_);
-    return settings_;
-}
-
-std::vector<std::string> FakeStore::requests() const
-{
-    const std::lock_guard lock(mutex_);
-    return requests_;
+    const Settings settings = all();
+    const auto found = settings.find(name);
+    return found != settings.end() ? found->second : "(none)";
 }
 
 std::vector<std::string> FakeStore::sets() const
@@ -88,27 +64,15 @@ std::string FakeStore::lastSet() const
     return all.empty() ? "(none)" : all.back();
 }
 
-void FakeStore::clearRequests()
-{
-    const std::lock_guard lock(mutex_);
-    requests_.clear();
-}
-
-void FakeStore::setFault(Fault fault)
-{
-    const std::lock_guard lock(mutex_);
-    fault_ = std::move(fault);
-}
-
 /** The fault that strikes this request. */
 FakeStore::Fault FakeStore::takeFault()
 {
-    const std::lock_guard lock(mutex_);
-    if (fault_.nth == 0)
-        return fault_;
-    if (--fault_.nth > 0)
+    const Lock state = locked();
+    if (state->fault.nth == 0)
+        return state->fault;
+    if (--state->fault.nth > 0)
         return {};
-    return std::exchange(fault_, Fault{});
+    return std::exchange(state->fault, Fault{});
 }
 
 void FakeStore::serve(int connection)
@@ -128,27 +92,27 @@ void FakeStore::serve(int connection)
 
 std::string FakeStore::replyTo(const std::string &request)
 {
-    const std::lock_guard lock(mutex_);
-    requests_.push_back(request);
+    const Lock state = locked();
+    state->requests.push_back(request);
     std::string reply;
     if (request.starts_with(GET)) {
         for (std::string name : splitPieces(std::string_view(request).substr(GET.size()))) {
             if (name.ends_with('='))
                 name.pop_back();
-            if (const auto found = settings_.find(name); found != settings_.end())
+            if (const auto found = state->settings.find(name); found != state->settings.end())
                 reply += name + "=" + found->second + "\n";
         }
         return reply;
     }
     if (!request.starts_with(SET)) {
-        complaints_.push_back("neither a get nor a set: " + request);
+        state->complaints.push_back("neither a get nor a set: " + request);
         return {};
     }
     for (const std::string &pair : splitPieces(std::string_view(request).substr(SET.size()))) {
         const size_t equals = pair.find('=');
         if (equals == std::string::npos)
             continue;
-        settings_[pair.substr(0, equals)] = pair.substr(equals + 1);
+        state->settings[pair.substr(0, equals)] = pair.substr(equals + 1);
         reply += pair + "\n";
     }
     return reply.empty() ? "\n" : reply;

@@ -29,20 +29,20 @@ class FakeStore
     FakeStore(const FakeStore &) = delete;
     FakeStore &operator=(const FakeStore &) = delete;
 
-    void set(const std::string &name, const std::string &value);
+    void set(const std::string &name, const std::string &value) { locked()->settings[name] = value; }
     void set(const Settings &settings);
-    void remove(const std::string &name);
+    void remove(const std::string &name) { locked()->settings.erase(name); }
     /** The stored value; "(none)" for a name that is not there. */
     [[nodiscard]] std::string value(const std::string &name) const;
-    [[nodiscard]] Settings all() const;
+    [[nodiscard]] Settings all() const { return locked()->settings; }
 
     /** Every request since the start or clearRequests(), byte for byte. */
-    [[nodiscard]] std::vector<std::string> requests() const;
-    /** The pairs of the last "set", "(none)" without one. */
-    [[nodiscard]] std::string lastSet() const;
+    [[nodiscard]] std::vector<std::string> requests() const { return locked()->requests; }
     /** The pairs of every "set" in order. */
     [[nodiscard]] std::vector<std::string> sets() const;
-    void clearRequests();
+    /** The pairs of the last "set", "(none)" without one. */
+    [[nodiscard]] std::string lastSet() const;
+    void clearRequests() { locked()->requests.clear(); }
 
     /* Faults. They last until heal(), or strike one request only when `nth` says which, counted from now as 1. */
     /** Closes without reading the request. */
@@ -54,20 +54,10 @@ class FakeStore
     {
         setFault({nth, false, [answer = std::string(bytes)](const auto &) { return answer; }});
     }
-    /** Answers `length` bytes of the reply. */
-    void cutAnswer(size_t length, int nth = 0)
-    {
-        setFault({nth, false, [length](const auto &reply) { return reply.substr(0, length); }});
-    }
     /** Runs `action` when a request has come, before it is answered: the client waits meanwhile. */
     void before(std::function<void()> action, int nth = 0)
     {
         setFault({nth, false, [run = std::move(action)](const auto &reply) { return run(), reply; }});
-    }
-    /** Answers late. */
-    void delayAnswer(std::chrono::milliseconds delay, int nth = 0)
-    {
-        before([delay] { std::this_thread::sleep_for(delay); }, nth);
     }
     void heal() { setFault({}); }
 
@@ -83,15 +73,25 @@ class FakeStore
         bool closeEarly = false;
         std::function<std::string(const std::string &reply)> answer = {}; ///< what is sent instead of the reply
     };
-    void setFault(Fault fault);
+    struct State {
+        Settings settings;
+        std::vector<std::string> requests = {};
+        std::vector<std::string> complaints = {};
+        Fault fault = {};
+    };
+    /** The state, locked until the end of the expression or the scope. */
+    struct Lock {
+        State *operator->() const { return state; }
+        State *state;
+        std::unique_lock<std::mutex> lock;
+    };
+    [[nodiscard]] Lock locked() const { return {&state_, std::unique_lock(mutex_)}; }
+    void setFault(Fault fault) { locked()->fault = std::move(fault); }
     Fault takeFault();
     void serve(int connection);
     std::string replyTo(const std::string &request);
 
     mutable std::mutex mutex_;
-    Settings settings_;
-    std::vector<std::string> requests_;
-    std::vector<std::string> complaints_;
-    Fault fault_;
+    mutable State state_;
     UnixEndpoint endpoint_;
 };

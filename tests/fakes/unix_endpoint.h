@@ -45,11 +45,14 @@ class UnixEndpoint
         socket_.reset();
         unlink(path_.c_str());
     }
-    /** Waits until the connections that clients have had are closed at this end too. */
+    /** Removes the socket file only: later connections are refused, those that are made already are served. */
+    void hide() const { unlink(path_.c_str()); }
+    /** Waits until the connections that clients have had, queued ones included, are closed at this end too. */
     void waitUntilIdle() const
     {
-        for (bool busy = true; (busy = busy_);)
-            busy_.wait(busy);
+        pollfd queue = {socket_.get(), POLLIN, 0};
+        while (thread_ && (poll(&queue, 1, 0) > 0 || busy_))
+            usleep(200);
     }
 
   private:
@@ -63,7 +66,6 @@ class UnixEndpoint
             serve_(connection.get());
         }
         busy_ = false;
-        busy_.notify_all();
     }
 
     std::string path_;

@@ -31,16 +31,19 @@ TEST_F(Configer, CutsWhatIsTooLong)
     store.answer(std::string(50000, 'x'));
     EXPECT_EQ(Get_Configer_Parameter(small.span(), {"a&"}), 0);
     EXPECT_STREQ(small.text(), "xxxxxxx");
+    store.answer({"\0a=1\n", 5});
+    EXPECT_EQ(Get_Configer_Parameter(small.span(), {"a&"}), 0);
+    EXPECT_STREQ(small.text(), "") << "nothing after a NUL counts";
     EXPECT_TRUE(small.intact());
 }
 
 TEST_F(Configer, FailsWithoutAnAnswerAndLeavesNothingOpen)
 {
     const size_t before = countDescriptors();
-    for (const bool listening : {true, false}) {
-        store.answerNothing();
-        if (!listening)
-            store.refuse();
+    const std::function<void()> strikes[] = {[&] { store.answerNothing(); }, [&] { store.closeEarly(); },
+                                             [&] { store.refuse(); }};
+    for (const auto &strike : strikes) {
+        strike();
         PoisonedBuffer<8> reply;
         EXPECT_EQ(Get_Configer_Parameter(reply.span(), {"a&"}), -1);
         EXPECT_STREQ(reply.text(), "") << "terminated whatever happens";

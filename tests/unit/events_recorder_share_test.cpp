@@ -1,6 +1,8 @@
 #include "daemon/families/events/recorder_share.h"
-#include "tests/fakes/in_process_server.h"
+#include "tests/fakes/fake_clock.h"
+#include "tests/fakes/fake_store.h"
 #include "tests/fakes/poisoned.h"
+#include "tests/fakes/temp_root.h"
 
 #include <gtest/gtest.h>
 
@@ -121,22 +123,4 @@ TEST_F(RecorderShare, AFailureLeavesRecordingStopped)
         EXPECT_TRUE(store.sets().empty());
         store.set(name, value);
     }
-}
-
-TEST(RecorderShareRequest, IsAnsweredUpdateFailedWithTheMainSettingsWritten)
-{
-    InProcessServer daemon(
-        {{"event_i0_enable", "1"}, {"recording_i0_enable", "1"}, {"server_i0_ns_location", "\\\\old\\video"}});
-    const std::string query =
-        "schedule=1&continuous=0&toUSB=0&toSamba=1&byMotion=0&byIn1=0&byIn2=0&enable=1&server=nas1";
-    daemon.store.answerNothing(4); // the main settings, the states, the stop, the stored share
-    EXPECT_EQ(daemon.exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), UPDATE_FAILED);
-    EXPECT_EQ(daemon.store.value("event_i0_name"), "kelpa_recorder");
-    EXPECT_EQ(daemon.store.value("recording_i0_enable"), "0") << "recording stays off";
-    EXPECT_EQ(daemon.store.value("server_i0_ns_location"), "\\\\old\\video");
-
-    EXPECT_EQ(daemon.exchange({.url = "/cgi/admin/recorder.cgi", .query = query}), XML_OK);
-    EXPECT_EQ(daemon.store.value("server_i0_ns_location"), "\\\\nas1\\video");
-    EXPECT_EQ(daemon.store.value("recording_i0_enable"), "1");
-    EXPECT_EQ(daemon.clock.sleeps, (std::vector<uint32_t>{3000, 3000}));
 }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
+#include <sstream>
 
 extern "C" {
 int Fuzz_hand_over(const uint8_t *data, size_t size);
@@ -36,7 +37,7 @@ class Mutator
 
   private:
     const std::string &pick() { return corpus_[random_() % corpus_.size()]; }
-    size_t place(const std::string &input) { return random_() % (input.size() + 1); }
+    size_t Place(const std::string &input) { return random_() % (input.size() + 1); }
     std::string piece(const std::string &input)
     {
         return input.empty() ? "" : input.substr(random_() % input.size(), random_() % 40);
@@ -44,51 +45,28 @@ class Mutator
 
     void damage(std::string &input)
     {
-        static constexpr std::string_view TOKENS[] = {"&",
-                                                      "&&",
-                                                      "=",
-                                                      "%20",
-                                                      "%",
-                                                      ",",
-                                                      ":",
-                                                      "\n",
-                                                      {"\0", 1},
-                                                      "\xC0",
-                                                      "\xFF",
-                                                      "0",
-                                                      "-1",
-                                                      "99",
-                                                      "\\",
-                                                      "\"",
-                                                      "%n",
-                                                      "2147483648",
-                                                      "<",
-                                                      "/>",
-                                                      " ",
-                                                      "4294967295",
-                                                      "00000000000000000001"};
         switch (random_() % 8) {
         case 0:
             if (!input.empty())
                 input[random_() % input.size()] = static_cast<char>(random_());
             break;
         case 1:
-            input.insert(place(input), TOKENS[random_() % std::size(TOKENS)]);
+            input.insert(Place(input), tokens_[random_() % tokens_.size()]);
             break;
         case 2:
-            input.erase(place(input), random_() % 20);
+            input.erase(Place(input), random_() % 20);
             break;
         case 3:
-            input.resize(place(input));
+            input.resize(Place(input));
             break;
         case 4:
-            input.insert(place(input), std::string(random_() % 300, static_cast<char>('!' + random_() % 90)));
+            input.insert(Place(input), std::string(random_() % 300, static_cast<char>('!' + random_() % 90)));
             break;
         case 5:
-            input.insert(place(input), piece(pick()));
+            input.insert(Place(input), piece(pick()));
             break;
         case 6:
-            input.insert(place(input), piece(input));
+            input.insert(Place(input), piece(input));
             break;
         default:
             if (random_() % 16 == 0)
@@ -97,7 +75,18 @@ class Mutator
         }
     }
 
+    static std::vector<std::string> tokens()
+    {
+        std::istringstream all("&|&&|=|%20|%|,|:|\n|\xC0|\xFF|0|-1|99|\\|\"|%n|2147483648|<|/>| |4294967295|"
+                               "00000000000000000001");
+        std::vector<std::string> tokens = {std::string(1, '\0')};
+        for (std::string token; std::getline(all, token, '|');)
+            tokens.push_back(token);
+        return tokens;
+    }
+
     const std::vector<std::string> &corpus_;
+    const std::vector<std::string> tokens_ = tokens();
     std::mt19937 random_{20240607};
 };
 

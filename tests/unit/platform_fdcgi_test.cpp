@@ -90,6 +90,7 @@ TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
 {
     const std::string size = std::to_string(HEAD.size());
     const std::pair<const char *, std::string> cases[] = {
+        {"nothing", ""},
         {"no netstring", "hello"},
         {"no digits", ":" + HEAD + ","},
         {"only digits", "24"},

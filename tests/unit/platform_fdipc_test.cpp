@@ -13,16 +13,13 @@ TEST(HandBack, JoinsThePiecesAndFindsAWebServerThatWasRestarted)
     FakeHandBack webServer(root.path(PATH));
     const FileDescriptor socket(fdipc_client_socket(PATH));
     const auto handBack = [&] {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        ClientSide client{FileDescriptor(ends[0])};
-        FileDescriptor daemonEnd(ends[1]);
+        Connection connection = makeConnection();
         const std::string_view pieces[] = {"path=", "/mjpg", "", "\n"};
-        if (fdipc_send(socket.get(), PATH, pieces, daemonEnd.get()) < 0)
+        if (fdipc_send(socket.get(), PATH, pieces, connection.daemon.get()) < 0)
             return std::string("not sent");
-        daemonEnd.reset();
+        connection.daemon.reset();
         const std::string text = webServer.take("picture");
-        return text + client.readAll();
+        return text + ClientSide(std::move(connection.client)).readAll();
     };
     EXPECT_EQ(handBack(), "path=/mjpg\npicture");
     webServer.close();

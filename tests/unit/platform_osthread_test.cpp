@@ -1,5 +1,5 @@
 #include "platform/osthread.h"
-#include "tests/fakes/test_support.h"
+#include "tests/fakes/client_side.h"
 
 #include <array>
 #include <atomic>
@@ -11,7 +11,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <sys/socket.h>
 
 namespace
 {
@@ -31,8 +30,6 @@ uint64_t receive(OSMsgQueue &queue, uint32_t timeoutMs)
     Message message;
     return OSMsgQueue_Receive(&queue, message.data(), timeoutMs) == 0 ? std::bit_cast<uint64_t>(message) : 0;
 }
-
-using Clock = std::chrono::steady_clock;
 
 /** A thread of the platform's that runs a function of the test's. */
 class TestThread
@@ -54,18 +51,6 @@ class TestThread
   private:
     std::function<void()> body_;
     OSThread thread_ = {};
-};
-
-struct SocketPair {
-    SocketPair()
-    {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-        ours.reset(ends[0]);
-        theirs.reset(ends[1]);
-    }
-    FileDescriptor ours;
-    FileDescriptor theirs;
 };
 
 } // namespace
@@ -118,15 +103,21 @@ TEST(OSThread, TalksThroughQueuesWithoutSignalsAndLeavesThemUnlocked)
 
 TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
 {
-    SocketPair pair;
+    const Connection pair = makeConnection(), data = makeConnection();
+    ASSERT_EQ(write(data.client.get(), "x", 1), 1);
     OSMsgQueue queue = {};
     ASSERT_EQ(OSMsgQueue_Initial(&queue, 1), 0);
+    const auto waitReadable = [](const Connection &c) {
+        while (OSThread_WaitReadable(c.daemon.get(), FOREVER_MS) != OSWait::Stopped)
+            continue;
+    };
     const struct {
         const char *description;
         std::function<void()> wait;
     } cases[] = {
         {"receive", [&] { EXPECT_EQ(receive(queue, FOREVER_MS), 0U); }},
-        {"wait for data", [&] { EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Stopped); }},
+        {"wait for data", [&] { waitReadable(pair); }},
+        {"wait for data that is there: a stop goes first", [&] { waitReadable(data); }},
         {"sleep again and again",
          [] {
              for (int i = 0; i < 1000; ++i)
@@ -135,7 +126,7 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.description);
-        const auto begin = Clock::now();
+        const auto begin = std::chrono::steady_clock::now();
         std::atomic<bool> ended = false;
         TestThread thread([&] {
             c.wait();
@@ -145,60 +136,41 @@ TEST(OSThread, EveryWaitEndsAtOnceWhenTheThreadIsReleased)
         EXPECT_FALSE(ended);
         thread.release();
         EXPECT_TRUE(ended);
-        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(20));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
     }
     OSMsgQueue_Release(&queue);
 }
 
-TEST(OSThread, AStopGoesBeforeData)
-{
-    SocketPair pair;
-    ASSERT_EQ(write(pair.theirs.get(), "x", 1), 1);
-    std::atomic<int> rounds = 0;
-    TestThread thread([&] {
-        while (OSThread_WaitReadable(pair.ours.get(), FOREVER_MS) == OSWait::Readable)
-            ++rounds;
-    });
-    while (rounds == 0)
-        usleep(1000);
-    thread.release(); // would wait for ever if the data went first
-}
-
 TEST(OSThread, AWaitTellsWhatHappened)
 {
-    SocketPair pair;
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), 0), OSWait::TimedOut);
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), 5), OSWait::TimedOut);
-    ASSERT_EQ(write(pair.theirs.get(), "x", 1), 1);
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Readable);
+    Connection pair = makeConnection();
+    EXPECT_EQ(OSThread_WaitReadable(pair.daemon.get(), 0), OSWait::TimedOut);
+    EXPECT_EQ(OSThread_WaitReadable(pair.daemon.get(), 5), OSWait::TimedOut);
+    ASSERT_EQ(write(pair.client.get(), "x", 1), 1);
+    EXPECT_EQ(OSThread_WaitReadable(pair.daemon.get(), FOREVER_MS), OSWait::Readable);
     char byte = 0;
-    ASSERT_EQ(read(pair.ours.get(), &byte, 1), 1);
-    pair.theirs.reset();
-    EXPECT_EQ(OSThread_WaitReadable(pair.ours.get(), FOREVER_MS), OSWait::Readable) << "the end is to be read";
-    const int closed = pair.ours.get();
-    pair.ours.reset();
+    ASSERT_EQ(read(pair.daemon.get(), &byte, 1), 1);
+    pair.client.reset();
+    EXPECT_EQ(OSThread_WaitReadable(pair.daemon.get(), FOREVER_MS), OSWait::Readable) << "the end is to be read";
+    const int closed = pair.daemon.get();
+    pair.daemon.reset();
     EXPECT_EQ(OSThread_WaitReadable(closed, FOREVER_MS), OSWait::Failed);
     EXPECT_EQ(errno, EBADF);
     EXPECT_FALSE(OSThread_StopRequested()) << "nobody asks the test's own thread to stop";
 }
 
-TEST(OSThread, IsNotStartedWithoutItsKeyOrItsFunction)
+TEST(OSThread, IsNotStartedWithoutItsKeyOrItsFunctionAndThenTouchesNothing)
 {
     ASSERT_EQ(OSThread_KeyCreate(), 0);
     OSThread_KeyDestroy();
-    OSThread thread = {};
+    OSThread thread = {}, never = {};
+    OSMsgQueue queue = {};
     const OSThreadAttributes attributes = {[](void *) {}, nullptr}, nothing = {nullptr, nullptr};
     EXPECT_EQ(OSThread_Initial(&thread, &nothing), -1);
     ASSERT_EQ(OSThread_Initial(&thread, &attributes), 0);
     EXPECT_EQ(OSThread_Start(&thread), -1);
     OSThread_Release(&thread);
-}
-
-TEST(OSThread, ReleasingWhatWasNeverCreatedTouchesNothing)
-{
-    OSThread thread = {};
-    OSMsgQueue queue = {};
-    OSThread_Release(&thread);
+    OSThread_Release(&never);
     OSMsgQueue_Release(&queue);
     EXPECT_EQ(send(queue, 1), -1);
     EXPECT_EQ(receive(queue, FOREVER_MS), 0U);

@@ -30,29 +30,31 @@ class Session : public testing::Test
 
 TEST_F(Session, GoesThroughItsStates)
 {
-    ClientSide client = daemon.open({.url = URL});
-    for (const SessionState expected : {SessionState::Mapping, SessionState::Compose, SessionState::Send}) {
+    const struct {
+        std::string url;
+        std::vector<SessionState> states;
+        std::string reply;
+    } cases[] = {
+        {URL, {SessionState::Mapping, SessionState::Compose, SessionState::Send}, okReply("name=Entrance\r\n")},
+        {"/unknown", {SessionState::Compose, SessionState::Send}, BAD_REQUEST}, // there is nothing to map
+    };
+    for (const auto &c : cases) {
+        ClientSide client = daemon.open({.url = c.url});
+        for (const SessionState expected : c.states) {
+            daemon.step();
+            EXPECT_EQ(state(), expected);
+        }
+        EXPECT_EQ(client.readNow(), "");
         daemon.step();
-        EXPECT_EQ(state(), expected);
+        EXPECT_EQ(daemon.busySlots(), 0);
+        EXPECT_EQ(client.readAll(), c.reply);
+        SessionSlot free = {};
+        free.tRequest.iClientSocket = SOCKET_NONE;
+        EXPECT_EQ(memcmp(static_cast<const void *>(&daemon.slot(0)), static_cast<const void *>(&free), sizeof free),
+                  0)
+            << "the next request finds a clean slot";
     }
-    EXPECT_EQ(client.readNow(), "");
-    daemon.step();
-    EXPECT_EQ(daemon.busySlots(), 0);
-    EXPECT_EQ(client.readAll(), okReply("name=Entrance\r\n"));
-    SessionSlot free = {};
-    free.tRequest.iClientSocket = SOCKET_NONE;
-    EXPECT_EQ(memcmp(static_cast<const void *>(&daemon.slot(0)), static_cast<const void *>(&free), sizeof free), 0)
-        << "the next request finds a clean slot";
-}
-
-TEST_F(Session, AReadThatIsRefusedSkipsTheMapping)
-{
-    ClientSide client = daemon.open({.url = "/unknown"});
-    daemon.step();
-    EXPECT_EQ(state(), SessionState::Compose);
-    EXPECT_TRUE(daemon.store.requests().empty());
-    daemon.round();
-    EXPECT_EQ(client.readAll(), BAD_REQUEST);
+    EXPECT_EQ(daemon.store.requests().size(), 1U);
 }
 
 TEST_F(Session, IsClosedWithoutReplyAfterEightSeconds)
@@ -219,31 +221,23 @@ TEST_F(Session, KeptReplyThatNeedsSeveralSendsIsResumedFromTheSizeOfTheLastChunk
 TEST(NetworkRestart, ComesOnceTenSecondsAfterItWasLastAskedFor)
 {
     InProcessServer daemon;
-    NetUtility_RequestNetworkRestart();
-    daemon.clock.now += 9000;
-    NetUtility_RequestNetworkRestart();
-    daemon.clock.now += 10000;
-    daemon.round();
-    EXPECT_TRUE(daemon.store.requests().empty());
-    daemon.clock.now += 1;
-    daemon.round();
-    EXPECT_EQ(daemon.store.requests(), std::vector<std::string>{"set NameValue 99 0 0\nnetwork_restart=1"});
-    daemon.clock.now += 20000;
-    daemon.rounds(3);
-    EXPECT_EQ(daemon.store.requests().size(), 1U) << "once";
-}
-
-TEST(NetworkRestart, ThatFailsIsNotRetried)
-{
-    InProcessServer daemon;
-    NetUtility_RequestNetworkRestart();
-    daemon.store.refuse();
-    daemon.clock.now += 10001;
-    EXPECT_EQ(daemon.round(), 0);
-    daemon.store.listen();
-    daemon.clock.now += 20000;
-    daemon.round();
-    EXPECT_TRUE(daemon.store.requests().empty());
+    for (const bool fails : {false, true}) {
+        daemon.store.clearRequests();
+        NetUtility_RequestNetworkRestart();
+        daemon.clock.now += 9000;
+        NetUtility_RequestNetworkRestart();
+        daemon.clock.now += 10000;
+        daemon.round();
+        EXPECT_TRUE(daemon.store.requests().empty());
+        if (fails)
+            daemon.store.answerNothing(1);
+        daemon.clock.now += 1;
+        EXPECT_EQ(daemon.round(), 0);
+        EXPECT_EQ(daemon.store.requests(), std::vector<std::string>{"set NameValue 99 0 0\nnetwork_restart=1"});
+        daemon.clock.now += 20000;
+        daemon.rounds(3);
+        EXPECT_EQ(daemon.store.requests().size(), 1U) << "once, also when it fails";
+    }
 }
 
 TEST(NetworkRestart, IsMarkedByWhatNeedsItAndByNothingElse)
