@@ -26,7 +26,7 @@ namespace
 {
 
 struct KnownName {
-    const char *pcName;
+    std::string_view name;
     char *FDCGI::*ppcValue;
 };
 
@@ -85,8 +85,9 @@ int ParseRequest(FDCGI &handle, size_t length)
         char *pcValue = pcName != nullptr ? TakeText(pcAt, pcPairsEnd) : nullptr;
         if (pcValue == nullptr || *pcName == '\0' || (first && strcmp(pcName, "CONTENT_LENGTH") != 0))
             return -1;
+        const std::string_view name = pcName;
         for (const KnownName &known : KNOWN_NAMES) {
-            if (strcmp(pcName, known.pcName) != 0)
+            if (name != known.name)
                 continue;
             if (handle.*known.ppcValue != nullptr)
                 return -1; // SCGI: "Duplicate names are not allowed"

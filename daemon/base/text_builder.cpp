@@ -59,9 +59,19 @@ void TextBuilder::Addv(const char *pcFormat, va_list args)
 
 void TextBuilder::Line(std::string_view key, std::string_view value)
 {
-    Add(key);
-    Add(value);
-    Add("\r\n");
+    const size_t length = key.size() + value.size() + 2;
+    if (length >= m_out.size() - m_length) { // cut where it is full
+        Add(key);
+        Add(value);
+        Add("\r\n");
+        return;
+    }
+    char *pcAt = m_out.data() + m_length;
+    memcpy(pcAt, key.data(), key.size());
+    if (!value.empty())
+        memcpy(pcAt + key.size(), value.data(), value.size());
+    memcpy(pcAt + length - 2, "\r\n", 3); // with the terminator
+    m_length += length;
 }
 
 void TextBuilder::Line(std::string_view key, int32_t iValue)
