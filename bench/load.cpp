@@ -10,7 +10,6 @@
 
 #include "bench/exchange.h"
 #include "bench/program.h"
-#include "command_line/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -270,23 +269,18 @@ void run(const std::string &kelpaPath, const std::string &floorPath, const fs::p
 
 int main(int argc, char **argv)
 {
-    CLI::App app;
+    CLI::App app("Measures what a request costs the daemon beside what its system calls alone cost.");
     std::string kelpa;
     std::string floor;
     std::string root;
-    command_line::prepare(app, "kelpa_bench_load",
-                          "Measures what a request costs the daemon beside what its system calls alone cost.");
     app.add_option("KELPA", kelpa, "the daemon's program")->required();
     app.add_option("FLOOR", floor, "the program that makes the system calls only")->required();
     app.add_option("ROOT", root, "an empty folder in which both run")->required();
     try {
-        const std::string text = command_line::parse(app, {argv + 1, argv + argc});
-        fputs(text.c_str(), stdout);
-        if (text.empty())
-            run(kelpa, floor, root);
-    } catch (const command_line::UsageError &error) {
-        fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
-        return command_line::EXIT_USAGE;
+        app.parse(argc, argv);
+        run(kelpa, floor, root);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error);
     } catch (const std::exception &error) {
         fprintf(stderr, "kelpa_bench_load: %s\n", error.what());
         return EXIT_FAILURE;

@@ -1,5 +1,5 @@
+#include "camera/base/command_line.h"
 #include "camera/camera.h"
-#include "command_line/command_line.h"
 
 #include <cstdlib>
 #include <exception>
@@ -16,9 +16,9 @@ int main(int count, char **arguments)
         else
             camera::runCamera(options);
         return EXIT_SUCCESS;
-    } catch (const command_line::UsageError &error) {
+    } catch (const camera::UsageError &error) {
         std::cerr << "kelpa-camera: " << error.what() << "\n";
-        return command_line::EXIT_USAGE;
+        return camera::EXIT_USAGE;
     } catch (const std::exception &error) {
         std::cerr << "kelpa-camera: " << error.what() << "\n";
         return EXIT_FAILURE;

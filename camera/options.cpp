@@ -1,8 +1,8 @@
 #include "camera/options.h"
 
+#include "camera/base/command_line.h"
 #include "camera/base/files.h"
 #include "camera/base/root_folder.h"
-#include "command_line/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>
@@ -54,7 +54,7 @@ Options parseOptions(std::span<const char *const> arguments)
 {
     Options options;
     CLI::App app;
-    command_line::prepare(
+    prepareCommandLine(
         app, "kelpa-camera",
         "A camera without hardware: everything that stands around the daemon kelpa, and the daemon.");
     app.add_option("--root", options.root,
@@ -71,7 +71,7 @@ Options parseOptions(std::span<const char *const> arguments)
     addSwitch(app, "--auth", options.authentication, "ask for user and password (default: on, unless on loopback)");
     app.add_flag("--verbose", options.verbose, "print the daemon's traces and log");
 
-    options.text = command_line::parse(app, arguments);
+    options.text = parseCommandLine(app, arguments);
     if (!options.text.empty())
         return options;
     if (options.root.empty())

@@ -19,7 +19,7 @@ struct Options {
 
 /**
  * Reads the arguments that follow the program's name, and fills in what they leave open. Throws
- * command_line::UsageError.
+ * UsageError.
  */
 [[nodiscard]] Options parseOptions(std::span<const char *const> arguments);
 

@@ -1,4 +1,3 @@
-#include "command_line/command_line.h"
 #include "talk/sound.h"
 #include "talk/speaker.h"
 
@@ -7,7 +6,6 @@
 #include <cstdlib>
 #include <exception>
 #include <random>
-#include <span>
 #include <string>
 
 namespace
@@ -17,13 +15,11 @@ namespace
 struct Options {
     talk::Speaker speaker;
     std::string file;
-    std::string text; ///< what is to be printed instead of talking, such as the help; mostly empty
 };
 
-/** Throws command_line::UsageError. */
-Options parseOptions(std::span<const char *const> arguments)
+/** Adds what the command line may hold; the values go into `options`, which must outlive the parsing. */
+void addOptions(CLI::App &app, Options &options)
 {
-    Options options;
     options.speaker.address = talk::parseAddress("127.0.0.1");
     const auto takeHost = [&options](const std::string &text) {
         try {
@@ -32,16 +28,13 @@ Options parseOptions(std::span<const char *const> arguments)
             throw CLI::ValidationError("--host", text + ": " + error.what());
         }
     };
-    CLI::App app;
-    command_line::prepare(app, "kelpa-talk", "Says a sound through a camera's speaker.");
+    app.set_version_flag("--version", "kelpa-talk " PROGRAM_VERSION, "print the version");
     app.add_option("FILE", options.file, "a sound file, such as WAV or FLAC, of 8000 Hz and one channel")
         ->required();
     app.add_option_function<std::string>("--host", takeHost, "where the camera is (default: 127.0.0.1:8080)")
         ->type_name("ADDRESS[:PORT]");
     app.add_option("--user", options.speaker.credentials, "an account of the camera, where it asks for one")
         ->type_name("NAME:PASSWORD");
-    options.text = command_line::parse(app, arguments);
-    return options;
 }
 
 /** A name that no other client will have: the camera gives the speaker to the name that was registered last. */
@@ -85,12 +78,16 @@ int run(const Options &options)
 
 int main(int argc, char **argv)
 {
+    Options options;
+    CLI::App app("Says a sound through a camera's speaker.", "kelpa-talk");
+    addOptions(app, options);
     try {
-        const Options options = parseOptions({argv + 1, argv + argc});
-        fputs(options.text.c_str(), stdout);
-        return options.text.empty() ? run(options) : EXIT_SUCCESS;
-    } catch (const command_line::UsageError &error) {
-        fprintf(stderr, "kelpa-talk: %s\n", error.what());
-        return command_line::EXIT_USAGE;
+        app.parse(argc, argv);
+    } catch (const CLI::Success &wanted) { // --help, --version
+        return app.exit(wanted);
+    } catch (const CLI::ParseError &error) {
+        fprintf(stderr, "kelpa-talk: %s; see --help\n", error.what());
+        return 2;
     }
+    return run(options);
 }

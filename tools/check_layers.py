@@ -15,7 +15,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 SOURCES = {".h", ".c", ".cpp"}
 TABLES = "daemon/dispatch/tables.cpp"
 APART = {"camera", "talk"}  # include themselves and what follows only
-SHARED = {"platform", "command_line"}
+SHARED = {"platform"}
 CHECKING = {"tests", "fuzz"}  # may look into a family's own files
 
 

@@ -1,5 +1,5 @@
+#include "camera/base/command_line.h"
 #include "camera/options.h"
-#include "command_line/command_line.h"
 #include "daemon/server/version.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ TEST(Options, WhatCannotBeMeantIsSaidInOneLine)
     const auto errorOf = [](std::vector<const char *> arguments) -> std::string {
         try {
             return "taken: " + parseOptions(arguments).root;
-        } catch (const command_line::UsageError &error) {
+        } catch (const UsageError &error) {
             return error.what();
         }
     };

@@ -226,7 +226,7 @@ TEST(Talk, MistakesAreExplained)
         {{folder.path()}, 1, "kelpa-talk: " + folder.path() + ": Is a directory\n"},
         {{"--host", "127.0.0.1:0", file}, 1, "kelpa-talk: 127.0.0.1:0: Connection refused\n"},
         {{}, 2, "kelpa-talk: FILE is required; see --help\n"},
-        {{"a.wav", "b.wav"}, 2, "kelpa-talk: b.wav: unexpected argument; see --help\n"},
+        {{"a.wav", "b.wav"}, 2, "kelpa-talk: The following argument was not expected: b.wav; see --help\n"},
         {{"--host=camera:http", "a.wav"}, 2, "kelpa-talk: --host: camera:http: not an ADDRESS:PORT; see --help\n"},
     };
     for (const auto &c : cases) {

@@ -1,11 +1,11 @@
-#include "command_line/command_line.h"
+#include "camera/base/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <sstream>
 #include <string_view>
 #include <vector>
 
-namespace command_line
+namespace camera
 {
 
 namespace
@@ -32,7 +32,7 @@ std::string explain(const CLI::App &app, const CLI::ParseError &error)
 
 } // namespace
 
-void prepare(CLI::App &app, const std::string &program, const std::string &description)
+void prepareCommandLine(CLI::App &app, const std::string &program, const std::string &description)
 {
     app.name(program);
     app.description(description);
@@ -44,7 +44,7 @@ void prepare(CLI::App &app, const std::string &program, const std::string &descr
     app.set_version_flag("--version", program + " " PROGRAM_VERSION, "print the version");
 }
 
-std::string parse(CLI::App &app, std::span<const char *const> arguments)
+std::string parseCommandLine(CLI::App &app, std::span<const char *const> arguments)
 {
     // CLI11 would take the next argument for the value.
     for (const std::string_view argument : arguments)
@@ -62,4 +62,4 @@ std::string parse(CLI::App &app, std::span<const char *const> arguments)
     }
 }
 
-} // namespace command_line
+} // namespace camera

@@ -9,9 +9,9 @@ namespace CLI
 class App;
 }
 
-/* What the command lines of the programs for a PC have in common; CLI11 reads them. */
+/* The rules of the virtual camera's command line; CLI11 reads it. */
 
-namespace command_line
+namespace camera
 {
 
 /** A command line that cannot be understood. The text is one line for the user; it does not name the program. */
@@ -29,12 +29,12 @@ inline constexpr int EXIT_USAGE = 2;
  * Adds --help and --version to the options of an application. `program` and `description` head the help text; of an
  * option that is given twice the last value counts.
  */
-void prepare(CLI::App &app, const std::string &program, const std::string &description);
+void prepareCommandLine(CLI::App &app, const std::string &program, const std::string &description);
 
 /**
  * Reads the arguments that follow the program's name. Returns the text that --help or --version asks for, to be
  * printed instead of anything else; empty without them. Throws UsageError.
  */
-[[nodiscard]] std::string parse(CLI::App &app, std::span<const char *const> arguments);
+[[nodiscard]] std::string parseCommandLine(CLI::App &app, std::span<const char *const> arguments);
 
-} // namespace command_line
+} // namespace camera
