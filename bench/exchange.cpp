@@ -35,13 +35,14 @@ void waitForInput(std::span<pollfd> polled)
         throw std::runtime_error("nothing came in " + std::to_string(PATIENCE.count()) + " ms");
 }
 
-/** Hands one request over, as the web server does: it keeps nothing of the client's connection. */
-Client sendRequest(int handOver, const FDCGI_Request &request)
+Client pass(int handOver, const FDCGI_Request &request, bool full)
 {
     int ends[2];
     checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), "socketpair");
     Client client{.socket = FileDescriptor(ends[0]), .begin = {}, .received = {}};
     const FileDescriptor passed(ends[1]);
+    while (full && send(passed.get(), "full", 4, MSG_DONTWAIT | MSG_NOSIGNAL) > 0)
+        continue;
     client.begin = steady_clock::now();
     checked(FDCGI_send(handOver, request, passed.get(), 0), "hand-over");
     return client;
@@ -68,6 +69,16 @@ bool receiveNext(Client &client)
 }
 
 } // namespace
+
+Client handOverRequest(int handOver, const FDCGI_Request &request)
+{
+    return pass(handOver, request, false);
+}
+
+Client handOverFull(int handOver, const FDCGI_Request &request)
+{
+    return pass(handOver, request, true);
+}
 
 Exchange::Exchange(const std::filesystem::path &root)
     : store_(checked(UnixSocket_Open(SOCK_STREAM | SOCK_NONBLOCK), "store"))
@@ -103,7 +114,7 @@ std::vector<std::chrono::nanoseconds> Exchange::run(const Kind &kind, int handOv
     int sent = 0;
     while (latencies.size() < static_cast<size_t>(count)) {
         for (; sent < count && clients.size() < static_cast<size_t>(inFlight); ++sent)
-            clients.push_back(sendRequest(handOver, request));
+            clients.push_back(handOverRequest(handOver, request));
         polled.assign(1, {store_.get(), POLLIN, 0});
         for (const Client &client : clients)
             polled.push_back({client.socket.get(), POLLIN, 0});
@@ -125,8 +136,8 @@ std::vector<Client> Exchange::openStreams(int handOver, int count)
 {
     std::vector<Client> streams;
     for (int i = 0; i < count; ++i) {
-        streams.push_back(
-            sendRequest(handOver, {.method = "GET", .url = "/config/notify_stream.cgi", .query = {}, .body = {}}));
+        streams.push_back(handOverRequest(
+            handOver, {.method = "GET", .url = "/config/notify_stream.cgi", .query = {}, .body = {}}));
         Client &stream = streams.back();
         while (stream.received.size() < STREAM_HEADER.size() && receiveNext(stream)) {
         }

@@ -45,5 +45,12 @@ class Exchange
     FileDescriptor store_;
 };
 
+struct FDCGI_Request;
+
+/** Hands one request over, as the web server does: it keeps nothing of the client's connection. */
+[[nodiscard]] Client handOverRequest(int handOver, const FDCGI_Request &request);
+/** The same with a connection that takes nothing from the daemon until its client reads. */
+[[nodiscard]] Client handOverFull(int handOver, const FDCGI_Request &request);
+
 /** Waits until a program has bound its hand-over socket; returns a socket connected to it. */
 FileDescriptor connectTo(const std::filesystem::path &path);

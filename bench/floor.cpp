@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/times.h>
 #include <sys/un.h>
@@ -58,9 +58,10 @@ int receive(int endpoint)
 
 bool callStore(const sockaddr_un &address, std::string_view request)
 {
-    const int store = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int store = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    pollfd answer = {store, POLLIN, 0};
     const bool answered = connect(store, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
-                          write(store, request.data(), request.size()) > 0 &&
+                          write(store, request.data(), request.size()) > 0 && poll(&answer, 1, -1) > 0 &&
                           read(store, g_acStoreReply, sizeof g_acStoreReply - 1) > 0;
     close(store);
     return answered;
@@ -98,12 +99,8 @@ int main(int argc, char **argv)
         return 1;
     }
     for (;;) {
-        fd_set readable;
-        FD_ZERO(&readable);
-        FD_SET(handOver, &readable);
-        FD_SET(event, &readable);
-        timeval wait = {0, 1000};
-        if (select(std::max(handOver, event) + 1, &readable, nullptr, nullptr, &wait) <= 0)
+        pollfd endpoints[] = {{handOver, POLLIN, 0}, {event, POLLIN, 0}};
+        if (poll(endpoints, 2, -1) <= 0)
             continue;
         const int client = receive(handOver);
         if (client < 0 || !serve(*kind, client, store)) {

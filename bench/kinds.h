@@ -51,7 +51,7 @@ inline constexpr std::array KINDS = {
                  "macaddr=00:02:D1:A1:B2:C3\r\nipaddr=192.168.0.20\r\nnetmask=255.255.255.0\r\n"
                  "gateway=192.168.0.1\r\ninputs=2\r\noutputs=2\r\nspeaker=yes\r\nvideoout=yes\r\nhw_version=B1\r\n"
                  "ptz=P,T,Z\r\n",
-        .clockReads = 6,
+        .clockReads = 2,
     },
     Kind{
         .name = "refused",
@@ -61,7 +61,7 @@ inline constexpr std::array KINDS = {
         .storeRequest = "",
         .storeReply = "",
         .reply = "HTTP/1.1 400 Bad Request\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n",
-        .clockReads = 5,
+        .clockReads = 1,
     },
     Kind{
         .name = "set",
@@ -72,6 +72,6 @@ inline constexpr std::array KINDS = {
         .storeReply = "layout_title_text=Hall\n",
         .reply = "HTTP/1.1 200 OK\r\nContent-Length: 11  \r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n"
                  "name=Hall\r\n",
-        .clockReads = 6,
+        .clockReads = 2,
     },
 };

@@ -8,6 +8,7 @@
  * expected one, byte for byte.
  */
 
+#include "bench/daemon_run.h"
 #include "bench/exchange.h"
 #include "bench/program.h"
 
@@ -64,17 +65,6 @@ int chooseProcessors()
     CPU_SET(static_cast<size_t>(first), &own);
     sched_setaffinity(0, sizeof own, &own);
     return last;
-}
-
-/** The part of a camera's file system that the daemon meets. */
-void layOut(const fs::path &root)
-{
-    for (const char *folder : {"tmp", "etc", "var/run/eventmgr"})
-        fs::create_directories(root / folder);
-    std::ofstream(root / "etc/accountmgr.conf") << "groups=admin,operator,view\n";
-    std::ofstream(root / "etc/group") << "admin:x:500:\noperator:x:501:\nview:x:502:\n";
-    std::ofstream(root / "etc/passwd") << "admin:x:1000:500::/:/bin/false\n";
-    setenv("KELPA_ROOT", root.c_str(), 1);
 }
 
 struct Measured {
@@ -205,16 +195,6 @@ void measureKind(Exchange &exchange, const Kind &kind, const std::string &what, 
            kelpaCalls.c_str(), floorCalls.c_str(), kind.storeRequest.empty() ? 0 : 5);
 }
 
-ChildProcess startKelpa(Exchange &exchange, const std::string &path, const fs::path &folder, int cpu,
-                        const std::string &output)
-{
-    fs::create_directory(folder);
-    ChildProcess kelpa({path, folder / "kelpa", folder / "pid"},
-                       {.outputFile = output, .errorFile = "", .processor = cpu});
-    exchange.serveStart();
-    return kelpa;
-}
-
 /**
  * Measures the daemon's memory. The kernel maps pages of shared libraries in groups that depend on where it has
  * placed the library, so the peak differs from start to start, and the worst of several starts counts.
@@ -225,7 +205,7 @@ void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::p
     long own = 0;
     for (int start = 0; start < MEMORY_STARTS; ++start) {
         const fs::path folder = root / ("memory-" + std::to_string(start));
-        const ChildProcess kelpa = startKelpa(exchange, kelpaPath, folder, -1, "/dev/null");
+        const ChildProcess kelpa = startDaemon(exchange, kelpaPath, folder, -1, "/dev/null");
         const FileDescriptor handOver = connectTo(folder / "kelpa");
         for (const Kind &kind : KINDS)
             exchange.run(kind, handOver.get(), WARM_UP_REQUESTS, IN_FLIGHT);
@@ -244,13 +224,13 @@ void measureMemory(Exchange &exchange, const std::string &kelpaPath, const fs::p
 void run(const std::string &kelpaPath, const std::string &floorPath, const fs::path &root)
 {
     const int cpu = chooseProcessors();
-    layOut(root);
+    layOutCamera(root);
     Exchange exchange(root);
     puts("| What | kelpa | floor | | goal |\n|---|---|---|---|---|");
     for (const bool traced : {false, true}) {
         const fs::path folder = root / (traced ? "traced" : "silent");
         const ChildProcess kelpa =
-            startKelpa(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").string() : "/dev/null");
+            startDaemon(exchange, kelpaPath, folder, cpu, traced ? (root / "trace").string() : "/dev/null");
         for (const Kind &kind : std::span(KINDS).first(traced ? 1 : KINDS.size())) {
             const fs::path floorSocket = folder / kind.name;
             const ChildProcess floor(

@@ -99,7 +99,7 @@ void runCamera(const Options &options)
     asio::io_context io;
     Surroundings around{.io = io, .root = root, .store = store, .clock = clock};
     const Neighbourhood neighbours(around);
-    Supervisor supervisor(around, {.program = options.daemon, .verbose = options.verbose});
+    Supervisor supervisor(around, {.program = options.daemon, .fair = options.fair, .verbose = options.verbose});
     WebServer server(around, std::move(listening),
                      options.authentication ? std::make_unique<Authenticator>(io, accounts) : nullptr);
     PowerCycle power(around, supervisor, server, [&] { return listenAtAddress(options.address, port); });

@@ -69,6 +69,7 @@ Options parseOptions(std::span<const char *const> arguments)
     app.add_option("--kelpa", options.daemon, "the daemon's program (default: beside this program)")
         ->type_name("PATH");
     addSwitch(app, "--auth", options.authentication, "ask for user and password (default: on, unless on loopback)");
+    addSwitch(app, "--fair", options.fair, "nobody waits for a client that stalls, see docs/api.md (default: off)");
     app.add_flag("--verbose", options.verbose, "print the daemon's traces and log");
 
     options.text = parseCommandLine(app, arguments);

@@ -14,6 +14,7 @@ struct Options {
     unsigned short port = 8080; ///< 0: any free one
     std::string daemon;         ///< the daemon's program
     bool authentication = false;
+    bool fair = false; ///< the daemon's fair mode
     bool verbose = false;
 };
 

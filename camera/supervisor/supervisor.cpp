@@ -39,16 +39,22 @@ constexpr milliseconds STOP_TIME(5000);
 /** What is kept of the daemon's output, for the message of its end. */
 constexpr size_t MAX_LAST_WORDS = 1000;
 
+/** The daemon's switch of fair mode. */
+constexpr std::string_view FAIR_VARIABLE = "KELPA_FAIR=";
+
 /** The environment of this process with some variables of the daemon's. */
 class Environment
 {
   public:
-    Environment(const std::string &root, bool verbose)
+    Environment(const std::string &root, bool fair, bool verbose)
     {
+        const std::string rootVariable = std::string(PATH_ROOT_VARIABLE) + "=";
         for (char **at = environ; *at != nullptr; ++at)
-            if (!std::string_view(*at).starts_with(std::string(PATH_ROOT_VARIABLE) + "="))
-                texts_.emplace_back(*at);
-        texts_.push_back(std::string(PATH_ROOT_VARIABLE) + "=" + root);
+            if (const std::string_view text = *at;
+                !text.starts_with(rootVariable) && !text.starts_with(FAIR_VARIABLE))
+                texts_.emplace_back(text);
+        texts_.push_back(rootVariable + root);
+        texts_.push_back(std::string(FAIR_VARIABLE) + (fair ? "1" : "0"));
         if (verbose && getenv(LOG_DEBUG_VARIABLE) == nullptr)
             texts_.push_back(std::string(LOG_DEBUG_VARIABLE) + "=2");
         for (std::string &text : texts_)
@@ -150,7 +156,7 @@ void Supervisor::spawn()
     FileDescriptor readEnd(pipeEnds[0]);
     const FileDescriptor writeEnd(pipeEnds[1]);
 
-    const Environment environment(around_.root.folder(), options_.verbose);
+    const Environment environment(around_.root.folder(), options_.fair, options_.verbose);
     std::string arguments[] = {options_.program, socketPath_, pidFile_};
     char *const argumentPointers[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), nullptr};
 

@@ -23,6 +23,7 @@ class Supervisor
   public:
     struct Options {
         std::string program;  ///< the daemon's path
+        bool fair = false;    ///< run it in fair mode
         bool verbose = false; ///< print what the daemon prints
     };
 

@@ -8,6 +8,8 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <variant>
 
@@ -18,6 +20,9 @@ namespace asio = boost::asio;
 
 namespace
 {
+
+/** How long what was sent may stay without acknowledgement, or a window closed; tcp(7). */
+constexpr unsigned int USER_TIMEOUT_MS = 30000;
 
 /** A client has this long for its head, again for its body, and again to take the reply. */
 constexpr std::chrono::seconds CLIENT_TIME(10);
@@ -124,6 +129,8 @@ void WebServer::accept(FileDescriptor socket)
     ++*clients_;
     std::shared_ptr<void> place(clients_.get(), [clients = clients_](void *) { --*clients; });
     std::string peer = peerAddress(socket.get());
+    // Whoever gets the connection in the end, it ends when its client is dead or frozen.
+    setsockopt(socket.get(), IPPROTO_TCP, TCP_USER_TIMEOUT, &USER_TIMEOUT_MS, sizeof USER_TIMEOUT_MS);
     Client client(around_.io, std::move(socket));
     asio::co_spawn(around_.io,
                    refused ? refuse(std::move(client), std::move(place))

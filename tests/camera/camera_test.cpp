@@ -280,4 +280,15 @@ TEST(Camera, StoreOutlivesHostileClients)
     EXPECT_TRUE(comesDownTo(descriptors + 1, camera)) << "the silent client alone is still there";
 }
 
+TEST(Camera, RunsTheDaemonInFairModeWhenAsked)
+{
+    for (const char *mode : {"on", "off"}) {
+        const CameraProcess camera({"--fair", mode});
+        std::ifstream environment("/proc/" + std::to_string(camera.daemonPid()) + "/environ");
+        const std::string text(std::istreambuf_iterator<char>(environment), {});
+        EXPECT_NE(text.find(mode == std::string("on") ? "KELPA_FAIR=1" : "KELPA_FAIR=0"), std::string::npos)
+            << text;
+    }
+}
+
 } // namespace

@@ -75,7 +75,7 @@ TEST(Options, HelpAndVersionArePrintedInstead)
 {
     const std::string help = parse({"--help"}).text;
     for (const char *option :
-         {"--root DIR", "--listen [ADDRESS:]PORT", "--kelpa PATH", "--auth on|off", "--verbose"})
+         {"--root DIR", "--listen [ADDRESS:]PORT", "--kelpa PATH", "--auth on|off", "--fair on|off", "--verbose"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
     char version[16];
     Version_Format(KELPA_VERSION, version);
