@@ -24,7 +24,7 @@ build() {
         shift
     done
     echo "== $preset: building"
-    if ! { cmake --preset "$preset" "${launcher[@]}" "${configure[@]}" && cmake --build --preset "$preset" --parallel "$(nproc)" "${@:2}"; } \
+    if ! { cmake --preset "$preset" -DKELPA_WERROR=ON "${launcher[@]}" "${configure[@]}" && cmake --build --preset "$preset" --parallel "$(nproc)" "${@:2}"; } \
         >"$log" 2>&1; then
         cat "$log"
         failed+=("$preset: build")
