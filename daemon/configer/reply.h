@@ -66,7 +66,7 @@ class ConfigerReader
 
     void Fail() { m_failed = true; }
     [[nodiscard]] bool Failed() const { return m_failed; }
-    [[nodiscard]] std::string_view View() const { return m_buffer.data(); }
+    [[nodiscard]] std::string_view View() const { return m_reply; }
 
   private:
     /* Keys are given with their "=". */
@@ -75,9 +75,17 @@ class ConfigerReader
     void TakeText(std::string_view key, std::span<char> out);
     void TakeValue(const ReadRule &rule, std::string_view key, void *pvRecord);
     void TakeRow(const ReadRule &rule, void *pvRecord, const KeyParts &parts);
+    std::string_view From(std::string_view key) const;
 
     const char *m_pcCaller;
     std::span<char> m_buffer;
+    std::string_view m_reply;
+    /** The first "=" of the reply, so that it is not searched from its start for every key. */
+    struct Equals {
+        uint32_t uiBefore; ///< the four characters before it
+        uint32_t uiAt;
+    } m_atEquals[48];
+    size_t m_equals = 0;
     bool m_failed = false;
 };
 
