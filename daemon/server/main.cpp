@@ -77,6 +77,7 @@ int main(int iArgumentCount, char **ppcArguments)
     Descriptor_OpenStandardStreams();
     Descriptor_CloseInheritedOnExec();
     Log_Open();
+    Path_Open();
     ParseOptions(iArgumentCount, ppcArguments);
     Trace_Open();
     if (iArgumentCount - optind != 2) {

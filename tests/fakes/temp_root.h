@@ -37,9 +37,14 @@ class RootEnvironment : public TempRoot
     RootEnvironment()
     {
         setenv(PATH_ROOT_VARIABLE, path().c_str(), 1);
+        Path_Open();
         signal(SIGPIPE, SIG_IGN);
     }
-    ~RootEnvironment() { unsetenv(PATH_ROOT_VARIABLE); }
+    ~RootEnvironment()
+    {
+        unsetenv(PATH_ROOT_VARIABLE);
+        Path_Open();
+    }
 };
 
 /** The whole content of a file; empty when it cannot be read. */

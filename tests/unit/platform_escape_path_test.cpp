@@ -28,15 +28,23 @@ TEST(EscapeDecodeString, DecodesInPlace)
 class Path : public testing::Test
 {
   protected:
-    static void setRoot(const std::string &root) { setenv(PATH_ROOT_VARIABLE, root.c_str(), 1); }
-    void TearDown() override { unsetenv(PATH_ROOT_VARIABLE); }
+    static void setRoot(const std::string &root)
+    {
+        setenv(PATH_ROOT_VARIABLE, root.c_str(), 1);
+        Path_Open();
+    }
+    void TearDown() override
+    {
+        unsetenv(PATH_ROOT_VARIABLE);
+        Path_Open();
+    }
 };
 
 TEST_F(Path, StandsBehindTheRoot)
 {
     PoisonedBuffer<16> out;
     for (const bool set : {false, true}) {
-        unsetenv(PATH_ROOT_VARIABLE);
+        TearDown();
         if (set)
             setRoot("");
         EXPECT_EQ(Path_Resolve("/tmp/configer", out.span()), 0);
