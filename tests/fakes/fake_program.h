@@ -9,8 +9,8 @@
  * A program of the camera that the daemon runs through the shell: a script that writes down each run and exits with
  * a chosen status.
  *
- * What it does not do: act on what it is asked, or look at anything but its arguments, QUERY_STRING and
- * descriptors.
+ * What it does not do: act on what it is asked, or look at anything but its arguments, QUERY_STRING, descriptors
+ * and ignored signals.
  */
 class FakeProgram
 {
@@ -24,7 +24,8 @@ class FakeProgram
         root.write(fixedPath, "#!/bin/sh\n"
                               "sh -c \"ls -l /proc/$$/fd >$0.list\"\n"
                               "held=$(sed -n \"\\\\|$0|d; s|.* \\\\([0-9]*\\\\) -> .*|\\\\1|p\" $0.list)\n"
-                              "{ echo \"$*\"; echo \"$QUERY_STRING\"; echo $held; } >>$0.log\n"
+                              "ignored=$(sed -n 's/^SigIgn:\t//p' /proc/$$/status)\n"
+                              "{ echo \"$*\"; echo \"$QUERY_STRING\"; echo $held; echo $ignored; } >>$0.log\n"
                               "exit $(cat $0.status)\n");
         std::filesystem::permissions(script_, std::filesystem::perms::owner_all);
     }
@@ -36,6 +37,7 @@ class FakeProgram
         std::string arguments;
         std::string query;       ///< QUERY_STRING
         std::string descriptors; ///< the open ones, "0 1 2"
+        std::string ignored;     ///< the mask of ignored signals in hexadecimal, as proc(5) gives it
     };
     /** Every run so far, in order. */
     [[nodiscard]] std::vector<Run> runs() const
@@ -43,7 +45,7 @@ class FakeProgram
         std::vector<Run> runs;
         std::ifstream log(script_ + ".log");
         for (Run run; std::getline(log, run.arguments) && std::getline(log, run.query) &&
-                      std::getline(log, run.descriptors);)
+                      std::getline(log, run.descriptors) && std::getline(log, run.ignored);)
             runs.push_back(run);
         return runs;
     }
