@@ -13,8 +13,23 @@
 
 namespace
 {
+
 int g_iDebugLevel = 0;
 bool g_traceIsRead = true;
+
+void Write(bool shown, const char *pcFormat, va_list args)
+{
+    const int iSavedErrno = errno;
+    if (shown) {
+        va_list copy;
+        va_copy(copy, args);
+        vfprintf(stderr, pcFormat, copy);
+        va_end(copy);
+    }
+    vsyslog(LOG_CRIT, pcFormat, args);
+    errno = iSavedErrno;
+}
+
 } // namespace
 
 void Log_Open()
@@ -26,18 +41,18 @@ void Log_Open()
 
 void Log_Crit(const char *pcFormat, ...)
 {
-    const int iSavedErrno = errno;
     va_list args;
     va_start(args, pcFormat);
-    if (g_iDebugLevel >= LOG_CRIT) {
-        va_list copy;
-        va_copy(copy, args);
-        vfprintf(stderr, pcFormat, copy);
-        va_end(copy);
-    }
-    vsyslog(LOG_CRIT, pcFormat, args);
+    Write(g_iDebugLevel >= LOG_CRIT, pcFormat, args);
     va_end(args);
-    errno = iSavedErrno;
+}
+
+void Log_CritAndShow(const char *pcFormat, ...)
+{
+    va_list args;
+    va_start(args, pcFormat);
+    Write(true, pcFormat, args);
+    va_end(args);
 }
 
 void Debug_Init(int iLevel)

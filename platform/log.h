@@ -12,6 +12,9 @@ void Log_Open();
 /** Writes one message to the system log at LOG_CRIT, the daemon's only priority. `errno` is kept. */
 void Log_Crit(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));
 
+/** Log_Crit, but on standard error whatever the debug level: for who starts the daemon and has to know. */
+void Log_CritAndShow(const char *pcFormat, ...) __attribute__((format(printf, 1, 2)));
+
 /**
  * Sets the debug level and prints it. From level 2 (LOG_CRIT) on, every log message also goes to standard error,
  * which is how a developer without a system log reads them.

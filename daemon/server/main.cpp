@@ -1,5 +1,6 @@
 #include "daemon/base/descriptor.h"
 #include "daemon/base/wait.h"
+#include "daemon/server/detach.h"
 #include "daemon/server/event_endpoint.h"
 #include "daemon/server/pid_file.h"
 #include "daemon/server/server.h"
@@ -38,9 +39,9 @@ void KelpaFdServer_ShowVersion()
 void RunAsDaemon()
 {
     printf("run as daemon mode");
-    fflush(stdout); // the buffer would die with the process that daemon(3) leaves behind
-    if (daemon(0, 0) != 0)
-        Log_Crit("[%s]daemon() failed\n", "main");
+    fflush(stdout); // the buffer would die with the process that waits
+    if (Detach() != 0)
+        Log_CritAndShow("[%s]daemon() failed\n", "main");
 }
 
 /** Handles the options; they may end the process. */
@@ -81,7 +82,7 @@ int main(int iArgumentCount, char **ppcArguments)
     ParseOptions(iArgumentCount, ppcArguments);
     Trace_Open();
     if (iArgumentCount - optind != 2) {
-        Log_Crit("[%s]Wrong number of arguments\n", __func__);
+        Log_CritAndShow("[%s]Wrong number of arguments\n", __func__);
         KelpaFdServer_Usage();
         return EXIT_FAILURE;
     }
@@ -100,6 +101,7 @@ int main(int iArgumentCount, char **ppcArguments)
     }
     StashPid(pcPidFile);
     KelpaFdServer_SetupSignals();
+    Detach_Serving();
     Log_Crit("Start KelpaFdServer\n");
     const char *pcFair = getenv("KELPA_FAIR");
     Wait_SetFair(pcFair != nullptr && strcmp(pcFair, "1") == 0); // from here on: the start waits without limit

@@ -1,7 +1,9 @@
 #include "tests/fakes/test_camera.h"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -71,11 +73,42 @@ TEST(CommandLine, PrintsTheVersionBeforeAnythingElse)
     }
 }
 
-TEST(CommandLine, DetachesBeforeItGoesOn)
+TEST(CommandLine, DetachesBeforeItGoesOnAndReturnsWhatComesOfIt)
 {
-    const Outcome outcome = runKelpa({"-d", "-v"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, "run as daemon mode") << "the version goes to the detached process's output";
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string error;
+    } cases[] = {{{"-d", "-v"}, 0, ""},
+                 {{"-dd", "-v"}, 0, ""},
+                 {{"-d", "-h"}, 1, ""},
+                 {{"-d", "SOCKET"}, 1, "[main]Wrong number of arguments\n"}};
+    for (const auto &[arguments, status, error] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const Outcome outcome = runKelpa(arguments);
+        EXPECT_EQ(outcome.status, status);
+        EXPECT_EQ(outcome.output, "run as daemon mode") << "the rest goes to the detached process's output";
+        EXPECT_EQ(outcome.error, error);
+    }
+}
+
+TEST(CommandLine, ReturnsWithTheDetachedProcessThatIsKilled)
+{
+    TestCamera camera({.start = false});
+    std::atomic<pid_t> parent = 0;
+    camera.store.before([&] {
+        parent.wait(0);
+        const std::string pid = std::to_string(parent);
+        if (const int child = atoi(readWholeFile("/proc/" + pid + "/task/" + pid + "/children").c_str()); child > 0)
+            kill(child, SIGKILL);
+    });
+    ChildProcess foreground(
+        {TestCamera::binary(), "-d", camera.socketPath(), camera.pidFile()},
+        {.environment = {"KELPA_ROOT=" + camera.root.path()}, .errorFile = camera.root.path("/stderr")});
+    parent = foreground.pid();
+    parent.notify_all();
+    EXPECT_EQ(foreground.wait(), 1);
+    EXPECT_EQ(camera.log(), "[main]the daemon was ended by signal 9 (Killed) before it served\n");
 }
 
 TEST(CommandLine, DebugLevelIsPrinted)
@@ -89,11 +122,9 @@ TEST(CommandLine, RunsAsADaemon)
     ChildProcess foreground({TestCamera::binary(), "-d", camera.socketPath(), camera.pidFile()},
                             {.environment = {"KELPA_ROOT=" + camera.root.path()}});
     EXPECT_EQ(foreground.wait(), 0);
-    ASSERT_TRUE(waitFor([&] { return readWholeFile(camera.pidFile()).ends_with('\n'); }));
+    ASSERT_TRUE(readWholeFile(camera.pidFile()).ends_with('\n')) << "it serves by then";
     const std::string pid = std::to_string(std::stoi(readWholeFile(camera.pidFile())));
     EXPECT_NE(pid, std::to_string(foreground.pid()));
-    // The request is served after the signals are set up, so the signal below finds its handler.
-    EXPECT_EQ(camera.get("/config/camera_info.cgi"), okReply("name=Entrance\r\n"));
     const std::filesystem::path process = "/proc/" + pid;
     EXPECT_EQ(std::filesystem::read_symlink(process / "cwd"), "/");
     for (const char *stream : {"0", "1", "2"})
