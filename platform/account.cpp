@@ -3,6 +3,7 @@
 #include "platform/log.h"
 #include "platform/path.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -32,6 +33,8 @@ bool ReadFile(const char *pcFixedPath, std::string_view &text)
         length += static_cast<size_t>(got);
     close(iFile);
     text = {g_acFile, length};
+    if (length == sizeof g_acFile)
+        errno = EFBIG;
     return got == 0 && length < sizeof g_acFile;
 }
 

@@ -37,8 +37,8 @@ struct AM_Context {
 
 /**
  * Reads the account configuration ("name=value" lines; "#" begins a comment) named in the context. Returns 0, or
- * non-zero when the file cannot be read or a line is malformed. The paths of the context are fixed paths of the
- * camera.
+ * non-zero when the file cannot be read (errno says why) or a line is malformed (errno is left alone). The paths of
+ * the context are fixed paths of the camera.
  */
 [[nodiscard]] int AM_ParseConfigFile(AM_Context *ptContext);
 

@@ -124,7 +124,9 @@ int FDCGI_init(FDCGI_Handle *pHandle, const char *pcPath)
     Forget(*ptHandle);
     ptHandle->iSocket = UnixSocket_Open(SOCK_DGRAM);
     if (ptHandle->iSocket < 0 || UnixSocket_Bind(ptHandle->iSocket, pcPath) != 0) {
+        const int iSavedErrno = errno;
         FDCGI_close(ptHandle);
+        errno = iSavedErrno;
         return -1;
     }
     *pHandle = ptHandle;

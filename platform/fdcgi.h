@@ -18,7 +18,7 @@ using FDCGI_Handle = FDCGI *;
 
 /**
  * Creates an endpoint bound to `pcPath` (taken as it stands, mode 0660). Returns 0 with the handle, which
- * FDCGI_close releases, or -1.
+ * FDCGI_close releases, or -1 with errno.
  */
 [[nodiscard]] int FDCGI_init(FDCGI_Handle *pHandle, const char *pcPath);
 [[nodiscard]] int FDCGI_SetNonBlocking(FDCGI_Handle handle);

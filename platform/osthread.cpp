@@ -37,6 +37,14 @@ int64_t MonotonicMs()
     return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
+/** Puts the error number that a function of pthreads returned where callers look for it. */
+bool Succeeded(int iError)
+{
+    if (iError != 0)
+        errno = iError;
+    return iError == 0;
+}
+
 void AddOne(int iEvent)
 {
     const uint64_t ulOne = 1;
@@ -49,7 +57,7 @@ void AddOne(int iEvent)
 int OSThread_KeyCreate()
 {
     if (!g_keyCreated)
-        g_keyCreated = pthread_key_create(&g_ownThreadKey, nullptr) == 0;
+        g_keyCreated = Succeeded(pthread_key_create(&g_ownThreadKey, nullptr));
     return g_keyCreated ? 0 : -1;
 }
 
@@ -81,7 +89,7 @@ int OSThread_Start(OSThread *ptThread)
     sigset_t old;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &old);
-    ptThread->started = pthread_create(&ptThread->thread, nullptr, RunEntry, ptThread) == 0;
+    ptThread->started = Succeeded(pthread_create(&ptThread->thread, nullptr, RunEntry, ptThread));
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
     return ptThread->started ? 0 : -1;
 }
@@ -146,8 +154,9 @@ int OSMsgQueue_Initial(OSMsgQueue *ptQueue, uint32_t uiCapacity)
     ptQueue->iArrived = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE);
     if (ptQueue->iArrived < 0)
         return -1;
-    if (pthread_mutex_init(&ptQueue->mutex, nullptr) != 0) {
+    if (const int iError = pthread_mutex_init(&ptQueue->mutex, nullptr); iError != 0) {
         close(ptQueue->iArrived);
+        errno = iError;
         return -1;
     }
     ptQueue->uiCapacity = uiCapacity;

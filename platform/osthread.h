@@ -6,7 +6,7 @@
 
 /*
  * Threads that can be stopped, and bounded message queues. All functions that can fail return 0 or -1, unless they
- * say otherwise.
+ * say otherwise; what opens something leaves the reason in errno.
  *
  * A thread is stopped by asking, never by cancelling: glibc's pthread_cancel loads libgcc_s at run time and aborts
  * without it, and whatever the thread held would be lost. Its entry routine returns when OSThread_StopRequested

@@ -20,7 +20,7 @@ socklen_t MakeAddress(const char *pcPath, sockaddr_un &address)
 {
     const size_t length = strlen(pcPath);
     if (length == 0 || length > sizeof address.sun_path) {
-        errno = ENAMETOOLONG;
+        errno = length == 0 ? ENOENT : ENAMETOOLONG;
         return 0;
     }
     address = {};

@@ -12,7 +12,8 @@
 /** Opens an AF_UNIX socket of `iType` (SOCK_STREAM or SOCK_DGRAM). Returns the descriptor, or -1. */
 [[nodiscard]] int UnixSocket_Open(int iType);
 
-/** Connects the socket to a path. Returns 0, or -1 with errno (ENAMETOOLONG for a path that does not fit). */
+/** Connects the socket to a path. Returns 0, or -1 with errno (ENAMETOOLONG for a path that does not fit, ENOENT
+ * for an empty one). */
 [[nodiscard]] int UnixSocket_Connect(int iSocket, const char *pcPath);
 
 /** Binds the socket to a path that does not exist yet, with mode 0660. Returns 0, or -1 with errno. */

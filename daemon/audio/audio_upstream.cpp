@@ -1,6 +1,7 @@
 #include "daemon/audio/audio_upstream.h"
 
 #include "daemon/audio/audio_thread.h"
+#include "daemon/base/start_fail.h"
 #include "daemon/base/text_builder.h"
 #include "daemon/configer/configer.h"
 #include "daemon/configer/read_rows.h"
@@ -9,6 +10,7 @@
 #include "platform/log.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <unistd.h>
 
@@ -25,16 +27,18 @@ void Clear(AudioUpstreamContext &context)
 }
 
 /** Reads a switch from the store; one that is missing is traced as a failure of `pcMissing`, unless that is null.
- */
+ *  Returns 0 or -1 (Start_Fail). */
 int ReadSwitch(const char *pcCaller, std::string_view key, const char *pcMissing, int32_t &iValue)
 {
     char acReply[1024];
     if (Get_Configer_Parameter(acReply, {key, "&"}) != 0) {
+        Configer_StartFail(key, errno);
         Trace("[%s]Get_Configer_Parameter failed\n", pcCaller);
         return -1;
     }
     if (Get_Configer_BOOL_Value(acReply, StoreKey(key).View(), iValue) == 0)
         return 0;
+    Configer_StartFail(key, 0);
     if (pcMissing != nullptr)
         Trace("[%s]%s failed\n", pcCaller, pcMissing);
     return -1;
@@ -44,10 +48,12 @@ int StartThread(const char *pcCaller, AudioUpstreamContext &context)
 {
     const OSThreadAttributes tAttributes = {AudioUpstream_MainTask, &context};
     if (OSThread_Initial(&context.tThread, &tAttributes) != 0) {
+        Start_Fail("audio thread", nullptr, errno);
         Trace("[%s]OSThread_Initial failed\n", pcCaller);
         return -1;
     }
     if (OSThread_Start(&context.tThread) != 0) {
+        Start_Fail("audio thread", nullptr, errno);
         Trace("[%s]OSThread_Start failed\n", pcCaller);
         OSThread_Release(&context.tThread);
         return -1;
@@ -84,6 +90,7 @@ int AudioUpstream_Initial(AudioUpstreamContext &context)
     context.uiSpeakerEnable = static_cast<uint32_t>(iEnable);
 
     if (OSMsgQueue_Initial(&context.tQueue, 1) != 0) {
+        Start_Fail("audio queue", nullptr, errno);
         Trace("[%s]OSMsgQueue_Initial failed\n", __func__);
         return -1;
     }

@@ -15,8 +15,8 @@ struct AudioUpstreamParam {
 
 /**
  * Reads the speaker's switch from the store and starts the audio thread; on a camera without an audio output
- * nothing is started. Returns 0, or -1 (traced) with nothing left running. The context must not move while the
- * thread lives.
+ * nothing is started. Returns 0, or -1 (traced, Start_Fail) with nothing left running. The context must not move
+ * while the thread lives.
  */
 [[nodiscard]] int AudioUpstream_Initial(AudioUpstreamContext &context);
 

@@ -1,10 +1,12 @@
 #include "daemon/configer/configer.h"
 
+#include "daemon/base/start_fail.h"
 #include "daemon/base/text_builder.h"
 #include "daemon/base/text_finder.h"
 #include "daemon/base/wait.h"
 #include "platform/log.h"
 
+#include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -31,7 +33,9 @@ int Exchange(std::string_view request, std::span<char> reply)
     // MSG_NOSIGNAL: during start-up SIGPIPE is not ignored yet.
     if (send(iSocket, request.data(), request.size(), MSG_NOSIGNAL) > 0 && Wait_Ready(iSocket, POLLIN, limit))
         received = read(iSocket, reply.data(), reply.size() - 1);
+    const int iSavedErrno = received == 0 ? ENODATA : errno;
     close(iSocket);
+    errno = iSavedErrno;
     if (received <= 0)
         return -1;
     reply[static_cast<size_t>(received)] = '\0';
@@ -57,6 +61,15 @@ int Set_Configer_Parameter(std::span<char> reply, std::string_view pairs)
     request.Add(SET_LINE);
     request.Add(pairs);
     return Exchange(request.View(), reply);
+}
+
+int Configer_StartFail(std::string_view key, int iErrno)
+{
+    TextBuffer<96> what;
+    what.Add(iErrno != 0 ? "" : "no usable ");
+    what.Add(key);
+    what.Add(" from configuration store");
+    return Start_FailFixed(what.Text(), CONFIGER_PATH, iErrno);
 }
 
 int Get_Configer_INT_Value(std::string_view reply, std::string_view key, int32_t &iValue)

@@ -14,7 +14,8 @@
 
 /**
  * Reads the keys, each written with its trailing "&", into `reply`, which is terminated whatever happens. A request
- * longer than 1023 characters and a reply longer than the buffer are cut.
+ * longer than 1023 characters and a reply longer than the buffer are cut. A failure leaves errno, ENODATA when the
+ * store closed the connection without an answer.
  */
 [[nodiscard]] int Get_Configer_Parameter(std::span<char> reply, std::initializer_list<std::string_view> keys);
 
@@ -26,6 +27,10 @@ inline constexpr size_t MAX_SET_PAIRS = 2026;
  * answered.
  */
 [[nodiscard]] int Set_Configer_Parameter(std::span<char> reply, std::string_view pairs);
+
+/** Start_Fail for a key that the start needs; `iErrno` is that of asking for it, 0 when the reply has no usable
+ * value. */
+int Configer_StartFail(std::string_view key, int iErrno);
 
 /* Single values of a reply; `key` is given with its "=". A value ends at the line feed. */
 

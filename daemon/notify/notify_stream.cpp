@@ -6,6 +6,7 @@
 #include "platform/log.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace
 {
@@ -18,6 +19,17 @@ constexpr ReadRow<NotifyState> COUNTS[] = {
     ReadInt<&NotifyState::iDINum>("capability_ndi"),
     ReadInt<&NotifyState::iMotionNum>("capability_nmotion"),
 };
+
+/** Says which count the store's reply does not give first; `iErrno` is that of reading it. */
+void SayWhatIsMissing(std::string_view reply, int iErrno)
+{
+    int32_t iUnused = 0;
+    for (const ReadRow<NotifyState> &row : COUNTS)
+        if (Get_Configer_INT_Value(reply, row.LookedUp(), iUnused) != 0) {
+            Configer_StartFail(row.Key(), reply.empty() ? iErrno : 0);
+            return;
+        }
+}
 
 /** Says "on" once when a window becomes active, "off" once it has stayed inactive long enough. */
 void WriteMotionLines(TextBuilder &body, const NotifyState &state, NotifyStreamResult &stream)
@@ -55,6 +67,7 @@ int NotifyStream_Initial(NotifyState &state)
     ConfigerReply<1024> reply(__func__);
     reply.Read(COUNTS, state);
     if (reply.Failed()) {
+        SayWhatIsMissing(reply.View(), errno);
         Trace("[%s]NotifyStream Initial failed!\n", __func__);
         return -1;
     }

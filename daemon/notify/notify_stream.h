@@ -13,7 +13,8 @@ struct NotifyStreamResult {
     uint32_t auiMotionActiveTick[NOTIFY_MAX_MOTIONS]; ///< when the window was last seen active
 };
 
-/** Zeroes the state and reads the numbers of inputs and motion windows from the store. Returns 0 or -1 (traced). */
+/** Zeroes the state and reads the numbers of inputs and motion windows from the store. Returns 0 or -1 (traced,
+ * Start_Fail). */
 [[nodiscard]] int NotifyStream_Initial(NotifyState &state);
 
 [[nodiscard]] int MappingGetRoutine_NotifyStream(SessionSlot &slot);

@@ -2,6 +2,7 @@
 
 #include "daemon/audio/audio_upstream.h"
 #include "daemon/base/clock.h"
+#include "daemon/base/start_fail.h"
 #include "daemon/base/wait.h"
 #include "daemon/netutil/network_restart.h"
 #include "daemon/notify/notify_stream.h"
@@ -11,6 +12,7 @@
 #include "platform/log.h"
 #include "platform/path.h"
 
+#include <cerrno>
 #include <cstdlib>
 
 namespace
@@ -27,12 +29,14 @@ int OpenEndpoint(const char *pcPath, FDCGI_Handle &handle, int32_t &iSocket)
 int OpenEndpoints(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
 {
     if (OpenEndpoint(pcSocketPath, server.handOver, server.iHandOverSocket) != 0) {
+        Start_Fail("hand-over socket", pcSocketPath, errno);
         Trace("[%s]FDCGI_init() failed\n", pcCaller);
         return -1;
     }
     char acEventPath[EVENT_PATH_SIZE];
     if (Path_Resolve(EVENT_PATH, acEventPath) != 0 ||
         OpenEndpoint(acEventPath, server.event, server.iEventSocket) != 0) {
+        Start_FailFixed("event socket", EVENT_PATH, errno);
         Trace("[%s]FDCGI_Emkelpa init() failed\n", pcCaller);
         return -1;
     }
@@ -42,7 +46,7 @@ int OpenEndpoints(const char *pcCaller, KelpaFdServer &server, const char *pcSoc
 int Start(const char *pcCaller, KelpaFdServer &server, const char *pcSocketPath)
 {
     if (Wait_Open() != 0)
-        return -1;
+        return Start_Fail("wake-up event", nullptr, errno);
     if (OpenEndpoints(pcCaller, server, pcSocketPath) != 0)
         return -1;
     for (SessionSlot &slot : server.atSessions)
@@ -98,11 +102,13 @@ int TakeInput(const char *pcCaller, KelpaFdServer *ptServer)
 
 int KelpaFdServer_Initial(KelpaFdServer **pptServer, const char *pcSocketPath)
 {
-    if (OSThread_KeyCreate() != 0 || pcSocketPath == nullptr)
+    if (pcSocketPath == nullptr)
         return -1;
+    if (OSThread_KeyCreate() != 0)
+        return Start_Fail("thread key", nullptr, errno);
     auto *ptServer = static_cast<KelpaFdServer *>(calloc(1, sizeof(KelpaFdServer)));
     if (ptServer == nullptr)
-        return -1;
+        return Start_Fail("server object", nullptr, errno);
     if (Start(__func__, *ptServer, pcSocketPath) != 0) {
         Release(ptServer);
         return -1;

@@ -28,7 +28,8 @@ struct KelpaFdServer {
 
 /**
  * Opens both endpoints, reads the accounts and what the store says of inputs and audio, and starts the audio
- * upstream. Returns 0 with the server, which KelpaFdServer_Destroy releases, or -1 with everything released.
+ * upstream. Returns 0 with the server, which KelpaFdServer_Destroy releases, or -1 (Start_Fail) with everything
+ * released.
  */
 [[nodiscard]] int KelpaFdServer_Initial(KelpaFdServer **pptServer, const char *pcSocketPath);
 /** Closes both endpoints, releases the server and the audio upstream. Sockets of busy sessions are left to exit. */

@@ -1,6 +1,6 @@
 #pragma once
 
-/** Fills the process's account context and reads the accounts. Returns 0, or -1 without an account configuration.
+/** Fills the process's account context and reads the accounts. Returns 0; -1 (Start_Fail) without a configuration.
  */
 [[nodiscard]] int KelpaFdServer_InitAccountManager();
 
