@@ -144,6 +144,7 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
         ptz.heal();
     }
     EXPECT_EQ(camera.get(MOVE, "z=4"), echoReply("z=4"));
+    EXPECT_EQ(ptz.take().size(), 3U);
     EXPECT_EQ(camera.openDescriptors(), descriptors) << "no failure leaves a socket open";
 }
 

@@ -3,13 +3,14 @@
 #include "tests/fakes/test_support.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 /**
  * The digital-IO daemon's end of its FIFO. It only reads when it is asked to; what has been written stays in the
  * pipe until then.
  *
- * What it does not do: split the commands, or switch anything.
+ * What it does not do: split the commands, or switch anything. What the test has not read at the end fails it.
  */
 class FakeFifo
 {
@@ -20,6 +21,9 @@ class FakeFifo
         (void)mkfifo(path_.c_str(), 0660);
         reader_.reset(checked(open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), path_));
     }
+    ~FakeFifo() { EXPECT_EQ(read(), ""); }
+    FakeFifo(const FakeFifo &) = delete;
+    FakeFifo &operator=(const FakeFifo &) = delete;
 
     /** Every byte since the last call. */
     std::string read()

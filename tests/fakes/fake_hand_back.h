@@ -11,13 +11,20 @@
  * The web server's end of the socket hand-back: takes what the daemon sends with a client's socket.
  *
  * What it does not do: serve the client. The passed socket is answered with a few bytes and closed, which shows
- * that it is the client's.
+ * that it is the client's. What the test has not taken at the end fails it.
  */
 class FakeHandBack
 {
   public:
     /** Binds `path`, the resolved place of "/var/run/http/fdipc1". */
     explicit FakeHandBack(std::string path) : path_(std::move(path)) { bindAnew(); }
+    ~FakeHandBack()
+    {
+        pollfd waiting = {socket_.get(), POLLIN, 0};
+        EXPECT_EQ(poll(&waiting, 1, 0), 0);
+    }
+    FakeHandBack(const FakeHandBack &) = delete;
+    FakeHandBack &operator=(const FakeHandBack &) = delete;
 
     /** As a restarted web server does: a new socket at the same path. */
     void bindAnew() { socket_.reset(checked(fdipc_server_socket(path_.c_str()), path_)); }

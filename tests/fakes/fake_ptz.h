@@ -2,19 +2,24 @@
 
 #include "tests/fakes/unix_endpoint.h"
 
+#include <gtest/gtest.h>
 #include <mutex>
 #include <vector>
 
 /**
  * The PTZ daemon's end of its command channel, on a thread: writes down what every connection sends.
  *
- * What it does not do: understand a command, move anything, or answer.
+ * What it does not do: understand a command, move anything, or answer. What the test has not taken at the end fails
+ * it.
  */
 class FakePtz
 {
   public:
     /** Listens at `path`, the resolved place of "/tmp/ptzctrl". */
     explicit FakePtz(const std::string &path) : endpoint_(path, [this](int c) { serve(c); }) {}
+    ~FakePtz() { EXPECT_EQ(take(), std::vector<std::string>{}); }
+    FakePtz(const FakePtz &) = delete;
+    FakePtz &operator=(const FakePtz &) = delete;
 
     /** What each connection since the last call has sent, in order; those on their way are waited for. */
     std::vector<std::string> take()
