@@ -9,15 +9,6 @@ const std::string URL = "/common/info.cgi";
 
 } // namespace
 
-TEST(DeviceInfo, CannotBeChanged)
-{
-    TestCamera camera;
-    expectRefused(camera, URL, "name=x x");
-    EXPECT_EQ(camera.post(URL, ""), BAD_REQUEST);
-    EXPECT_EQ(camera.post(URL, "name=x"), BAD_REQUEST);
-    EXPECT_TRUE(camera.store.requests().empty());
-}
-
 TEST(DeviceInfo, DependsOnTheStoreValueByValue)
 {
     const std::string version = "1.02\r\nbuild=07";
