@@ -37,37 +37,26 @@ class RulesTest : public testing::Test
     std::chrono::system_clock::time_point host{std::chrono::sys_days(std::chrono::year(2024) / 6 / 2) + 10h};
 };
 
-TEST_F(RulesTest, ScheduleHoldsOnEachDayOfItsMaskAndNoOther)
+TEST_F(RulesTest, ScheduleHoldsOnItsDaysBetweenItsTimes)
 {
-    for (int mask = 0; mask < 128; ++mask) {
-        set("slot", std::to_string(mask), "00:00", "24:00");
-        const Schedule schedule = readSchedule(store, "slot");
-        for (int day = 0; day < 7; ++day) {
-            const bool wanted = (mask & (64 >> day)) != 0;
-            EXPECT_EQ(schedule.contains(onDay(day, 0s)), wanted) << mask << " " << day;
-            EXPECT_EQ(schedule.contains(onDay(day, 23h + 59min + 59s)), wanted) << mask << " " << day;
-        }
-    }
-}
-
-TEST_F(RulesTest, ScheduleBeginsWithItsFirstMinuteAndEndsBeforeItsLast)
-{
-    const std::tuple<const char *, const char *, std::chrono::seconds, bool> cases[] = {
-        {"08:30", "17:00", 8h + 29min + 59s, false},
-        {"08:30", "17:00", 8h + 30min, true},
-        {"08:30", "17:00", 16h + 59min + 59s, true},
-        {"08:30", "17:00", 17h, false},
-        {"08:30", "24:00", 23h + 59min + 59s, true},
-        {"08:30", "08:30", 8h + 30min, false},
-        {"17:00", "08:30", 18h, false},
-        {"", "24:00", 12h, false},
-        {"00:00", "24:01", 12h, false},
-        {"00:00", "12:00x", 11h, false},
+    const struct {
+        int mask;
+        const char *begin, *end;
+        int day;
+        std::chrono::seconds time;
+        bool contained;
+    } cases[] = {
+        {64, "00:00", "24:00", 0, 0s, true},       {64, "00:00", "24:00", 1, 0s, false},
+        {1, "00:00", "24:00", 6, 86399s, true},    {126, "00:00", "24:00", 6, 12h, false},
+        {127, "08:30", "17:00", 3, 30599s, false}, {127, "08:30", "17:00", 3, 30600s, true},
+        {127, "08:30", "17:00", 3, 61199s, true},  {127, "08:30", "17:00", 3, 17h, false},
+        {127, "17:00", "08:30", 3, 18h, false},    {127, "", "24:00", 3, 12h, false},
+        {127, "00:00", "24:01", 3, 12h, false},    {127, "00:00", "12:00x", 3, 11h, false},
     };
-    for (const auto &[begin, end, time, contained] : cases) {
-        set("slot", "127", begin, end);
-        EXPECT_EQ(readSchedule(store, "slot").contains(onDay(3, time)), contained)
-            << begin << "-" << end << " at " << time.count();
+    for (const auto &[mask, begin, end, day, time, contained] : cases) {
+        set("slot", std::to_string(mask), begin, end);
+        EXPECT_EQ(readSchedule(store, "slot").contains(onDay(day, time)), contained)
+            << mask << " " << begin << "-" << end << " at " << time.count();
     }
     EXPECT_FALSE(readSchedule(store, "nothing").contains(onDay(3, 12h)));
 }
@@ -77,11 +66,9 @@ TEST_F(RulesTest, TriggerLooksAtTheMaskOfItsKindOnly)
     const std::tuple<const char *, const char *, const char *, Sensed, bool> cases[] = {
         {"motion", "5", "0", {.windows = 4, .inputs = 0}, true},
         {"motion", "5", "3", {.windows = 2, .inputs = 3}, false},
-        {"motion", "0", "3", {.windows = 7, .inputs = 3}, false},
         {"di", "7", "2", {.windows = 0, .inputs = 2}, true},
         {"di", "7", "2", {.windows = 7, .inputs = 1}, false},
         {"", "7", "3", {.windows = 7, .inputs = 3}, false},
-        {"seq", "7", "3", {.windows = 7, .inputs = 3}, false},
         {"motionless", "7", "3", {.windows = 7, .inputs = 3}, false},
         {"motion", "7", "3", {}, false},
     };
@@ -102,11 +89,8 @@ TEST_F(RulesTest, RebootIsDueOnceInItsMinuteAndOnlyThere)
     for (LocalTime time = onDay(0, 0s); time < onDay(7, 0s); time += 1s)
         reboots += rule.rebootDue(time - 1s, time);
     EXPECT_EQ(reboots, 1);
-    EXPECT_TRUE(rule.rebootDue(onDay(1, 6h + 14min + 59s), onDay(1, 6h + 15min)));
     EXPECT_FALSE(rule.rebootDue(onDay(1, 6h + 15min + 3s), onDay(1, 6h + 15min + 4s)))
         << "a camera that comes up again in the same minute stays up";
-    store.set("event_i3_enable", "0");
-    EXPECT_FALSE(readEventRule(store, 3).rebootDue(onDay(1, 6h + 14min + 59s), onDay(1, 6h + 15min)));
 }
 
 TEST_F(RulesTest, ClockFollowsDateTimeZoneAndDaylightSaving)
@@ -114,7 +98,6 @@ TEST_F(RulesTest, ClockFollowsDateTimeZoneAndDaylightSaving)
     const auto hostTime = [this] { return host; };
     {
         const CameraClock clock(store, hostTime);
-        EXPECT_EQ(toText(clock.now()), "2024-06-02 10:00:00");
         store.set(std::vector<Setting>{{"system_date", "2030/2/30"}, {"system_time", "24:60:60"}});
         EXPECT_EQ(toText(clock.now()), "2030-03-03 01:01:00") << "what is beyond its end runs over";
         host += 90s;
@@ -133,17 +116,13 @@ TEST_F(RulesTest, ClockFollowsDateTimeZoneAndDaylightSaving)
     EXPECT_EQ(toText(clock.now()), "2025-01-01 00:59:59") << "kept over a restart";
     store.set(std::vector<Setting>{{"system_updateinterval", "3600"}, {"system_daylight_enable", "0"}});
     EXPECT_EQ(toText(clock.now()), "2024-06-02 18:01:30") << "a synchronised clock shows the host's time";
-    store.set("system_updateinterval", "0");
-    EXPECT_EQ(toText(clock.now()), "2024-06-02 18:01:30") << "and goes on from there";
 }
 
 TEST_F(RulesTest, ZoneIndexIsHoursTimesFortyWhateverItsLastDigit)
 {
     const CameraClock clock(store, [this] { return host; });
-    const std::pair<const char *, int> zones[] = {
-        {"-480", -720}, {"-281", -420}, {"-242", -360}, {"-180", -270}, {"0", 0},           {"41", 60},
-        {"82", 120},    {"230", 345},   {"520", 780},   {"", 0},        {"2147483647", 840}};
-    for (const auto &[index, minutes] : zones) {
+    for (const auto &[index, minutes] :
+         {std::pair("-480", -720), {"-281", -420}, {"41", 60}, {"230", 345}, {"", 0}, {"2147483647", 840}}) {
         store.set("system_timezoneindex", index);
         EXPECT_EQ(clock.zone().count(), minutes) << index;
     }
@@ -153,14 +132,11 @@ TEST(OutputCommandStream, TakesCommandsApartHoweverTheyArrive)
 {
     using Commands = std::vector<OutputCommand>;
     const std::pair<std::vector<std::string_view>, Commands> cases[] = {
-        {{"setdo 0 1"}, {{0, true}}},
         {{"setdo 0 1setdo 1 0"}, {{0, true}, {1, false}}},
         {{"se", "tdo", " ", "1", " ", "1", "set", "do 8 0"}, {{1, true}, {8, false}}},
-        {{"setdo 0 1\nsetdo 0 0\n"}, {{0, true}, {0, false}}},
         {{"xxsetdo 0 1yy", "setsetdo 1 1"}, {{0, true}, {1, true}}},
         {{"setdo 0 2setdo 1 1"}, {{1, true}}},
         {{"setdo x 1setdo  1setdo 1 1"}, {{1, true}}},
-        {{"setdo -1 1"}, {}},
         {{"setdo 99999999999999999999 1", "setdo 3 1"}, {{3, true}}},
         {{"setdo 12"}, {}},
     };

