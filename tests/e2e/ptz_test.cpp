@@ -27,7 +27,6 @@ Lines sent(Lines commands)
 }
 
 struct PtzCase {
-    const char *description;
     std::string query;
     Lines commands;
 };
@@ -39,7 +38,7 @@ class Ptz : public testing::Test
     void expectCommands(const std::string &url, const std::vector<PtzCase> &cases)
     {
         for (const PtzCase &c : cases) {
-            SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
+            SCOPED_TRACE(url + "?" + c.query);
             EXPECT_EQ(camera.get(url, c.query), echoReply(c.query));
             EXPECT_EQ(ptz.take(), sent(c.commands));
         }
@@ -64,56 +63,45 @@ class Ptz : public testing::Test
 
 TEST_F(Ptz, MovesBySixtyFourthsOfThePicture)
 {
-    expectCommands(MOVE, {{"both, tilting down", "p=2&t=-1", {"video=0&x=340&y=247" + VGA}},
-                          {"the largest steps one way", "p=-32&t=32", {"video=0&x=0&y=16" + VGA}},
-                          {"the largest steps the other way", "p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
-                          {"pan alone", "p=1", {"video=0&x=330&y=240" + VGA}},
-                          {"no step at all", "x=1", {"video=0&x=320&y=240" + VGA}}});
+    expectCommands(MOVE, {{"p=2&t=-1", {"video=0&x=340&y=247" + VGA}},
+                          {"p=-32&t=32", {"video=0&x=0&y=16" + VGA}},
+                          {"p=32&t=-32", {"video=0&x=640&y=464" + VGA}},
+                          {"p=1", {"video=0&x=330&y=240" + VGA}},
+                          {"x=1", {"video=0&x=320&y=240" + VGA}}});
     expectNoCommand(MOVE, "p=33 p=-33 t=33 t=-33 z=33 z=-33");
 }
 
 TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
 {
     const std::string centre = "video=0&x=320&y=240" + VGA;
-    expectCommands(MOVE,
-                   {{"in", "z=4", {centre, "speedzoom=-4", "zoom=tele"}},
-                    {"in as far as it goes", "z=32", {centre, "speedzoom=5", "zoom=tele"}},
-                    {"out as far as it goes", "z=-32", {centre, "speedzoom=5", "zoom=wide"}},
-                    {"1 is as slow as 2", "z=1", {centre, "speedzoom=-5", "zoom=tele"}},
-                    {"2", "z=2", {centre, "speedzoom=-5", "zoom=tele"}},
-                    {"-1", "z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
-                    {"not at all", "z=0", {centre}},
-                    {"and moves", "p=1&t=1&z=3", {"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}}});
+    expectCommands(MOVE, {{"z=4", {centre, "speedzoom=-4", "zoom=tele"}},
+                          {"z=32", {centre, "speedzoom=5", "zoom=tele"}},
+                          {"z=-32", {centre, "speedzoom=5", "zoom=wide"}},
+                          {"z=1", {centre, "speedzoom=-5", "zoom=tele"}},
+                          {"z=2", {centre, "speedzoom=-5", "zoom=tele"}},
+                          {"z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
+                          {"z=0", {centre}},
+                          {"p=1&t=1&z=3", {"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}}});
 }
 
 TEST_F(Ptz, MovesInThePictureThatTheStoreSays)
 {
-    const struct {
-        std::string resolution;
-        const char *move; ///< for p=2, t=1; null: an internal error
-        std::string size;
-    } cases[] = {
-        {"176x144", "x=92&y=70", "176x144"},
-        {"1280x1024", "x=680&y=496", "1280x1024"},
-        {"63x129", "x=31&y=62", "63x129"}, // a step of nothing; the centre is rounded down
-        {"-641x480", "x=-340&y=233", "-641x480"},
-        {"640x480x2", "x=340&y=233", "640x480x2"},
-        {"12345678x123456", "x=655863&y=59799", "1234567x123456"}, // 7 characters are taken
-        {"x480", "x=0&y=233", "x480"},
-        {"640X480", nullptr, ""},
-        {"", nullptr, ""},
-        {"640x4800000000000", nullptr, ""},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.resolution);
-        camera.store.set("videoin_c0_s0_resolution", c.resolution);
-        EXPECT_EQ(camera.get(MOVE, "p=2&t=1"), c.move != nullptr ? echoReply("p=2&t=1") : INTERNAL_ERROR);
-        EXPECT_EQ(ptz.take(), c.move != nullptr ? sent({std::string("video=0&") + c.move + "&resolution=" + c.size +
-                                                        "&videosize=" + c.size + "&stretch=1"})
-                                                : Lines{});
+    // A step of nothing, a centre rounded down, 7 characters taken of a longer number, three that are no size.
+    const std::pair<std::string, std::string> cases[] = {
+        {"63x129", "x=31&y=62&resolution=63x129"},
+        {"12345678x123456", "x=655863&y=59799&resolution=1234567x123456"},
+        {"x480", "x=0&y=233&resolution=x480"},
+        {"640X480", ""},
+        {"", ""},
+        {"640x4800000000000", ""}};
+    for (const auto &[resolution, move] : cases) {
+        SCOPED_TRACE(resolution);
+        camera.store.set("videoin_c0_s0_resolution", resolution);
+        EXPECT_EQ(camera.get(MOVE, "p=2&t=1"), move.empty() ? INTERNAL_ERROR : echoReply("p=2&t=1"));
+        const std::string size = move.substr(move.rfind('=') + 1);
+        EXPECT_EQ(ptz.take(),
+                  move.empty() ? Lines{} : sent({"video=0&" + move + "&videosize=" + size + "&stretch=1"}));
     }
-    camera.store.remove("videoin_c0_s0_resolution");
-    EXPECT_EQ(camera.get(MOVE, "p=2"), INTERNAL_ERROR);
 }
 
 TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
@@ -162,43 +150,22 @@ TEST_F(Ptz, ADaemonThatTakesNoConnectionsHoldsNobodyUpForLong)
     EXPECT_EQ(camera.get(HOME, "act=go"), INTERNAL_ERROR);
 }
 
-TEST_F(Ptz, GoesHome)
+TEST_F(Ptz, GoesHomeAndToPresetsPansAndStops)
 {
-    for (const std::string query : {"act=go", "x=1&act=go&p=5", "act=gone"}) {
-        EXPECT_EQ(camera.get(HOME, query), okReply("p=0\r\nt=0\r\nz=0\r\n"));
-        EXPECT_EQ(ptz.take(), sent({"move=home"}));
-    }
+    EXPECT_EQ(camera.get(HOME, "x=1&act=go&p=5"), okReply("p=0\r\nt=0\r\nz=0\r\n"));
+    EXPECT_EQ(ptz.take(), sent({"move=home"}));
     expectNoCommand(HOME, "act= act=g act=Go act=gooooooo go=1");
-}
-
-TEST_F(Ptz, AddsDeletesAndRecallsPresets)
-{
     const std::string longest(47, 'n');
-    expectCommands(PRESET, {{"add", "name=door&act=add", {"cam=preset&name=door"}},
-                            {"delete, the other way round", "act=del&name=door", {"cam=clearpreset&name=door"}},
-                            {"recall", "name=door&act=go", {"recall=door"}},
-                            {"47 characters", "name=" + longest + "&act=del", {"cam=clearpreset&name=" + longest}},
-                            {"an empty name", "name=&act=go", {"recall="}}});
+    // KEPT: words match by their beginning.
+    expectCommands(PRESET, {{"name=door&act=add", {"cam=preset&name=door"}},
+                            {"act=delete&name=door", {"cam=clearpreset&name=door"}},
+                            {"name=" + longest + "&act=gone", {"recall=" + longest}},
+                            {"name=&act=go", {"recall="}}});
     expectNoCommand(PRESET, "act=add name=door name=door&act= name=door&act=set name=door&act=deletion name=" +
                                 longest + "n&act=go");
-}
-
-TEST_F(Ptz, PansAndStops)
-{
-    expectCommands(AUTO_PAN, {{"go", "act=go", {"auto=pan"}},
-                              {"continue", "act=continue", {"auto=pan"}},
-                              {"stop", "act=stop", {"auto=stop"}}});
+    expectCommands(AUTO_PAN,
+                   {{"act=go", {"auto=pan"}}, {"act=continued", {"auto=pan"}}, {"act=stop", {"auto=stop"}}});
     expectNoCommand(AUTO_PAN, "act=contin act=continue-pan act=pan pan=go");
-}
-
-TEST_F(Ptz, KeptActWordsMatchByTheirBeginning)
-{
-    expectCommands(PRESET, {{"added", "name=a&act=added", {"cam=preset&name=a"}},
-                            {"delete", "name=a&act=delete", {"cam=clearpreset&name=a"}},
-                            {"gone", "name=a&act=gone", {"recall=a"}}});
-    expectCommands(AUTO_PAN, {{"gone", "act=gone", {"auto=pan"}},
-                              {"continued", "act=continued", {"auto=pan"}},
-                              {"stopped", "act=stopped", {"auto=stop"}}});
 }
 
 TEST_F(Ptz, MovesOnAKeyPadOfDirections)
@@ -212,49 +179,37 @@ TEST_F(Ptz, MovesOnAKeyPadOfDirections)
     for (size_t number = 0; number < std::size(pad); ++number) {
         const auto &[command, speedKey] = pad[number];
         const std::string query = "direction=" + std::to_string(number);
-        expectCommands(DIRECTION, {{"alone", query, {command}}});
+        expectCommands(DIRECTION, {{query, {command}}});
         if (speedKey.empty())
             expectNoCommand(DIRECTION, query + "&speed=1 " + query + "&speed=10");
         else
-            expectCommands(DIRECTION, {{"slow", query + "&speed=1", {command + speedKey + "-4"}},
-                                       {"fast", query + "&speed=10", {command + speedKey + "5"}}});
+            expectCommands(DIRECTION, {{query + "&speed=1", {command + speedKey + "-4"}},
+                                       {query + "&speed=10", {command + speedKey + "5"}}});
     }
     expectNoCommand(DIRECTION, "speed=5 direction=1&speed=0 direction=1&speed=11 direction=9 direction=-1");
 }
 
 TEST_F(Ptz, EveryCommandCarriesTheCameraId)
 {
-    const struct {
-        std::string stored;
-        std::string sent; ///< empty: an internal error
-    } cases[] = {{"255", "255"}, {"", "0"}, {"1234567", "1234567"}, {"-1", "-1"}, {"x", "0"}, {"12345678", ""}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.stored);
-        camera.store.set("camctrl_c0_cameraid", c.stored);
-        camera.store.clearRequests();
-        EXPECT_EQ(camera.get(AUTO_PAN, "act=go"), c.sent.empty() ? INTERNAL_ERROR : echoReply("act=go"));
-        EXPECT_EQ(ptz.take(), Lines{c.sent.empty() ? "" : "channel=0&camid=" + c.sent + "&auto=pan"});
-        EXPECT_EQ(camera.store.requests(), Lines{"get NameValue 99 0\ncamctrl_c0_cameraid&"});
+    const std::pair<std::string, std::string> cases[] = {{"1234567", "1234567"}, {"x", "0"}, {"12345678", ""}};
+    for (const auto &[stored, id] : cases) {
+        SCOPED_TRACE(stored);
+        camera.store.set("camctrl_c0_cameraid", stored);
+        EXPECT_EQ(camera.get(AUTO_PAN, "act=go"), id.empty() ? INTERNAL_ERROR : echoReply("act=go"));
+        EXPECT_EQ(ptz.take(), Lines{id.empty() ? "" : "channel=0&camid=" + id + "&auto=pan"});
     }
 }
 
 TEST_F(Ptz, CommandsThatCannotBeSentAreAnInternalError)
 {
-    const std::pair<std::string, std::string> requests[] = {{MOVE, "p=1"},
-                                                            {HOME, "act=go"},
-                                                            {PRESET, "name=a&act=go"},
-                                                            {AUTO_PAN, "act=stop"},
-                                                            {DIRECTION, "direction=4"}};
-    for (const auto &[url, query] : requests) {
-        SCOPED_TRACE(url);
-        ptz.refuse();
-        EXPECT_EQ(camera.get(url, query), INTERNAL_ERROR);
-        EXPECT_EQ(ptz.take(), Lines{});
-        ptz.heal();
-        EXPECT_EQ(camera.get(url), BAD_REQUEST) << "there is nothing to read";
-        EXPECT_EQ(camera.post(url, query).substr(0, 15), "HTTP/1.1 200 OK");
-        EXPECT_EQ(ptz.take().size(), 1U);
+    ptz.refuse();
+    for (const std::string &request : {MOVE + "?p=1", HOME + "?act=go", PRESET + "?name=a&act=go",
+                                       AUTO_PAN + "?act=stop", DIRECTION + "?direction=4"}) {
+        const std::vector<std::string> parts = split(request, '?');
+        EXPECT_EQ(camera.get(parts[0], parts[1]), INTERNAL_ERROR) << request;
+        EXPECT_EQ(camera.get(parts[0]), BAD_REQUEST) << "there is nothing to read";
     }
+    EXPECT_EQ(ptz.take(), Lines{});
 }
 
 TEST_F(Ptz, ListsThePresets)
@@ -270,7 +225,6 @@ TEST_F(Ptz, ListsThePresets)
 
     for (const auto &[name, value] : pairs(stored))
         camera.store.set(name, "");
-    EXPECT_EQ(camera.get(PRESET_LIST), okReply("presets=\r\n"));
     camera.store.set({{"camctrl_c0_preset_i1_name", "door"},
                       {"camctrl_c0_preset_i11_name", std::string(48, 'n')},
                       {"camctrl_c0_preset_i19_name", "back gate"}});

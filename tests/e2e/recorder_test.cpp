@@ -50,26 +50,17 @@ TEST(Recorder, ReportsWhatIsStored)
     const std::string reserve = "recording_i0_reserveamount=" + std::string(99, '9');
     expectReads(
         camera, URL,
-        {{"the longest share", "server_i0_ns_location=\\\\" + server + "\\" + folder,
-          "<server>nas</server><shareFolder>video<", "<server>" + server + "</server><shareFolder>" + folder + "<"},
-         {"no share", "server_i0_ns_location=\\\\nas", "<shareFolder>video<", "<shareFolder><"},
-         {"no location", "server_i0_ns_location=", "<server>nas</server><shareFolder>video<",
-          "<server></server><shareFolder><"},
-         {"anonymous", "server_i0_ns_username=anonymous2&server_i0_ns_passwd=",
+        {{"server_i0_ns_location=\\\\" + server + "\\" + folder, "<server>nas</server><shareFolder>video<",
+          "<server>" + server + "</server><shareFolder>" + folder + "<"},
+         {"server_i0_ns_location=\\\\nas", "<shareFolder>video<", "<shareFolder><"},
+         {"server_i0_ns_location=", "<server>nas</server><shareFolder>video<", "<server></server><shareFolder><"},
+         {"server_i0_ns_username=anonymous2&server_i0_ns_passwd=",
           "<anonymous>0</anonymous><user>nas.user</user><password>nas.pass<",
           "<anonymous>1</anonymous><user>anonymous2</user><password><"},
-         {"it has a password", "server_i0_ns_username=anonymous", "<user>nas.user<", "<user>anonymous<"},
-         {"without a limit the reserve is not looked at", "recording_i0_limitsize=0&" + reserve, "<keepSpace>500<",
-          "<keepSpace>0<"},
-         {"a clip that is shorter than its beginning", "media_i0_videoclip_maxduration=3", "<postrecord>10<",
-          "<postrecord>-2<"},
-         {"motion", "event_i0_trigger=motion", TRIGGERED,
-          "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"}});
-    camera.store.set(pairs("event_i0_weekday=127&event_i0_begintime=00:00&event_i0_endtime=24:00"));
-    const std::string always = camera.get(URL);
-    EXPECT_NE(always.find("<continuous>1<"), std::string::npos);
-    EXPECT_NE(always.find("<schedule><enable>0<"), std::string::npos);
-    EXPECT_NE(always.find("<item07>6,0,0,0,0,0</item><itemSize>7</itemSize>"), std::string::npos);
+         {"server_i0_ns_username=anonymous", "<user>nas.user<", "<user>anonymous<"},
+         {"recording_i0_limitsize=0&" + reserve, "<keepSpace>500<", "<keepSpace>0<"},
+         {"media_i0_videoclip_maxduration=3", "<postrecord>10<", "<postrecord>-2<"},
+         {"event_i0_trigger=motion", TRIGGERED, "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"}});
 }
 
 TEST(Recorder, WritesEverythingInItsOrder)
@@ -78,8 +69,7 @@ TEST(Recorder, WritesEverythingInItsOrder)
     const std::string off = FIXED + "event_i0_enable=0&recording_i0_enable=0&event_i0_trigger=&";
     expectChanges(
         camera, URL,
-        {{"everything but the share, backwards",
-          "recycle=0&fileLenMin=30&keepSpace=999999&item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&password=pw&"
+        {{"recycle=0&fileLenMin=30&keepSpace=999999&item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&password=pw&"
           "user=me&anonymous=0&continuous=0&schedule=1&toSamba=1&toUSB=0&byIn2=0&byIn1=1&byMotion=0&postrecord=10&"
           "prerecord=0&profileID=4&enable=1",
           FIXED +
@@ -90,25 +80,24 @@ TEST(Recorder, WritesEverythingInItsOrder)
               window("event", 40, "08:00", "17:00") + window("recording", 40, "08:00", "17:00") +
               "recording_i0_limitsize=1&recording_i0_reserveamount=999999&recording_i0_duration=1800&"
               "recording_i0_cyclic=0&disk_i0_cyclic_enabled=0&"},
-         {"post-record alone", REQUIRED + "&enable=0&postrecord=15",
+         {REQUIRED + "&enable=0&postrecord=15",
           FIXED + "event_i0_enable=0&recording_i0_enable=0&media_i0_videoclip_maxduration=15&event_i0_trigger=&" +
               TARGET_PAIRS},
-         {"the length is that of both", REQUIRED + "&enable=1&prerecord=15&postrecord=0",
+         {REQUIRED + "&enable=1&prerecord=15&postrecord=0",
           FIXED +
               "event_i0_enable=1&media_i0_videoclip_preevent=15&media_i0_videoclip_maxduration=15&event_i0_trigger="
               "&recording_i0_enable=1&" +
               TARGET_PAIRS},
-         {"continuous", TARGETS + NO_TRIGGER + "&enable=1&continuous=1&schedule=0&itemSize=1&item01=1,2,0,1,3,0",
+         {TARGETS + NO_TRIGGER + "&enable=1&continuous=1&schedule=0&itemSize=1&item01=1,2,0,1,3,0",
           FIXED + "event_i0_enable=1&event_i0_trigger=&recording_i0_enable=1&" + TARGET_PAIRS +
               window("event", 127, "00:00", "24:00") + window("recording", 127, "00:00", "24:00")},
-         {"no target", MODE + NO_TRIGGER + "&enable=0&toUSB=0&toSamba=0",
+         {MODE + NO_TRIGGER + "&enable=0&toUSB=0&toSamba=0",
           off + "event_i0_action_cf_enable=0&event_i0_action_server_i0_enable=0&recording_i0_dest=&"},
-         {"an anonymous account, whatever the account says", REQUIRED + "&enable=0&anonymous=1&user=me&password=pw",
+         {REQUIRED + "&enable=0&anonymous=1&user=me&password=pw",
           off + TARGET_PAIRS + "server_i0_ns_username=anonymous&server_i0_ns_passwd=&"},
-         {"the longest texts",
-          REQUIRED + "&enable=0&user=" + std::string(31, 'u') + "&password=" + std::string(32, 'p'),
+         {REQUIRED + "&enable=0&user=" + std::string(31, 'u') + "&password=" + std::string(32, 'p'),
           off + TARGET_PAIRS + "server_i0_ns_username=" + std::string(31, 'u') + "&"},
-         {"no items, the shortest files", REQUIRED + "&enable=0&itemSize=0&fileLenMin=1&keepSpace=0&recycle=1",
+         {REQUIRED + "&enable=0&itemSize=0&fileLenMin=1&keepSpace=0&recycle=1",
           off + TARGET_PAIRS + window("event", 0, "00:00", "00:00") + window("recording", 0, "00:00", "00:00") +
               "recording_i0_limitsize=1&recording_i0_reserveamount=0&recording_i0_duration=60&"
               "recording_i0_cyclic=1&disk_i0_cyclic_enabled=1&"}});
@@ -119,16 +108,14 @@ TEST(Recorder, ATriggerSwitchesTheRecordingSlotOff)
     TestCamera camera({.settings = settings()});
     const std::string off = "recording_i0_enable=0&" + TARGET_PAIRS, on = "recording_i0_enable=1&" + TARGET_PAIRS;
     const std::string query = MODE + TARGETS;
-    expectChanges(
-        camera, URL,
-        {{"motion", query + "byMotion=1&byIn1=0&byIn2=0", FIXED + "event_i0_trigger=motion&" + off},
-         {"input 1", query + "byMotion=0&byIn1=1&byIn2=0", FIXED + "event_i0_trigger=di&event_i0_di=1&" + off},
-         {"both, and on", query + "byMotion=0&byIn1=1&byIn2=1&enable=1",
-          FIXED + "event_i0_enable=1&event_i0_trigger=di&event_i0_di=3&" + off},
-         {"none, and the store says on", REQUIRED, FIXED + "event_i0_trigger=&" + on}});
-    camera.store.set("event_i0_enable", "0");
     expectChanges(camera, URL,
-                  {{"none, and the store says off", REQUIRED, FIXED + "event_i0_trigger=&" + TARGET_PAIRS}});
+                  {{query + "byMotion=1&byIn1=0&byIn2=0", FIXED + "event_i0_trigger=motion&" + off},
+                   {query + "byMotion=0&byIn1=1&byIn2=0", FIXED + "event_i0_trigger=di&event_i0_di=1&" + off},
+                   {query + "byMotion=0&byIn1=1&byIn2=1&enable=1",
+                    FIXED + "event_i0_enable=1&event_i0_trigger=di&event_i0_di=3&" + off},
+                   {REQUIRED, FIXED + "event_i0_trigger=&" + on}});
+    camera.store.set("event_i0_enable", "0");
+    expectChanges(camera, URL, {{REQUIRED, FIXED + "event_i0_trigger=&" + TARGET_PAIRS}});
     camera.store.remove("event_i0_enable");
     expectRefused(camera, URL, REQUIRED, UPDATE_FAILED);
 }
@@ -137,13 +124,9 @@ TEST(Recorder, TheProfileMustBeAStreamOfTheCamera)
 {
     TestCamera camera({.settings = settings()});
     const std::string query = REQUIRED + "&enable=0&profileID=";
-    for (const char *bad : {"0", "5", "-1", "-2147483648", "99999999999"})
+    for (const char *bad : {"0", "5", "-1", "99999999999"})
         expectRefused(camera, URL, query + bad, INVALID_PARAMETER);
-    camera.store.set("capability_nmediastream", "");
-    expectRefused(camera, URL, query + "1", INVALID_PARAMETER);
     camera.store.set("capability_nmediastream", "12345678");
-    expectRefused(camera, URL, query + "1", UPDATE_FAILED);
-    camera.store.remove("capability_nmediastream");
     expectRefused(camera, URL, query + "1", UPDATE_FAILED);
 }
 
@@ -197,12 +180,11 @@ TEST(Recorder, ChangesItsShareWhileRecordingIsOff)
     camera.store.set({{"event_i0_enable", "0"}, {"recording_i0_enable", "0"}});
     FakeProgram program(camera.root, "/usr/bin/gen_task");
     const std::string main = FIXED + "event_i0_trigger=&" + TARGET_PAIRS;
-    expectChanges(
-        camera, URL,
-        {{"the server", REQUIRED + "&server=nas1", main + "\nserver_i0_ns_location=\\\\nas1\\video&"},
-         {"the share", REQUIRED + "&shareFolder=clips", main + "\nserver_i0_ns_location=\\\\nas1\\clips&"},
-         {"both", REQUIRED + "&server=nas2&shareFolder=more", main + "\nserver_i0_ns_location=\\\\nas2\\more&"},
-         {"a server of 32 characters is dropped", REQUIRED + "&server=" + std::string(32, 's'), main}});
+    expectChanges(camera, URL,
+                  {{REQUIRED + "&server=nas1", main + "\nserver_i0_ns_location=\\\\nas1\\video&"},
+                   {REQUIRED + "&shareFolder=clips", main + "\nserver_i0_ns_location=\\\\nas1\\clips&"},
+                   {REQUIRED + "&server=nas2&shareFolder=more", main + "\nserver_i0_ns_location=\\\\nas2\\more&"},
+                   {REQUIRED + "&server=" + std::string(32, 's'), main}});
     camera.store.answerNothing(4); // behind "enable", the main settings and the states
     EXPECT_EQ(camera.get(URL, REQUIRED + "&prerecord=5&server=nas3"), UPDATE_FAILED);
     EXPECT_TRUE(program.runs().empty()) << "nothing is done behind a failure";

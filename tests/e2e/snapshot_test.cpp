@@ -44,36 +44,18 @@ TEST(Snapshot, ReportsWhatIsStored)
     EXPECT_EQ(camera.get(URL), okReply(replaced(body, ">mail=pass<", ">p&<1<"))) << "nothing is escaped";
     camera.store.set(storedFor(URL));
     const std::string none = "<item01></item><item02></item>" + ITEMS.substr(ITEMS.find("<item03>"));
-    expectReads(
-        camera, URL,
-        {{"never", "event_i1_weekday=0", ITEMS, replaced(none, "Size>2", "Size>0")},
-         {"motion", "event_i1_trigger=motion", TRIGGERED, "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"},
-         {"by time", "event_i1_trigger=seq", "<byIn2>1<", "<byIn2>0<"},
-         {"no mail", "server_i1_type=", "<smtpEnable1>1<", "<smtpEnable1>0<"},
-         {"another server", "server_i2_type=http", "<ftpEnable1>1<", "<ftpEnable1>0<"},
-         {"a word is no 1", "server_i2_ftp_passive=yes", "<passive1>1<", "<passive1>0<"}});
+    expectReads(camera, URL,
+                {{"event_i1_weekday=0", ITEMS, replaced(none, "Size>2", "Size>0")},
+                 {"event_i1_trigger=motion", TRIGGERED, "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"},
+                 {"event_i1_trigger=seq", "<byIn2>1<", "<byIn2>0<"},
+                 {"server_i1_type=", "<smtpEnable1>1<", "<smtpEnable1>0<"},
+                 {"server_i2_type=http", "<ftpEnable1>1<", "<ftpEnable1>0<"},
+                 {"server_i2_ftp_passive=yes", "<passive1>1<", "<passive1>0<"}});
     expectUnreadable(camera, URL, "event_i1_begintime=8");
     camera.store.remove("event_i1_inter");
     camera.store.remove("server_i2_ftp_passive");
     EXPECT_EQ(camera.get(URL), INTERNAL_ERROR);
     EXPECT_TRUE(camera.log().ends_with("Get_Configer_BOOL_Value failed\n")) << "a switch is missed first";
-    camera.store.set(storedFor(URL));
-    camera.store.set(pairs("event_i1_weekday=127&event_i1_begintime=00:00"));
-    const std::string always =
-        replaced(replaced(body, "<continuous>0", "<continuous>1"), "<schedule><enable>1", "<schedule><enable>0");
-    EXPECT_EQ(camera.get(URL),
-              okReply(replaced(always, ITEMS,
-                               "<item01>0,0,0,1,0,0</item><item02>1,0,0,2,0,0</item><item03>2,0,0,3,0,0</item>"
-                               "<item04>3,0,0,4,0,0</item><item05>4,0,0,5,0,0</item><item06>5,0,0,6,0,0</item>"
-                               "<item07>6,0,0,0,0,0</item><itemSize>7</itemSize>")));
-}
-
-TEST(Snapshot, KeptItemsEndWithoutTheirNumber)
-{
-    TestCamera camera({.settings = storedFor(URL)});
-    const std::string reply = camera.get(URL);
-    EXPECT_NE(reply.find(ITEMS), std::string::npos);
-    EXPECT_EQ(reply.find("</item0"), std::string::npos);
 }
 
 TEST(Snapshot, WritesEverythingInItsOrder)
@@ -81,8 +63,7 @@ TEST(Snapshot, WritesEverythingInItsOrder)
     TestCamera camera;
     expectChanges(
         camera, URL,
-        {{"everything, backwards",
-          "item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&fixFile1=shot&folder1=/cam&ftpServer1=f.org&"
+        {{"item02=3,8,0,3,17,0&item01=1,8,0,1,17,0&itemSize=2&fixFile1=shot&folder1=/cam&ftpServer1=f.org&"
           "ftpPass1=fp&ftpUser1=fu&ftpInterval=86400&ftpPort1=1&passive1=1&ftpEnable1=1&receiver1=r@x&"
           "sender1=s@x&smtpServer1=m.org&smtpPass1=mp&smtpUser1=mu&smtpPort1=1&smtpEnable1=1&continuous=0&"
           "schedule=1&toFTP=1&toSmtp=1&byIn2=1&byIn1=1&byMotion=0&enable=1",
@@ -95,17 +76,15 @@ TEST(Snapshot, WritesEverythingInItsOrder)
               "server_i1_email_passwd=mp&server_i1_email_address=m.org&server_i1_email_senderemail=s@x&"
               "server_i1_email_recipientemail=r@x&server_i1_email_port=1&" +
               window(40, "08:00", "17:00")},
-         {"no more than is required", REQUIRED, REQUIRED_PAIRS},
-         {"switched off", REQUIRED + "&enable=0&ftpEnable1=0&smtpEnable1=0&passive1=0",
+         {REQUIRED, REQUIRED_PAIRS},
+         {REQUIRED + "&enable=0&ftpEnable1=0&smtpEnable1=0&passive1=0",
           FIXED + "event_i1_enable=0&event_i1_trigger=seq&" + TARGET_PAIRS +
               "server_i2_type=&server_i2_ftp_passive=0&server_i1_type=&"},
-         {"continuous, whatever the items say",
-          NO_TRIGGER + TARGETS + "schedule=0&continuous=1&itemSize=1&item01=1,2,0,1,1,0",
+         {NO_TRIGGER + TARGETS + "schedule=0&continuous=1&itemSize=1&item01=1,2,0,1,1,0",
           REQUIRED_PAIRS + window(127, "00:00", "24:00")},
-         {"motion", "byMotion=1&byIn1=0&byIn2=0&" + TARGETS + SCHEDULE,
-          FIXED + "event_i1_trigger=motion&" + TARGET_PAIRS},
-         {"an interval is whole minutes", REQUIRED + "&ftpInterval=119", REQUIRED_PAIRS + "event_i1_inter=1&"},
-         {"no items", REQUIRED + "&itemSize=0", REQUIRED_PAIRS + window(0, "00:00", "00:00")}});
+         {"byMotion=1&byIn1=0&byIn2=0&" + TARGETS + SCHEDULE, FIXED + "event_i1_trigger=motion&" + TARGET_PAIRS},
+         {REQUIRED + "&ftpInterval=119", REQUIRED_PAIRS + "event_i1_inter=1&"},
+         {REQUIRED + "&itemSize=0", REQUIRED_PAIRS + window(0, "00:00", "00:00")}});
     camera.store.answerNothing();
     EXPECT_EQ(camera.get(URL, REQUIRED), UPDATE_FAILED);
 }
@@ -114,35 +93,35 @@ TEST(Snapshot, TheLongestOfEveryTextIsStoredWholeAndALongerOneDropped)
 {
     TestCamera camera({.settings = storedFor(URL)});
     const std::string server(63, 's'), text(31, 't');
+    const std::string mail = "server_i1_email_", ftp = "server_i2_ftp_";
     const struct {
-        const char *key, *name, *tag;
+        const char *key;
+        std::string name;
         const std::string &longest;
-    } texts[] = {{"smtpUser1=", "server_i1_email_username=", "<smtpUser1>", text},
-                 {"smtpPass1=", "server_i1_email_passwd=", "<smtpPass1>", text},
-                 {"smtpServer1=", "server_i1_email_address=", "<smtpServer1>", server},
-                 {"sender1=", "server_i1_email_senderemail=", "<sender1>", server},
-                 {"receiver1=", "server_i1_email_recipientemail=", "<receiver1>", server},
-                 {"ftpUser1=", "server_i2_ftp_username=", "<ftpUser1>", text},
-                 {"ftpPass1=", "server_i2_ftp_passwd=", "<ftpPass1>", text},
-                 {"ftpServer1=", "server_i2_ftp_address=", "<ftpServer1>", server},
-                 {"folder1=", "server_i2_ftp_location=", "<folder1>", text},
-                 {"fixFile1=", "media_i2_snapshot_prefix=", "<fixFile1>", text}};
+    } texts[] = {{"smtpUser1", mail + "username=", text},
+                 {"smtpPass1", mail + "passwd=", text},
+                 {"smtpServer1", mail + "address=", server},
+                 {"sender1", mail + "senderemail=", server},
+                 {"receiver1", mail + "recipientemail=", server},
+                 {"ftpUser1", ftp + "username=", text},
+                 {"ftpPass1", ftp + "passwd=", text},
+                 {"ftpServer1", ftp + "address=", server},
+                 {"folder1", ftp + "location=", text},
+                 {"fixFile1", "media_i2_snapshot_prefix=", text}};
     std::string fits = "byMotion=0&byIn1=1&byIn2=1&toSmtp=1&toFTP=1&schedule=1&continuous=0&enable=1&smtpEnable1=1&"
                        "smtpPort1=65535&ftpEnable1=1&ftpPort1=65535&passive1=1&ftpInterval=86400&"
                        "itemSize=1&item01=6,23,58,6,23,59";
     std::string tooLong = REQUIRED;
-    for (const auto &[key, name, tag, longest] : texts) {
-        fits += std::string("&") + key + longest;
-        tooLong += std::string("&") + key + longest + "x";
+    for (const auto &[key, name, longest] : texts) {
+        fits += std::string("&") + key + "=" + longest;
+        tooLong += std::string("&") + key + "=" + longest + "x";
     }
     EXPECT_EQ(camera.post(URL, fits), XML_OK);
-    const std::string written = camera.store.lastSet(), reply = camera.get(URL);
+    const std::string written = camera.store.lastSet();
     EXPECT_TRUE(written.ends_with("&" + window(1, "23:58", "23:59"))) << "nothing is cut: " << written;
-    for (const auto &[key, name, tag, longest] : texts) {
+    for (const auto &[key, name, longest] : texts)
         EXPECT_NE(written.find(name + longest + "&"), std::string::npos) << name;
-        EXPECT_NE(reply.find(tag + longest + "</"), std::string::npos) << tag;
-    }
-    expectChanges(camera, URL, {{"dropped", tooLong, REQUIRED_PAIRS}});
+    expectChanges(camera, URL, {{tooLong, REQUIRED_PAIRS}});
 }
 
 TEST(Snapshot, BadRequestsWriteNothing)

@@ -28,7 +28,7 @@ std::vector<std::string> split(const std::string &text, char separator)
 void expectChanges(TestCamera &camera, const std::string &url, const std::vector<ChangeCase> &cases)
 {
     for (const ChangeCase &c : cases) {
-        SCOPED_TRACE(url + "?" + c.query + " (" + c.description + ")");
+        SCOPED_TRACE(url + "?" + c.query);
         camera.store.clearRequests();
         EXPECT_EQ(camera.get(url, c.query), url.starts_with("/cgi/admin/") ? XML_OK : echoReply(c.query));
         EXPECT_EQ(setsOf(camera), c.written);
@@ -67,7 +67,7 @@ void expectReads(TestCamera &camera, const std::string &url, const std::vector<R
     const std::string query = parts.size() > 1 ? parts[1] : "", body = replyBody(camera.get(parts[0], query));
     const FakeStore::Settings before = camera.store.all();
     for (const ReadCase &c : cases) {
-        SCOPED_TRACE(c.settings + " (" + c.description + ")");
+        SCOPED_TRACE(c.settings);
         camera.store.set(pairs(c.settings));
         EXPECT_EQ(camera.get(parts[0], query), okReply(replaced(body, c.from, c.to)));
         camera.store.set(before);

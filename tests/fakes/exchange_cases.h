@@ -9,7 +9,6 @@
 
 /** A change that is taken: echoed or, below "/cgi/admin/", answered "ok". */
 struct ChangeCase {
-    std::string description;
     std::string query;
     std::string written; ///< the pairs of every "set", in order, a line feed between two
 };
@@ -28,7 +27,6 @@ void expectRanges(TestCamera &camera, const std::string &url, const std::string 
 
 /** How the body of a read differs from what it is, while the store holds something else. */
 struct ReadCase {
-    std::string description;
     std::string settings; ///< as Pairs takes them
     std::string from;
     std::string to;

@@ -9,8 +9,7 @@ FamilyRead dateTime(const std::string &ntp)
 {
     return {"/config/datetime.cgi", "", "DateTime", // the clock is in the family's own test
             "system_updateinterval=" + ntp +
-                "; Get NTP information failed\n"
-                "system_timezoneindex=160; Get TimeZone information failed\n"
+                "; Get NTP information failed\nsystem_timezoneindex=160; Get TimeZone information failed\n"
                 "system_daylight_enable=1|flag; Get daylight information failed"};
 }
 
@@ -23,19 +22,17 @@ std::string account(const std::string &provider)
 
 FamilyRead network(const std::string &stored, const std::string &account, const std::string &reported)
 {
-    return {
-        "/config/network.cgi",
-        "dhcp=on\nip=192.168.0.20\nnetmask=255.255.0.0\ngateway=172.16.0.1\ndns1=10.0.0.1\ndns2=10.9.9.2\nhttpport="
-        "80\n"
-        "httpexternalport=8080\nrtspport=554\nupnp=off\npppoe=on\npppoeuser=ppp.user\npppoepass=ppp.pass\nddns=on\n"
-        "ddnsprovider=" +
-            reported + "\nddnshost=a.host\nddnsuser=a.user\nddnspass=a.pass\n",
-        "NetworkConfig",
-        "network_resetip=1|flag&network_ipaddress=192.168.0.20|15&network_subnet=255.255.0.0|15&"
-        "network_router=172.16.0.1|15&network_dns1=10.0.0.1|15&network_dns2=10.9.9.2|15 none&"
-        "network_http_port=80&network_http_alternateport=8080&network_rtsp_port=554&network_type=pppoe|15 word&"
-        "network_pppoe_user=ppp.user|127&network_pppoe_pass=ppp.pass|63&ddns_enable=1|flag&ddns_provider=" +
-            stored + "|31 word&upnpportforwarding_enable=0|flag" + account};
+    return {"/config/network.cgi",
+            "dhcp=on\nip=192.168.0.20\nnetmask=255.255.0.0\ngateway=172.16.0.1\ndns1=10.0.0.1\ndns2=10.9.9.2\n"
+            "httpport=80\nhttpexternalport=8080\nrtspport=554\nupnp=off\npppoe=on\npppoeuser=ppp.user\n"
+            "pppoepass=ppp.pass\nddns=on\nddnsprovider=" +
+                reported + "\nddnshost=a.host\nddnsuser=a.user\nddnspass=a.pass\n",
+            "NetworkConfig",
+            "network_resetip=1|flag&network_ipaddress=192.168.0.20|15&network_subnet=255.255.0.0|15&"
+            "network_router=172.16.0.1|15&network_dns1=10.0.0.1|15&network_dns2=10.9.9.2|15 none&"
+            "network_http_port=80&network_http_alternateport=8080&network_rtsp_port=554&network_type=pppoe|15 word&"
+            "network_pppoe_user=ppp.user|127&network_pppoe_pass=ppp.pass|63&ddns_enable=1|flag&ddns_provider=" +
+                stored + "|31 word&upnpportforwarding_enable=0|flag" + account};
 }
 
 /** A profile that has the values of three codecs, of which its own are looked at. */
@@ -94,10 +91,9 @@ FamilyRead presetList()
 
 const FamilyRead READS[] = {
     {"/common/info.cgi",
-     "model=KX-2202\nproduct=KX-2202\nversion=1.02\nbuild=07\nkelpa=1.9.5\nname=Entrance\nmacaddr=00:02:D1:A2:B3:"
-     "C4\n"
-     "ipaddr=192.168.0.20\nnetmask=255.255.0.0\ngateway=172.16.0.1\ninputs=2\noutputs=3\nspeaker=yes\nvideoout=no\n"
-     "hw_version=B1\nptz=P,T,Z\n",
+     "model=KX-2202\nproduct=KX-2202\nversion=1.02\nbuild=07\nkelpa=1.9.5\nname=Entrance\nmacaddr=00:02:D1:A2:B3:C4"
+     "\nipaddr=192.168.0.20\nnetmask=255.255.0.0\ngateway=172.16.0.1\ninputs=2\noutputs=3\nspeaker=yes\n"
+     "videoout=no\nhw_version=B1\nptz=P,T,Z\n",
      "DeviceInfo",
      "system_info_modelname=x|unused&system_info_extendedmodelname=KX-2202|63 word&"
      "system_info_firmwareversion=x|unused&system_hostname=x|unused&system_info_serialnumber=0002D1A2B3C4|15 word&"
@@ -126,9 +122,8 @@ const FamilyRead READS[] = {
      "audioin_c0_mute=0|flag&audioin_c0_gain=50&capability_supportaudio=1|flag"},
     {"/config/speaker.cgi", "enable=yes\n", "Speaker", "audioout_c0_speaker_enable=1|flag"},
     {"/config/sensor.cgi",
-     "brightness=-5\ncontrast=1\nsaturation=2\nwhitebalance=auto\nmaxexposuretime=30\nsharpness=3\nbacklightcomp="
-     "yes\n"
-     "mirror=off\nflip=on\ncolor=no\n",
+     "brightness=-5\ncontrast=1\nsaturation=2\nwhitebalance=auto\nmaxexposuretime=30\nsharpness=3\n"
+     "backlightcomp=yes\nmirror=off\nflip=on\ncolor=no\n",
      "SensorConfig",
      "image_c0_brightness=-5&image_c0_saturation=2&image_c0_contrast=1&image_c0_sharpness=3&"
      "videoin_c0_whitebalance=auto|15&videoin_c0_maxexposure=30&videoin_c0_enableblc=1|flag&"
@@ -136,20 +131,17 @@ const FamilyRead READS[] = {
     {"/config/stream_info.cgi",
      "videos=MJPEG\naudios=AAC,AMR\nresolutions=800x600,640x480\nvbitrates=64,512\nqualitymodes=CBR,Fixquality\n"
      "asamplerates22050\nabitrates=16000,32000\nframerates=1,15,30\nqualities=1,2,3,4,5\nmicvol=9...100\n"
-     "vprofileformat=0.9\nvprofilenum=1\nvprofile1=theora\nvprofileres1=1024x768\nvprofileurl1=live."
-     "sdp\naprofilenum=1\n"
-     "aprofile1=AAC\n",
+     "vprofileformat=0.9\nvprofilenum=1\nvprofile1=theora\nvprofileres1=1024x768\nvprofileurl1=live.sdp\n"
+     "aprofilenum=1\naprofile1=AAC\n",
      "StreamInfo",
      "capability_videoin_codec=mjpeg|63 word&capability_videoin_resolution=800x600,640x480|127&"
-     "capability_nmediastream=1&capability_videoin_vbitrates=64,512|127&"
-     "capability_videoin_framerates=1,15,30|63&capability_videoin_qualities=1,2,3,4,5|15&"
-     "capability_audioin_codec=aac4,gamr|63 word&capability_naudiosetting=1&"
-     "capability_audioin_aac4_bitrate=16000,32000|127&capability_audioin_aac4_samplerate=22050|127&"
-     "audioin_c0_s0_codectype=aac4|7 word&capability_audioin_gamr_bitrate=x|unused&"
-     "capability_audioin_gamr_samplerate=x|unused&capability_supportaudio=1|flag\n"
-     "videoin_c0_s0_codectype=theora|7&videoin_c0_s0_resolution=1024x768|11&network_rtsp_s0_accessname=live.sdp|"
-     "63\n"
-     "audioin_c0_s0_codectype=aac4|7 word"},
+     "capability_nmediastream=1&capability_videoin_vbitrates=64,512|127&capability_videoin_framerates=1,15,30|63&"
+     "capability_videoin_qualities=1,2,3,4,5|15&capability_audioin_codec=aac4,gamr|63 word&"
+     "capability_naudiosetting=1&capability_audioin_aac4_bitrate=16000,32000|127&capability_audioin_aac4_samplerate"
+     "=22050|127&audioin_c0_s0_codectype=aac4|7 word&capability_audioin_gamr_bitrate=x|unused&"
+     "capability_audioin_gamr_samplerate=x|unused&capability_supportaudio=1|flag\nvideoin_c0_s0_codectype=theora|7&"
+     "videoin_c0_s0_resolution=1024x768|11&network_rtsp_s0_accessname=live.sdp|63\naudioin_c0_s0_codectype=aac4|7 "
+     "word"},
     {"/config/rtspurl.cgi?profileid=3", "profileid=3\nurlentry=live2.sdp\n", "RtspUrl",
      "capability_nmediastream=3\nnetwork_rtsp_s2_accessname=live2.sdp|31"},
     presetList(),
@@ -166,21 +158,19 @@ const FamilyRead READS[] = {
     alarm("motion", "x|unused", "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"),
     {"/cgi/admin/adv_snapshot_cont.cgi",
      "<config><mail><smtpEnable1>1</smtpEnable1><smtpServer1>mail.server</smtpServer1><smtpPort1>25</smtpPort1>"
-     "<smtpUser1>mail.user</smtpUser1><smtpPass1>mail=pass</smtpPass1><receiver1>me@example</receiver1>"
-     "<sender1>cam@example</sender1></mail><ftp><ftpEnable1>1</ftpEnable1><ftpServer1>ftp.server</ftpServer1>"
-     "<ftpPort1>21</ftpPort1><ftpUser1>ftp.user</ftpUser1><ftpPass1>ftp.pass</ftpPass1><folder1>/cam</folder1>"
-     "<ftpInterval>120</ftpInterval><passive1>1</passive1><fixFile1>shot</fixFile1></ftp><snapshot>"
-     "<enable>1</enable><continuous>0</continuous><schedule><enable>1</enable><profileName>Snapshot</profileName>"
-     "<item01>0,8,30,1,0,0</item><item02>6,8,30,0,0,0</item><item03></item><item04></item><item05></item>"
-     "<item06></item><item07></item><itemSize>2</itemSize></schedule><triggerBy><byMotion>0</byMotion>"
-     "<byIn1>0</byIn1><byIn2>1</byIn2></triggerBy><snapTo><toFtp>0</toFtp><toSmtp>1</toSmtp></snapTo></snapshot>"
-     "</config>",
+     "<smtpUser1>mail.user</smtpUser1><smtpPass1>mail=pass</smtpPass1><receiver1>me@example</receiver1><sender1>"
+     "cam@example</sender1></mail><ftp><ftpEnable1>1</ftpEnable1><ftpServer1>ftp.server</ftpServer1><ftpPort1>"
+     "21</ftpPort1><ftpUser1>ftp.user</ftpUser1><ftpPass1>ftp.pass</ftpPass1><folder1>/cam</folder1><ftpInterval>"
+     "120</ftpInterval><passive1>1</passive1><fixFile1>shot</fixFile1></ftp><snapshot><enable>1</enable>"
+     "<continuous>0</continuous><schedule><enable>1</enable><profileName>Snapshot</profileName><item01>0,8,30,1,0,"
+     "0</item><item02>6,8,30,0,0,0</item><item03></item><item04></item><item05></item><item06></item><item07>"
+     "</item><itemSize>2</itemSize></schedule><triggerBy><byMotion>0</byMotion><byIn1>0</byIn1><byIn2>1</byIn2>"
+     "</triggerBy><snapTo><toFtp>0</toFtp><toSmtp>1</toSmtp></snapTo></snapshot></config>",
      "Snapshot",
      "event_i1_enable=1|flag&event_i1_inter=2&event_i1_weekday=65&event_i1_begintime=08:30|7 word&"
-     "event_i1_endtime=24:00|7 word&event_i1_trigger=di|15 word&event_i1_di=2&"
-     "event_i1_action_server_i1_enable=1|flag&event_i1_action_server_i2_enable=0|flag&"
-     "server_i1_type=email|63 word&server_i1_email_address=mail.server|63&server_i1_email_port=25&"
-     "server_i1_email_username=mail.user|31&server_i1_email_passwd=mail=pass|31&"
+     "event_i1_endtime=24:00|7 word&event_i1_trigger=di|15 word&event_i1_di=2&event_i1_action_server_i1_enable=1|fl"
+     "ag&event_i1_action_server_i2_enable=0|flag&server_i1_type=email|63 word&server_i1_email_address=mail.server|6"
+     "3&server_i1_email_port=25&server_i1_email_username=mail.user|31&server_i1_email_passwd=mail=pass|31&"
      "server_i1_email_senderemail=cam@example|63&server_i1_email_recipientemail=me@example|63&"
      "server_i2_type=ftp|63 word&server_i2_ftp_address=ftp.server|63&server_i2_ftp_username=ftp.user|31&"
      "server_i2_ftp_passwd=ftp.pass|31&server_i2_ftp_port=21&server_i2_ftp_passive=1|flag&"
@@ -188,12 +178,11 @@ const FamilyRead READS[] = {
     {"/cgi/admin/recorder.cgi",
      "<config><record><enable>1</enable><profileID>2</profileID><continuous>0</continuous><prerecord>5</prerecord>"
      "<postrecord>10</postrecord><keepSpace>500</keepSpace><fileLenMin>5</fileLenMin><recycle>1</recycle><recordTo>"
-     "<toSamba><enable>1</enable><anonymous>0</anonymous><user>nas.user</user><password>nas.pass</password>"
-     "<server>nas</server><shareFolder>video</shareFolder></toSamba><toUSB><enable>0</enable></toUSB></recordTo>"
-     "<schedule><enable>1</enable><profileName>Record</profileName><item01>1,8,0,1,17,0</item>"
-     "<item02>3,8,0,3,17,0</item><item03></item><item04></item><item05></item><item06></item><item07></item>"
-     "<itemSize>2</itemSize></schedule><triggerBy><byMotion>0</byMotion><byIn1>1</byIn1><byIn2>1</byIn2>"
-     "</triggerBy></record></config>",
+     "<toSamba><enable>1</enable><anonymous>0</anonymous><user>nas.user</user><password>nas.pass</password><server>"
+     "nas</server><shareFolder>video</shareFolder></toSamba><toUSB><enable>0</enable></toUSB></recordTo><schedule>"
+     "<enable>1</enable><profileName>Record</profileName><item01>1,8,0,1,17,0</item><item02>3,8,0,3,17,0</item>"
+     "<item03></item><item04></item><item05></item><item06></item><item07></item><itemSize>2</itemSize></schedule>"
+     "<triggerBy><byMotion>0</byMotion><byIn1>1</byIn1><byIn2>1</byIn2></triggerBy></record></config>",
      "Recorder",
      "event_i0_enable=1|flag&event_i0_weekday=40&event_i0_begintime=08:00|7 word&"
      "event_i0_endtime=17:00|7 word&event_i0_trigger=di|15 word&event_i0_di=3&event_i0_action_cf_enable=0|flag&"
