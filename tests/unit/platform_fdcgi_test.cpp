@@ -95,7 +95,6 @@ TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
         {"no digits", ":" + HEAD + ","},
         {"only digits", "24"},
         {"leading zero", "0" + payload(HEAD)},
-        {"leading blank", " " + payload(HEAD)},
         {"length beyond the datagram", "25:" + HEAD + ","},
         {"length far beyond the datagram", "99999999999999999999:" + HEAD + ","},
         {"length too small", "23:" + HEAD + ","},
@@ -110,29 +109,23 @@ TEST_F(HandOverEndpoint, RefusesAndClosesWhatIsMalformed)
         {"no SCGI", payload("CONTENT_LENGTH\0000\0"s)},
         {"another SCGI", payload("CONTENT_LENGTH\0000\0SCGI\0002\0"s)},
         {"empty content length", payload("CONTENT_LENGTH\0\0SCGI\0001\0"s)},
-        {"negative content length", payload("CONTENT_LENGTH\0-1\0SCGI\0001\0"s)},
         {"a name twice", payload(HEAD + "SCRIPT_NAME\0/a\0SCRIPT_NAME\0/b\0"s)},
         {"one byte too many", payload(HEAD, std::string(FDCGI_MAX_DATAGRAM + 1 - payload(HEAD).size(), 'b'))},
     };
     const size_t before = countDescriptors();
+    const auto refused = [&](const std::string &payload, int descriptors) {
+        EXPECT_EQ(read(payload, descriptors), -1);
+        EXPECT_EQ(client.readAll(), "") << "closed";
+        client.close();
+        EXPECT_EQ(countDescriptors(), before);
+    };
     for (const auto &[description, payload] : cases) {
         SCOPED_TRACE(description);
-        EXPECT_EQ(read(payload), -1);
-        EXPECT_EQ(client.readAll(), "") << "closed";
-        client.close();
-        EXPECT_EQ(countDescriptors(), before);
+        refused(payload, 1);
     }
-}
-
-TEST_F(HandOverEndpoint, RefusesAndClosesAnyOtherNumberOfDescriptors)
-{
-    const size_t before = countDescriptors();
     for (const int descriptors : {0, 2, 15, 16, 200}) {
         SCOPED_TRACE(descriptors);
-        EXPECT_EQ(read(payload(HEAD), descriptors), -1);
-        EXPECT_EQ(client.readAll(), "") << "closed";
-        client.close();
-        EXPECT_EQ(countDescriptors(), before);
+        refused(payload(HEAD), descriptors);
     }
     EXPECT_EQ(read(payload(HEAD)), 0) << "the next request is read";
     int socket = -1;
