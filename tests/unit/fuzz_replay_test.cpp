@@ -36,43 +36,28 @@ class Mutator
     }
 
   private:
-    const std::string &pick() { return corpus_[random_() % corpus_.size()]; }
-    size_t Place(const std::string &input) { return random_() % (input.size() + 1); }
-    std::string piece(const std::string &input)
-    {
-        return input.empty() ? "" : input.substr(random_() % input.size(), random_() % 40);
-    }
+    size_t below(size_t limit) { return random_() % std::max<size_t>(limit, 1); }
+    const std::string &pick() { return corpus_[below(corpus_.size())]; }
+    std::string piece(const std::string &input) { return input.substr(below(input.size()), below(40)); }
 
     void damage(std::string &input)
     {
-        switch (random_() % 8) {
-        case 0:
-            if (!input.empty())
-                input[random_() % input.size()] = static_cast<char>(random_());
-            break;
-        case 1:
-            input.insert(Place(input), tokens_[random_() % tokens_.size()]);
-            break;
-        case 2:
-            input.erase(Place(input), random_() % 20);
-            break;
-        case 3:
-            input.resize(Place(input));
-            break;
-        case 4:
-            input.insert(Place(input), std::string(random_() % 300, static_cast<char>('!' + random_() % 90)));
-            break;
-        case 5:
-            input.insert(Place(input), piece(pick()));
-            break;
-        case 6:
-            input.insert(Place(input), piece(input));
-            break;
-        default:
-            if (random_() % 16 == 0)
-                input.append(random_() % 20000, static_cast<char>('a' + random_() % 26));
-            break;
-        }
+        const size_t place = below(input.size() + 1);
+        const uint32_t kind = random_() % 8;
+        if (kind == 0 && place < input.size())
+            input[place] = static_cast<char>(random_());
+        else if (kind == 1)
+            input.insert(place, tokens_[below(tokens_.size())]);
+        else if (kind == 2)
+            input.erase(place, below(20));
+        else if (kind == 3)
+            input.resize(place);
+        else if (kind == 4)
+            input.insert(place, below(300), static_cast<char>('!' + below(90)));
+        else if (kind == 5 || kind == 6)
+            input.insert(place, piece(kind == 5 ? pick() : input));
+        else if (below(16) == 0)
+            input.append(below(20000), static_cast<char>('a' + below(26)));
     }
 
     static std::vector<std::string> tokens()
@@ -96,8 +81,7 @@ struct Target {
     int mutations;
 };
 
-class FuzzReplay : public testing::TestWithParam<Target>
-{
+struct FuzzReplay : testing::TestWithParam<Target> {
 };
 
 } // namespace
