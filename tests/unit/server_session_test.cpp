@@ -73,7 +73,8 @@ TEST_F(Session, IsClosedWithoutReplyAfterEightSeconds)
 TEST_F(Session, AWrapOfTheClockEndsIt)
 {
     daemon.clock.now = 0xFFFFFFF0;
-    ClientSide client = incomplete("10");
+    ClientSide client = daemon.open({.method = "POST", .url = URL, .contentLength = "10"});
+    daemon.round();
     daemon.clock.now = 0x10; // 32 ms later
     daemon.round();
     EXPECT_EQ(client.readAll(), "");
