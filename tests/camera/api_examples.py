@@ -17,7 +17,6 @@ stay out of the document. In the expected output "..." at the end of a line stan
 All examples share one camera, which begins with the factory's settings. Each URL of the API needs an example.
 """
 
-import argparse
 import contextlib
 import dataclasses
 import difflib
@@ -154,33 +153,28 @@ def check(document, example, output, status):
     print(f"{document}:{example.line}: $ {example.command}")
     if status not in (0, CURL_TIME_IS_OVER):
         print("  no end within the time" if status is None else f"  ended with status {status}")
-    for line in difflib.unified_diff(example.expected, actual, "document", "camera", lineterm="", n=1000):
-        print("  " + line)
+    print("\n".join(difflib.unified_diff(example.expected, actual, "document", "camera", lineterm="", n=1000)))
     return False
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("camera", help="the program kelpa-camera")
-    parser.add_argument("document", type=pathlib.Path)
-    arguments = parser.parse_args()
-
-    blocks = read_examples(arguments.document)
+    program, document = sys.argv[1], pathlib.Path(sys.argv[2])
+    blocks = read_examples(document)
     commands = "\n".join(example.command for block in blocks for example in block)
     missing = [url for url in API_URLS if not re.search(re.escape(ADDRESS + url) + r"(?![\w./])", commands)]
     for url in missing:
-        print(f"{arguments.document}: no example of {url}")
+        print(f"{document}: no example of {url}")
 
     failures = len(missing)
     # In /tmp itself: the paths of sockets are short.
     with tempfile.TemporaryDirectory(prefix="kelpa", dir="/tmp") as folder:
-        camera = Camera(arguments.camera, folder)
+        camera = Camera(program, folder)
         try:
             camera.await_start()
             for block in blocks:
                 results = camera.run(block)
                 for example, (output, status) in zip(block, results):
-                    failures += not check(arguments.document, example, output, status)
+                    failures += not check(document, example, output, status)
                 if results[-1][1] is None:
                     sys.exit("what follows is not run: the camera, or the shell, hangs")
             camera.stop()

@@ -26,21 +26,16 @@ TEST(ClipSettings, ClipIsAsLongAsItsEventAndFitsOnTheCard)
 {
     const TemporaryFolder folder;
     Store store(folder.path("store"));
-    const auto setDurations = [&](const char *before, const char *whole, const char *file) {
-        store.set("media_i0_videoclip_preevent", before);
-        store.set("media_i0_videoclip_maxduration", whole);
-        store.set("recording_i0_duration", file);
-        return readEventPlan(store);
-    };
-    EXPECT_EQ(setDurations("5", "15", "300").after, 10s);
-    EXPECT_EQ(setDurations("15", "30", "10").longest, 30s) << "not shorter than the seconds around the event";
+    store.set(std::vector<Setting>{{"media_i0_videoclip_preevent", "15"},
+                                   {"media_i0_videoclip_maxduration", "40"},
+                                   {"recording_i0_duration", "10"}});
+    EXPECT_EQ(readEventPlan(store).after, 25s);
+    EXPECT_EQ(readEventPlan(store).longest, 40s) << "not shorter than the seconds around the event";
     EXPECT_EQ(readSchedulePlan(store).longest, 10s);
 
     store.set("recording_i0_limitsize", "1");
-    const struct {
-        const char *reserve;
-        std::uint64_t clips, clip; ///< megabytes
-    } cases[] = {{"0", 768, 64}, {"748", 20, 5}, {"767", 1, 1}, {"999999", 0, 1}};
+    const std::tuple<const char *, std::uint64_t, std::uint64_t> cases[] = {
+        {"0", 768, 64}, {"748", 20, 5}, {"767", 1, 1}, {"999999", 0, 1}}; // megabytes
     for (const auto &[reserve, clips, clip] : cases) {
         store.set("recording_i0_reserveamount", reserve);
         EXPECT_EQ(readClipLimit(store).bytes >> 20, clips) << reserve;

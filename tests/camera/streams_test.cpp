@@ -22,7 +22,7 @@ using camera::Colour;
 using camera::Image;
 using camera::Resolution;
 
-TEST(StreamProfile, ReadsSizesAndHandBacks)
+TEST(StreamProfile, ReadsSizes)
 {
     for (const auto &[text, resolution] : {std::pair<const char *, Resolution>{"QCIF", {176, 144}},
                                            {"4CIF", {704, 576}},
@@ -32,18 +32,12 @@ TEST(StreamProfile, ReadsSizesAndHandBacks)
     for (const char *bad :
          {"", "640x", "640x480x2", "-640x480", "15x480", "1921x480", "640x1201", "99999999999x480"})
         EXPECT_FALSE(camera::parseResolution(bad)) << bad;
-
-    const std::string boundary = "\r\n--myboundary\r\n";
-    EXPECT_EQ(camera::parseHandBack("stream12" + boundary), 12);
-    for (const char *bad : {"stream", "stream0", "stream-1", "stream99999999999", "kelpa"})
-        EXPECT_FALSE(camera::parseHandBack(bad + boundary)) << bad;
 }
 
 TEST(StreamProfile, WhateverTheStoreHoldsCanBeDrawn)
 {
     const TemporaryFolder folder;
     camera::Store store(folder.path("store"));
-    const auto set = [&](const char *key, const char *value) { store.set(key, value); };
     const auto expect = [&](int framesPerSecond, int quality) {
         const auto profile = camera::readProfile(store, 2);
         EXPECT_EQ(profile->resolution, (Resolution{640, 480}));
@@ -52,19 +46,19 @@ TEST(StreamProfile, WhateverTheStoreHoldsCanBeDrawn)
     };
     EXPECT_EQ(camera::countProfiles(store), 0);
     EXPECT_EQ(camera::firstMotionJpegProfile(store), 0);
-    set("capability_nmediastream", "2");
+    store.set("capability_nmediastream", "2");
     EXPECT_FALSE(camera::readProfile(store, 0));
     EXPECT_FALSE(camera::readProfile(store, 3));
     expect(15, camera::readProfile(store, 2)->jpegQuality);
-    set("videoin_c0_s1_codectype", "mjpeg");
-    set("videoin_c0_s1_resolution", "2000000000x2000000000");
-    set("videoin_c0_s1_mjpeg_maxframe", "-3");
-    set("videoin_c0_s1_mjpeg_quant", "77");
+    store.set("videoin_c0_s1_codectype", "mjpeg");
+    store.set("videoin_c0_s1_resolution", "2000000000x2000000000");
+    store.set("videoin_c0_s1_mjpeg_maxframe", "-3");
+    store.set("videoin_c0_s1_mjpeg_quant", "77");
     EXPECT_EQ(camera::firstMotionJpegProfile(store), 2);
     expect(1, 92);
-    set("videoin_c0_s1_mjpeg_maxframe", "999999");
+    store.set("videoin_c0_s1_mjpeg_maxframe", "999999");
     expect(100, 92);
-    set("capability_nmediastream", "999999999");
+    store.set("capability_nmediastream", "999999999");
     EXPECT_LE(camera::countProfiles(store), 32);
 }
 
@@ -140,7 +134,6 @@ TEST(Streams, SettingsShowWithinASecond)
     // At the slowest rate, so that it is not just the next frame that shows them.
     EXPECT_EQ(statusOf(camera.get("/config/video.cgi?profileid=2&framerate=1")), 200);
     StreamReader stream(camera, "profileid=2");
-    EXPECT_TRUE(stream.head().starts_with("HTTP/1.1 200 OK\r\n")) << stream.head();
     EXPECT_NE(stream.head().find("Content-Type: multipart/x-mixed-replace; boundary=myboundary\r\n"),
               std::string::npos);
     const Image plain = stream.readFrame();
@@ -243,8 +236,8 @@ TEST(Streams, HandBackThatCannotBeServedIsClosed)
         EXPECT_GT(UnixSocket_SendPieces(socket.get(), {&text, 1}, passed.get(), 0), 0);
         return ClientSide(FileDescriptor(ends[0]));
     };
-    for (const std::string &text :
-         {std::string("garbage"), std::string("stream9\r\n--myboundary\r\n"), std::string(3000, '-')})
+    for (const std::string &text : {std::string("garbage"), std::string("stream9\r\n--myboundary\r\n"),
+                                    std::string("stream-1\r\n--myboundary\r\n"), std::string(3000, '-')})
         EXPECT_EQ(handBack(text).readAll(), "") << text.substr(0, 20);
 
     StreamReader withoutProfile(handBack("--myboundary\r\nkelpa\r\nkelpa\r\n"));
