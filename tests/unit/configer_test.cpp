@@ -59,39 +59,33 @@ TEST(ConfigerValues, AreTakenUpToTheLineFeed)
 {
     constexpr std::string_view REPLY = "network_ipaddress=10.0.0.1\nipaddress=x\nempty=\nn=1234567\nlong=12345678\n"
                                        "full=elevenbytes\nmore=twelve bytes\nneg=-12\nword=yes\nzero=0\nend=1";
-    const struct {
-        const char *key;
-        const char *text; ///< null: not taken into 12 bytes
-        int integer;      ///< -1 with intResult -1: not taken
-        int intResult;
-        int boolean; ///< -1: not taken
-    } cases[] = {
-        {"network_ipaddress=", "10.0.0.1", -1, -1, 1},
-        {"ipaddress=", "10.0.0.1", -1, -1, 1}, // the tail of the longer name that stands first
-        {"empty=", "", 0, 0, 0},
-        {"n=", "1234567", 1234567, 0, 1},
-        {"long=", "12345678", -1, -1, 1},
-        {"neg=", "-12", -12, 0, 0},
-        {"word=", "yes", 0, 0, 0},
-        {"zero=", "0", 0, 0, 0},
-        {"full=", "elevenbytes", -1, -1, 0},
-        {"more=", nullptr, -1, -1, 0},
-        {"end=", nullptr, -1, -1, 1}, // without a line feed; a flag needs none
-        {"missing=", nullptr, -1, -1, -1},
+    // What is taken: a text of at most 11 characters, a number, a flag; "-" where nothing is.
+    const std::pair<const char *, const char *> cases[] = {
+        {"network_ipaddress=", "10.0.0.1 - 1"},
+        {"ipaddress=", "10.0.0.1 - 1"}, // the longer name stands first
+        {"empty=", " 0 0"},
+        {"n=", "1234567 1234567 1"},
+        {"long=", "12345678 - 1"},
+        {"neg=", "-12 -12 0"},
+        {"word=", "yes 0 0"},
+        {"zero=", "0 0 0"},
+        {"full=", "elevenbytes - 0"},
+        {"more=", "- - 0"},
+        {"end=", "- - 1"},
+        {"missing=", "- - -"}, // a flag needs no line feed
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.key);
+    for (const auto &[key, expected] : cases) {
         PoisonedBuffer<12> text;
         text.span()[0] = '\0';
-        EXPECT_EQ(Get_Configer_STRING_Value(REPLY, c.key, text.span()), c.text != nullptr ? 0 : -1);
-        EXPECT_STREQ(text.text(), c.text != nullptr ? c.text : "");
-        EXPECT_TRUE(text.intact());
-        int32_t integer = -1;
-        EXPECT_EQ(Get_Configer_INT_Value(REPLY, c.key, integer), c.intResult);
-        EXPECT_EQ(integer, c.integer);
-        int32_t boolean = -1;
-        EXPECT_EQ(Get_Configer_BOOL_Value(REPLY, c.key, boolean), c.boolean >= 0 ? 0 : -1);
-        EXPECT_EQ(boolean, c.boolean);
+        int32_t integer = -1, boolean = -1;
+        const bool taken = Get_Configer_STRING_Value(REPLY, key, text.span()) == 0;
+        const bool number = Get_Configer_INT_Value(REPLY, key, integer) == 0;
+        const bool on = Get_Configer_BOOL_Value(REPLY, key, boolean) == 0;
+        EXPECT_TRUE(text.intact() && (taken || *text.text() == 0) && (number || integer == -1)) << key;
+        EXPECT_EQ((taken ? text.text() : "-") + std::string(" ") + (number ? std::to_string(integer) : "-") + " " +
+                      (on ? std::to_string(boolean) : "-"),
+                  expected)
+            << key;
     }
     int32_t flag = -1;
     EXPECT_EQ(Get_Configer_BOOL_Value("a=", "a=", flag), 0) << "nothing behind the key reads as off";
