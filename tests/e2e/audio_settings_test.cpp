@@ -17,12 +17,10 @@ TEST(Audio, SampleRateAndChannelsFollowFromTheStoredCodec)
     TestCamera camera({.settings = mediaSettings()});
     const std::string first = "samplerate=44100\r\nchannel=2\r\nbitrate=128000";
     for (const auto &[bitRate, sampleRate] : {std::pair{"16000", "8000"},
-                                              {"32000", "16000"},
                                               {"48000", "16000"},
                                               {"64000", "32000"},
                                               {"64001", "8000"},
-                                              {"96000", "44100"},
-                                              {"5", "8000"}})
+                                              {"96000", "44100"}})
         expectReads(camera, AUDIO + "?profileid=1",
                     {{std::string("audioin_c0_s0_aac4_bitrate=") + bitRate, first,
                       std::string("samplerate=") + sampleRate + "\r\nchannel=2\r\nbitrate=" + bitRate}});
@@ -60,12 +58,12 @@ TEST(Audio, ChangesAreCheckedAgainstTheCodec)
                   "profileid=1&codec=MU-LAW&bitrate=32000 profileid=2&bitrate=32000 profileid=2&bitrate=-1 "
                   "profileid=1&codec=OPUS profileid=0&codec=AAC codec=AAC");
     camera.waitForTrace("esrInvalidOperation, ptAudioConfigResult->iProfileID=0\n");
-    camera.store.answerNothing(1);
-    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), BAD_REQUEST) << "the number of profiles";
-    camera.store.answerNothing(2);
-    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the current codec";
-    camera.store.answerNothing(3);
-    EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), INTERNAL_ERROR) << "the write";
+    // The number of profiles, the current codec, the write.
+    int failing = 0;
+    for (const std::string &reply : {BAD_REQUEST, INTERNAL_ERROR, INTERNAL_ERROR}) {
+        camera.store.answerNothing(++failing);
+        EXPECT_EQ(camera.get(AUDIO, "profileid=1&bitrate=16000"), reply) << failing;
+    }
 }
 
 TEST(Microphone, IsReadAndChanged)

@@ -78,7 +78,6 @@ TEST_F(Ptz, ZoomsWithASpeedAfterCentring)
                           {"z=32", {centre, "speedzoom=5", "zoom=tele"}},
                           {"z=-32", {centre, "speedzoom=5", "zoom=wide"}},
                           {"z=1", {centre, "speedzoom=-5", "zoom=tele"}},
-                          {"z=2", {centre, "speedzoom=-5", "zoom=tele"}},
                           {"z=-1", {centre, "speedzoom=-5", "zoom=wide"}},
                           {"z=0", {centre}},
                           {"p=1&t=1&z=3", {"video=0&x=330&y=233" + VGA, "speedzoom=-4", "zoom=tele"}}});
@@ -111,20 +110,18 @@ TEST_F(Ptz, MoveStopsAtTheFirstCommandThatFails)
     for (int failing = 1; failing <= 3; ++failing) {
         SCOPED_TRACE("command " + std::to_string(failing));
         const Lines sent(commands.begin(), commands.begin() + failing - 1);
-        const auto andThen = [&](const char *line) {
-            Lines lines = sent;
-            lines.emplace_back(line);
-            return lines;
-        };
+        Lines unused = sent, hungUp = sent;
+        unused.emplace_back("");
+        hungUp.emplace_back("(hung up)");
         // The store is asked for the resolution first, and for the camera id once connected, for every command.
         camera.store.answerNothing(1 + failing);
         EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "no camera id";
-        EXPECT_EQ(ptz.take(), andThen(""));
+        EXPECT_EQ(ptz.take(), unused);
 
         ptz.hangUp(failing);
         camera.store.before([this] { ptz.wait(); }, 1 + failing);
         EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "cannot be written";
-        EXPECT_EQ(ptz.take(), andThen("(hung up)"));
+        EXPECT_EQ(ptz.take(), hungUp);
 
         camera.store.before([this] { ptz.refuse(); }, failing);
         EXPECT_EQ(camera.get(MOVE, "z=4"), INTERNAL_ERROR) << "nobody listens";

@@ -61,6 +61,9 @@ TEST(Recorder, ReportsWhatIsStored)
          {"recording_i0_limitsize=0&" + reserve, "<keepSpace>500<", "<keepSpace>0<"},
          {"media_i0_videoclip_maxduration=3", "<postrecord>10<", "<postrecord>-2<"},
          {"event_i0_trigger=motion", TRIGGERED, "<byMotion>1</byMotion><byIn1>0</byIn1><byIn2>0</byIn2>"}});
+    camera.store.set(pairs("event_i0_weekday=127&event_i0_begintime=00:00&event_i0_endtime=24:00"));
+    for (const char *part : {"<continuous>1<", "<schedule><enable>0<", "<item07>6,0,0,0,0,0</item><itemSize>7<"})
+        EXPECT_NE(camera.get(URL).find(part), std::string::npos) << part;
 }
 
 TEST(Recorder, WritesEverythingInItsOrder)

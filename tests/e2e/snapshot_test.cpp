@@ -56,6 +56,11 @@ TEST(Snapshot, ReportsWhatIsStored)
     camera.store.remove("server_i2_ftp_passive");
     EXPECT_EQ(camera.get(URL), INTERNAL_ERROR);
     EXPECT_TRUE(camera.log().ends_with("Get_Configer_BOOL_Value failed\n")) << "a switch is missed first";
+    camera.store.set(storedFor(URL));
+    camera.store.set(pairs("event_i1_weekday=127&event_i1_begintime=00:00"));
+    for (const char *part :
+         {"<continuous>1<", "<schedule><enable>0<", "<item01>0,0,0,1,0,0</item>", "<itemSize>7<"})
+        EXPECT_NE(camera.get(URL).find(part), std::string::npos) << part;
 }
 
 TEST(Snapshot, WritesEverythingInItsOrder)
