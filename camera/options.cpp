@@ -2,11 +2,12 @@
 
 #include "camera/base/command_line.h"
 #include "camera/base/files.h"
+#include "camera/base/number.h"
+#include "camera/base/on_off.h"
 #include "camera/base/root_folder.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/ip/address.hpp>
-#include <charconv>
 
 namespace camera
 {
@@ -29,21 +30,23 @@ void parseListen(const std::string &text, Options &options)
 
     boost::system::error_code error;
     boost::asio::ip::make_address(address, error);
-    const auto [end, portError] = std::from_chars(port.data(), port.data() + port.size(), options.port);
-    if (error || port.empty() || portError != std::errc() || end != port.data() + port.size())
+    const auto number = parseNumber<unsigned short>(port);
+    if (error || !number)
         throw CLI::ValidationError("--listen", "takes PORT or ADDRESS:PORT, such as 8080, 127.0.0.1:8080 or "
                                                "[::]:80, not " +
                                                    text);
     options.address = address;
+    options.port = *number;
 }
 
 /** Adds an option that is "on" or "off". */
 void addSwitch(CLI::App &app, const std::string &name, bool &value, const std::string &description)
 {
     const auto take = [name, &value](const std::string &text) {
-        if (text != "on" && text != "off")
+        const std::optional<bool> on = parseOnOff(text);
+        if (!on)
             throw CLI::ValidationError(name, "takes on or off, not " + text);
-        value = text == "on";
+        value = *on;
     };
     app.add_option_function<std::string>(name, take, description)->type_name("on|off");
 }

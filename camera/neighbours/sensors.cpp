@@ -1,4 +1,5 @@
 #include "camera/base/number.h"
+#include "camera/base/on_off.h"
 #include "camera/surroundings/neighbours.h"
 
 #include <algorithm>
@@ -66,12 +67,12 @@ class Sensors : public Neighbour
             return errorResponse(404, "there is no " + noun + " " + request.tail + ", only 1 to " +
                                           std::to_string(highest));
         const std::string state = request.parameter("state");
-        if (state != "on" && state != "off")
+        const std::optional<bool> active = parseOnOff(state);
+        if (!active)
             return errorResponse(400, "state must be on or off");
 
-        const bool active = state == "on";
-        keep(source, number - 1, active);
-        around_.events.emit({source, number - 1, active});
+        keep(source, number - 1, *active);
+        around_.events.emit({source, number - 1, *active});
         HttpResponse response;
         response.contentType = "application/json";
         response.body = json{{name, number}, {"state", state}}.dump() + "\n";
