@@ -51,10 +51,11 @@ struct ReadRule {
         void (*pfnTake)(std::string_view value, void *pvRecord);
     };
 
-    /** A key that does not fit is a compile error. */
-    consteval ReadRule(Kind kind, std::string_view key, size_t size)
-        : eKind(kind), hasParts(key.find_first_of("#*") != key.npos), uiKeyLength(static_cast<uint8_t>(key.size())),
-          uiSize(static_cast<uint8_t>(size)), acKey{}, acEnding{'&'}, pfnField(nullptr)
+    /** A key that does not fit is a compile error: all callers are consteval, which clang 14 cannot pass on. */
+    constexpr ReadRule(Kind kind, std::string_view key, size_t size)
+        : eKind(kind), hasParts(key.find_first_of("#*") != std::string_view::npos),
+          uiKeyLength(static_cast<uint8_t>(key.size())), uiSize(static_cast<uint8_t>(size)), acKey{}, acEnding{'&'},
+          pfnField(nullptr)
     {
         for (size_t i = 0; i < key.size(); ++i)
             acKey[i] = key[i];
@@ -73,8 +74,8 @@ struct AskOnly {
 /** A rule for a field of this record and of no other. */
 template <typename Record>
 struct ReadRow : ReadRule {
-    consteval ReadRow(Kind kind, std::string_view key, size_t size) : ReadRule(kind, key, size) {}
-    consteval ReadRow(AskOnly row) : ReadRule(Kind::AskOnly, row.key, 0) {}
+    constexpr ReadRow(Kind kind, std::string_view key, size_t size) : ReadRule(kind, key, size) {}
+    constexpr ReadRow(AskOnly row) : ReadRule(Kind::AskOnly, row.key, 0) {}
 
     /** The same row, asked for with another ending than "&", of at most three characters. */
     [[nodiscard]] consteval ReadRow AskedWith(std::string_view ending) const
@@ -102,7 +103,7 @@ void Read_AddKeys(TextBuilder &keys, const ReadRow<Record> (&rows)[N], const Key
  */
 
 template <ReadRule::Kind Kind, auto... Members>
-consteval auto ReadField(std::string_view key)
+constexpr auto ReadField(std::string_view key)
 {
     using Field = RecordField<Members...>;
     ReadRow<typename Field::Record> row(Kind, key, TEXT_FIELD_SIZE<typename Field::Field>);
